@@ -1,0 +1,116 @@
+#include "app/file_names.h"
+
+#include "app/app_paths.h"
+#include "app/clock.h"
+#include "app/messages.h"
+#include "app/ui_host.h"
+
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+namespace {
+
+bool g_mciErrors = true;
+
+// Position where the file-name part of a path starts.
+size_t nameStart(const std::string& path)
+{
+    const auto slash = path.find_last_of('/');
+    return slash == std::string::npos ? 0 : slash + 1;
+}
+
+size_t firstDotInName(const std::string& path) { return path.find('.', nameStart(path)); }
+
+}  // namespace
+
+void ReplaceExt(std::string& name, const char* ext)
+{
+    const auto dot = firstDotInName(name);
+    if (dot != std::string::npos)
+        name.resize(dot);
+    name += '.';
+    name += ext;
+}
+
+void add_default_extension(std::string& name, const char* extWithDot)
+{
+    if (firstDotInName(name) == std::string::npos)
+        name += extWithDot;
+}
+
+std::string get_extension(const std::string& name)
+{
+    const auto dot = firstDotInName(name);
+    return dot == std::string::npos ? std::string() : name.substr(dot + 1);
+}
+
+std::uint64_t get_named_file_length(const std::string& name)
+{
+    const int fd = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+        return 0;
+    struct stat st {};
+    const bool ok = fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
+    ::close(fd);
+    return ok ? static_cast<std::uint64_t>(st.st_size) : 0;
+}
+
+int file_exists(const std::string& name)
+{
+    const int fd = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+        return 0;
+    ::close(fd);
+    return 1;
+}
+
+int rename_file(const std::string& newName, const std::string& oldName)
+{
+    if (std::rename(oldName.c_str(), newName.c_str()) != 0) {
+        ErrMsg("Failed to rename file");
+        return 0;
+    }
+    return 1;
+}
+
+void show_file_size(HWND dialog, const std::string& name)
+{
+    if (!file_exists(name))
+        return;
+    char text[64];
+    std::snprintf(text, sizeof text, "%ld bytes", static_cast<long>(get_named_file_length(name)));
+    uiHost().setControlText(dialog, 417, text);
+}
+
+void make_unique_file_name(std::string& out, const char* suffix)
+{
+    long clock = static_cast<long>(millisecond_clock());
+    if (clock > 99999999)
+        clock -= 99999999;
+    char stamp[32];
+    std::snprintf(stamp, sizeof stamp, "%-8ld", clock);
+    out = join_path(data_directory(), stamp) + suffix;
+}
+
+double path_free_bytes(const std::string& path)
+{
+    struct statvfs vfs {};
+    if (statvfs(path.c_str(), &vfs) != 0)
+        return 0.0;
+    return static_cast<double>(vfs.f_bavail) * static_cast<double>(vfs.f_frsize);
+}
+
+double drive_free_bytes(int) { return path_free_bytes(data_directory()); }
+
+void set_mci_error_reporting(bool enabled) { g_mciErrors = enabled; }
+
+int send_mci_command(const std::string& command)
+{
+    if (g_mciErrors)
+        ErrMsg("The specified device is not open or is not recognized by MCI. (%s)",
+               command.c_str());
+    return 0;
+}

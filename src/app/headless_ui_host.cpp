@@ -1,0 +1,135 @@
+#include "app/headless_ui_host.h"
+
+#include <cstdio>
+#include <iostream>
+#include <unistd.h>
+
+namespace {
+// The one progress box the headless host can show; its address is its handle.
+OpaqueWindow* const kProgressBox = reinterpret_cast<OpaqueWindow*>(0x230);
+constexpr int kTimeLeftControl = 1039;
+}  // namespace
+
+HeadlessUiHost::HeadlessUiHost() : m_terminal(isatty(STDERR_FILENO) == 1) {}
+
+void HeadlessUiHost::scriptAnswers(std::initializer_list<int> answers)
+{
+    m_script.insert(m_script.end(), answers.begin(), answers.end());
+}
+
+std::string HeadlessUiHost::controlText(int controlId) const
+{
+    auto it = m_controlTexts.find(controlId);
+    return it == m_controlTexts.end() ? std::string() : it->second;
+}
+
+int HeadlessUiHost::answerFor(unsigned style, const std::string& text)
+{
+    const unsigned buttons = style & kMessageBoxButtonMask;
+    const bool yesNo = buttons == MB_YESNO;
+    if (buttons == MB_OK)
+        return IDOK;
+    if (!m_script.empty()) {
+        int answer = m_script.front();
+        m_script.pop_front();
+        return answer;
+    }
+    bool agree = m_defaultAgree;
+    if (m_interactive && isatty(STDIN_FILENO) == 1) {
+        std::cerr << text << (yesNo ? " [y/n] " : " [OK=y/Cancel=n] ") << std::flush;
+        std::string line;
+        if (std::getline(std::cin, line) && !line.empty())
+            agree = line[0] == 'y' || line[0] == 'Y';
+    }
+    if (yesNo)
+        return agree ? IDYES : IDNO;
+    return agree ? IDOK : IDCANCEL;
+}
+
+int HeadlessUiHost::messageBox(HWND, const std::string& text, const std::string& caption,
+                               unsigned style)
+{
+    if (m_progressOpen && m_terminal && !m_quiet)
+        std::cerr << '\n';
+    if (!m_quiet) {
+        if (!caption.empty() && caption != "Ondrava")
+            std::cerr << caption << ": ";
+        std::cerr << text << std::endl;
+    }
+    int answer = answerFor(style, text);
+    m_shown.push_back({text, caption, style, answer});
+    return answer;
+}
+
+void HeadlessUiHost::beep()
+{
+    if (m_terminal && !m_quiet)
+        std::cerr << '\a' << std::flush;
+}
+
+HWND HeadlessUiHost::createProgressBox(const std::string& text, bool)
+{
+    m_progressOpen = true;
+    ++m_progressBoxesOpened;
+    m_lastPercent = -1;
+    m_barText = text;
+    m_controlTexts.erase(kTimeLeftControl);
+    m_cancelRequested.store(false);
+    return kProgressBox;
+}
+
+void HeadlessUiHost::destroyProgressBox(HWND box)
+{
+    if (box != kProgressBox || !m_progressOpen)
+        return;
+    m_progressOpen = false;
+    if (m_terminal && !m_quiet)
+        std::cerr << "\r\033[K" << std::flush;
+}
+
+void HeadlessUiHost::drawProgressBar(HWND, int percent, const std::string& barText)
+{
+    m_lastPercent = percent;
+    m_barText = barText;
+    redrawTerminalLine();
+}
+
+bool HeadlessUiHost::takeCancelClick(HWND)
+{
+    if (m_cancelCountdown >= 0) {
+        if (m_cancelCountdown == 0) {
+            m_cancelCountdown = -1;
+            return true;
+        }
+        --m_cancelCountdown;
+    }
+    return m_cancelRequested.exchange(false);
+}
+
+void HeadlessUiHost::drawTextOnControl(HWND, int controlId, const std::string& text,
+                                       const ControlTextStyle&)
+{
+    m_controlTexts[controlId] = text;
+    if (controlId == kTimeLeftControl)
+        redrawTerminalLine();
+}
+
+void HeadlessUiHost::showHelp(const std::string& helpFile, int contextId)
+{
+    m_helpFile = helpFile;
+    m_helpContext = contextId;
+    if (!m_quiet)
+        std::cerr << "help: " << helpFile << " #" << contextId << std::endl;
+}
+
+void HeadlessUiHost::redrawTerminalLine()
+{
+    if (!m_terminal || m_quiet || !m_progressOpen || m_lastPercent < 0)
+        return;
+    constexpr int kWidth = 30;
+    const int filled = m_lastPercent * kWidth / 100;
+    std::string bar(static_cast<size_t>(filled), '#');
+    bar.resize(kWidth, ' ');
+    std::cerr << "\r\033[K[" << bar << "]" << m_barText << controlText(kTimeLeftControl)
+              << std::flush;
+}

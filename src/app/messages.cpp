@@ -1,0 +1,66 @@
+#include "app/messages.h"
+
+#include "app/string_table.h"
+#include "app/ui_host.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+
+namespace {
+
+// The caption a message box gets when its caller gives none.
+constexpr const char* kDefaultCaption = "Error";
+
+std::string formatInto(size_t bufferSize, const char* format, va_list args)
+{
+    std::string text(bufferSize, '\0');
+    int n = std::vsnprintf(text.data(), bufferSize, format, args);
+    if (n < 0)
+        n = 0;
+    text.resize(std::min(static_cast<size_t>(n), bufferSize - 1));
+    return text;
+}
+
+}  // namespace
+
+int ErrMsg(const char* format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    std::string text = formatInto(256, format, args);
+    va_end(args);
+    uiHost().messageBox(nullptr, text, kDefaultCaption, MB_OK | MB_ICONEXCLAMATION);
+    return 0;
+}
+
+int TestErrMsg(const char* format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    std::string text = formatInto(128, format, args);
+    va_end(args);
+    return uiHost().messageBox(nullptr, text, kDefaultCaption, MB_OK | MB_ICONEXCLAMATION);
+}
+
+int NewErrMsg(int id)
+{
+    std::string text = load_string(id);
+    if (text.size() > 127)
+        text.resize(127);
+    return uiHost().messageBox(nullptr, text, kProductName, MB_OK);
+}
+
+void WndErrMsg(const char* text) { uiHost().setMainWindowTitle(text ? text : ""); }
+
+int ask_yes_no(HWND owner, const std::string& text, const std::string& caption)
+{
+    return uiHost().messageBox(owner, text, caption, MB_YESNO | MB_ICONQUESTION);
+}
+
+int message_box(HWND owner, const std::string& text, const std::string& caption, unsigned style)
+{
+    return uiHost().messageBox(owner, text, caption, style);
+}
+
+void message_beep() { uiHost().beep(); }

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "app/window_handle.h"
+
+#include <optional>
+#include <string>
+
+// The one modeless progress box ("MESSAGEDLG") and its time-left estimate.
+//
+// A long operation opens the box with display_message_dialog, registers the
+// handle as current_progress_box, calls show_percent_done with 0, then polls
+// cancel_button_pressed and reports each new percentage once per block, and
+// finally closes it with terminate_message_dialog and restore_wait_cursor.
+
+extern HWND progress_dialog;
+extern std::string progress_text;
+extern bool progress_cancel_allowed;
+extern HWND current_progress_box;
+
+HWND display_message_dialog(const char* text, int showCancel);
+void terminate_message_dialog(HWND box);
+void show_percent_done(HWND box, int percent);
+int cancel_button_pressed(HWND box);
+// Puts back the cursor that was current before the wait cursor went up.
+void restore_wait_cursor();
+
+// The time-left estimate. Percent 0 starts the clock; after more than five
+// seconds the total time of the job is estimated once from the first report
+// that follows; from then on the remaining time is shown, and only when it
+// has dropped by more than half a second since the last value shown.
+class TimeLeftEstimate {
+public:
+    // Returns the seconds to show, or nothing when the display stays as it is.
+    std::optional<float> update(int percent, double nowMs);
+
+    float secondsPerJob() const { return m_secondsPerJob; }
+    float lastShown() const { return m_lastShown; }
+
+private:
+    double m_startMs = 0.0;
+    float m_secondsPerJob = 0.0f;
+    float m_lastShown = 9999999.0f;
+};
+
+// Formats the text drawn over the bar: "   %s   %d%c".
+std::string progress_bar_text(const std::string& text, int percent);
+// Formats the time-left text: " Time left: " "%5.1f" " sec.".
+std::string time_left_text(float seconds);

@@ -1,0 +1,127 @@
+#pragma once
+
+#include "app/mapped_region.h"
+#include "app/unique_fd.h"
+#include "app/window_handle.h"
+#include "wavefile/wave_state.h"
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// Display levels are numbered from 1; index 0 is unused. Level 1 is the
+// overview, the highest level the working file itself.
+constexpr int kLevelSlots = 32;
+constexpr int kTimemarkSlots = 50;
+constexpr int kUndoSlots = 20;
+
+// One display level: the file behind it and its memory map.
+struct DisplayLevel {
+    UniqueFd file;         // hLevelFile
+    MappedRegion mapping;  // hLevelMapping and the view pLevelData
+    bool mapped() const { return mapping.mapped(); }  // bLevelMapped
+};
+
+struct TimemarkSlot {
+    int id = -1;
+    std::uint32_t position = 0;
+    std::string name;
+};
+
+// One open waveform document and how it is shown. The document lives on its
+// working file (raw samples, no header) from opening to closing; it owns that
+// file, its overview file and their maps, and removes them when destroyed.
+class CChildFrame {
+public:
+    CChildFrame();
+    ~CChildFrame();
+    CChildFrame(const CChildFrame&) = delete;
+    CChildFrame& operator=(const CChildFrame&) = delete;
+
+    // The active document (the main frame's active child), or null.
+    static CChildFrame* GetTheFuckingHandle();
+    // The frame object that belongs to hWaveWnd.
+    CChildFrame* get_private_member();
+
+    // Length in ms as seen from the current level: at level 1 of a document
+    // with an overview that is about 1/128 of the true length, on purpose.
+    float get_total_milliseconds() const;
+    // Copies `count` frames starting `offset` bytes after the highlight start
+    // into a fresh zeroed buffer; the byte position goes to *position.
+    unsigned char* make_pSaveBuffer_single_display(std::uint32_t offset, std::uint32_t* position,
+                                                   std::int32_t count);
+    void shitcan_pSaveBuffer();
+
+    // The block copier at this document's sample rate and format.
+    int copy_file_to_file(const std::string& destination, const std::string& source,
+                          std::uint32_t count, std::uint32_t sourceOffset, std::int32_t destOffset,
+                          int showProgress, const char* progressText);
+
+    // View/data conversions; x is a pixel column of the waveform area.
+    std::uint32_t pixel_to_level_index(float x) const;
+    float level_index_to_pixel(std::uint32_t index) const;
+    std::uint32_t pixel_to_sample(float x) const;
+    float sample_to_pixel(std::uint32_t sample) const;
+
+    // Asks "OK to close <name>?" when the document is modified; 1 when the
+    // close may go ahead.
+    int query_close();
+
+    int bytesPerSample() const { return wfx.wBitsPerSample / 8; }
+    const std::int16_t* level16(int level) const;
+    const std::uint8_t* level8(int level) const;
+    // Releases the maps and files of all levels.
+    void release_levels();
+
+    HWND hWaveWnd = nullptr;
+    std::string szFileName;       // working file: raw samples
+    std::string szDisplayName;
+    std::string szOverviewFileName;  // level 1 when the document has levels
+    WaveFmtRecord wfx;
+    std::uint32_t nTotalSamples = 0;
+    std::uint32_t nSelStart = 0;
+    std::uint32_t nSelEnd = 0;
+    std::uint32_t nSelStartByte = 0;
+    std::uint32_t nSelEndByte = 0;
+    std::uint32_t nSelStartMs = 0;
+    std::uint32_t nSelEndMs = 0;
+    int bHighlight = 0;
+    int bLeftChannel = 1;
+    int bRightChannel = 1;
+    int nZoomLevel = 1;
+    int nMaxZoomLevel = 1;
+    float fZoom = 1.0f;
+    float fMaxZoom = 1.0f;
+    std::uint32_t nFirstSample = 0;
+    std::array<std::uint32_t, kLevelSlots> nLevelLength{};
+    std::array<DisplayLevel, kLevelSlots> levels;
+    int nScrollPos = 0;
+    int nScrollMax = 1;
+    int nScrollStep = 1;
+    float fScrollScale = 1.0f;
+    float fSelStartPixel = 0.0f;
+    float fSelEndPixel = 1.0f;
+    int nCaretX = 0;
+    int bModified = 0;
+    int nInfoHeight = 0;
+    int bColorDisplay = 1;
+    int bToolTips = 1;
+    bool bRedrawAll = true;
+    bool bRedrawRuler = true;
+    bool bSizeChanged = true;
+    bool bRecomputeScroll = true;
+    std::array<TimemarkSlot, kTimemarkSlots> timemarks;
+    std::vector<unsigned char> pSaveBuffer;
+    bool bSaveBufferValid = false;
+
+private:
+    void removeOwnedFiles();
+};
+
+// Makes `frame` the active document (null for none).
+void set_active_frame(CChildFrame* frame);
+// The frame registered for a window handle, or null.
+CChildFrame* frame_from_handle(HWND window);
+// Number of documents open now.
+int open_document_count();

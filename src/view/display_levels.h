@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+
+class CChildFrame;
+
+// The screen width the level count is worked out for. The program sets the
+// real width; without a display it is 1920.
+int screen_width_pixels();
+void set_screen_width_pixels(int width);
+
+// The smallest i (0..999) with units / 2^i below three quarters of the
+// screen width. `units` is twice the frame count.
+int display_level_search(std::uint64_t units, int screenWidth);
+// Sets nMaxZoomLevel, fZoom and fMaxZoom from the document's length: one
+// level and factor 1.0 when the search gives less than 2.
+void compute_display_levels(CChildFrame& frame, int screenWidth);
+
+// Maps the working file as the finest level. 0 when it cannot be mapped.
+int map_finest_level(CChildFrame& frame);
+
+// Builds level 1: the minimum and maximum of every 256 frames per channel, in
+// a file of its own, under the progress box "Opening file %s..." whose Cancel
+// ends the build (the part built so far stays). 1 when complete, 0 otherwise.
+int build_overview_level(CChildFrame& frame);
+
+// The initial zoom level after opening: the overview, or with "Zoomed initial
+// display" the level at which about ten seconds of sound fill the screen.
+void apply_initial_zoom(CChildFrame& frame, bool zoomed, int screenWidth);

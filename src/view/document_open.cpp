@@ -1,0 +1,128 @@
+#include "view/document_open.h"
+
+#include "app/app_paths.h"
+#include "app/clock.h"
+#include "app/file_names.h"
+#include "app/messages.h"
+#include "app/preferences.h"
+#include "view/child_frame.h"
+#include "view/display_levels.h"
+#include "wavefile/wave_header.h"
+#include "wavefile/wave_state.h"
+
+#include <cstdio>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+// Field set-up from the header just read: the format with tag 1 and computed
+// rates, the length, no highlight, scroll at the start, empty timemarks.
+void initialise_fields(CChildFrame& f)
+{
+    const WaveFormat& cf = current_wave_format;
+    f.wfx.wFormatTag = 1;
+    f.wfx.nChannels = cf.nChannels;
+    f.wfx.nSamplesPerSec = cf.nSamplesPerSec;
+    f.wfx.wBitsPerSample = cf.wBitsPerSample;
+    f.wfx.nBlockAlign = static_cast<std::uint16_t>(cf.nChannels * cf.wBitsPerSample / 8);
+    f.wfx.nAvgBytesPerSec = cf.nSamplesPerSec * cf.wBitsPerSample * cf.nChannels / 8;
+    const std::uint32_t bytesPerSample = cf.wBitsPerSample / 8;
+    f.nTotalSamples = bytesPerSample ? data_chunk_size / bytesPerSample : 0;
+    f.nSelStart = 0;
+    f.nSelEnd = f.nTotalSamples;
+    f.bHighlight = 0;
+    f.nScrollPos = 0;
+    f.nScrollMax = 1;
+    f.nScrollStep = 1;
+    f.fSelStartPixel = 0.0f;
+    f.fSelEndPixel = 1.0f;
+    f.nFirstSample = 0;
+    f.timemarks.fill(TimemarkSlot{});
+    f.nInfoHeight = 0;
+    f.bColorDisplay = preferences().colorDisplay;
+    f.bToolTips = preferences().toolTips;
+}
+
+}  // namespace
+
+int prepare_working_file(CChildFrame& f)
+{
+    make_unique_file_name(f.szFileName, ".tmp");
+    busy_wait_ms(20);
+    f.szDisplayName = file_name_part(szOpenedFileName);
+    if (bOpenedByConverter)
+        return 1;
+    if (ReadInputWaveformHeader(szOpenedFileName, 0))
+        return 1;
+    bNeedsConversion = 1;
+    return 0;
+}
+
+int load_document_file(CChildFrame& f)
+{
+    const std::uint64_t fileLength = get_named_file_length(szOpenedFileName);
+    const std::uint32_t dataBytes = data_chunk_size;
+
+    {
+        const int fd = ::open(f.szFileName.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+        if (fd < 0) {
+            ErrMsg("No file %s", f.szFileName.c_str());
+            return 0;
+        }
+        ::close(fd);
+    }
+    if (dataBytes > fileLength) {
+        NewErrMsg(5038);
+        return 0;
+    }
+
+    char text[600];
+    std::snprintf(text, sizeof text, "Reading file %s...", file_name_part(szOpenedFileName).c_str());
+    // The samples are the last data-bytes bytes of the file.
+    if (!f.copy_file_to_file(f.szFileName, szOpenedFileName, dataBytes,
+                             static_cast<std::uint32_t>(fileLength - dataBytes), 0, 1, text))
+        return 0;
+
+    compute_display_levels(f, screen_width_pixels());
+    if (dataBytes < 9)
+        return 1;
+    if (!map_finest_level(f))
+        return 0;
+    if (f.nMaxZoomLevel >= 2 && !build_overview_level(f))
+        return 0;
+    return 1;
+}
+
+int open_document(CChildFrame& f, bool newEmpty)
+{
+    if (!prepare_working_file(f)) {
+        // Say why the file cannot be opened as it is.
+        ReadInputWaveformHeader(szOpenedFileName, 1);
+        return 0;
+    }
+    initialise_fields(f);
+    if (!load_document_file(f))
+        return 0;
+    if (newEmpty) {
+        f.nMaxZoomLevel = 1;
+        f.nTotalSamples = 8;
+        f.nSelEnd = 8;
+        f.nLevelLength[1] = 8;
+        f.nZoomLevel = 1;
+        f.fZoom = f.fMaxZoom = 1.0f;
+        return 1;
+    }
+    apply_initial_zoom(f, preferences().zoomedInitialDisplay, screen_width_pixels());
+    return 1;
+}
+
+std::unique_ptr<CChildFrame> open_document_file(const std::string& path)
+{
+    szOpenedFileName = path;
+    auto frame = std::make_unique<CChildFrame>();
+    if (!open_document(*frame))
+        return nullptr;
+    set_active_frame(frame.get());
+    return frame;
+}

@@ -1,0 +1,147 @@
+#include "wavefile/block_copier.h"
+
+#include "app/messages.h"
+#include "app/progress.h"
+#include "app/ui_host.h"
+#include "app/unique_fd.h"
+#include "wavefile/wave_state.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <new>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+long readSome(int fd, unsigned char* buffer, long count)
+{
+    long done = 0;
+    while (done < count) {
+        const ssize_t n = ::read(fd, buffer + done, static_cast<size_t>(count - done));
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            break;
+        done += n;
+    }
+    return done;
+}
+
+bool writeAll(int fd, const unsigned char* buffer, long count)
+{
+    long done = 0;
+    while (done < count) {
+        const ssize_t n = ::write(fd, buffer + done, static_cast<size_t>(count - done));
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            return false;
+        done += n;
+    }
+    return true;
+}
+
+// Restores the cursor and closes the progress box however the copy ends.
+struct ProgressScope {
+    bool shown = false;
+    HWND box = nullptr;
+    ~ProgressScope()
+    {
+        if (shown)
+            terminate_message_dialog(box);
+        restore_wait_cursor();
+    }
+};
+
+}  // namespace
+
+bool destination_has_room(const std::string&, std::uint32_t) { return true; }
+
+// With frame = channels x bytes per sample and half = frame / 2, i starts at 0
+// for selector 2 and at half otherwise, and while i < bytes - frame the sample
+// at i is copied to i + half. Selector 2 thus copies each left sample over its
+// right sample; any other selector copies each right sample over the left
+// sample of the next frame. The last frame of a block is left as it is.
+void rewrite_one_channel(unsigned char* block, long bytes, const CopyFormat& format, int selector)
+{
+    const long frame = static_cast<long>(format.channels) * format.bytesPerSample;
+    const long half = frame / 2;
+    for (long i = selector == 2 ? 0 : half; i < bytes - frame; i += frame) {
+        block[i + half] = block[i];
+        if (format.bytesPerSample == 2)
+            block[i + half + 1] = block[i + 1];
+    }
+}
+
+int copy_file_to_file(const CopyFormat& format, const std::string& destination,
+                      const std::string& source, std::uint32_t count, std::uint32_t sourceOffset,
+                      std::int32_t destOffset, int showProgress, const char* progressText)
+{
+    if (destination == source)
+        return 1;
+
+    uiHost().setWaitCursor(true);
+    ProgressScope scope;
+    const long blockSize = count < kCopyBlockSize ? static_cast<long>(count) : kCopyBlockSize;
+
+    UniqueFd in(::open(source.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!in.valid())
+        return 0;
+    if (!destination_has_room(destination, count)) {
+        NewErrMsg(5025);
+        return 0;
+    }
+    UniqueFd out(::open(destination.c_str(), O_RDWR | O_CLOEXEC));
+    if (!out.valid())
+        return 0;
+    std::vector<unsigned char> buffer;
+    try {
+        buffer.assign(static_cast<size_t>(blockSize > 0 ? blockSize : 1), 0);
+    } catch (const std::bad_alloc&) {
+        NewErrMsg(5026);
+        return 0;
+    }
+    posix_fadvise(in.get(), 0, 0, POSIX_FADV_SEQUENTIAL);
+    if (lseek(in.get(), sourceOffset, SEEK_SET) < 0)
+        return 0;
+    if ((destOffset == -1 ? lseek(out.get(), 0, SEEK_END) : lseek(out.get(), destOffset, SEEK_SET)) < 0)
+        return 0;
+
+    const bool progress = showProgress || count / (format.samplesPerSec ? format.samplesPerSec : 1) >= 6;
+    if (progress) {
+        scope.box = display_message_dialog(progressText ? progressText : "Updating buffers ...", 0);
+        scope.shown = true;
+        current_progress_box = scope.box;
+        show_percent_done(scope.box, 0);
+    }
+
+    std::uint32_t copied = 0;
+    std::uint32_t remaining = count;
+    long ask = blockSize;
+    while (copied < count) {
+        const long got = readSome(in.get(), buffer.data(), ask);
+        if (got < 1)
+            break;
+        if (bCopyOneChannel)
+            rewrite_one_channel(buffer.data(), got, format, nChannelSelector);
+        if (!writeAll(out.get(), buffer.data(), got)) {
+            NewErrMsg(5025);
+            return 0;
+        }
+        copied += static_cast<std::uint32_t>(got);
+        remaining -= static_cast<std::uint32_t>(got);
+        if (remaining < static_cast<std::uint32_t>(blockSize))
+            ask = static_cast<long>(remaining);
+        if (progress) {
+            if (cancel_button_pressed(scope.box))
+                return 0;
+            show_percent_done(scope.box, static_cast<int>(copied * 100.0 / (count + 1.0)));
+        }
+    }
+    if (!out.reset()) {
+        NewErrMsg(5025);
+        return 0;
+    }
+    return 1;
+}

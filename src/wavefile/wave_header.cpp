@@ -1,0 +1,207 @@
+#include "wavefile/wave_header.h"
+
+#include "app/messages.h"
+#include "app/preferences.h"
+#include "app/ui_host.h"
+#include "wavefile/riff_file.h"
+#include "wavefile/riff_info.h"
+#include "wavefile/wave_state.h"
+
+#include <cstdio>
+#include <unistd.h>
+
+namespace {
+
+constexpr FourCC kWave = make_fourcc("WAVE");
+constexpr FourCC kFmt = make_fourcc("fmt ");
+constexpr FourCC kData = make_fourcc("data");
+
+// A failure of the header check: tell the user when asked, close, record it.
+int failCheck(RiffFile& file, int report, int messageId)
+{
+    if (report)
+        NewErrMsg(messageId);
+    file.close();
+    header_read_ok = 0;
+    return 0;
+}
+
+}  // namespace
+
+std::string current_directory_with_slash()
+{
+    char buffer[4096];
+    std::string dir = getcwd(buffer, sizeof buffer) ? buffer : ".";
+    if (dir.empty() || dir.back() != '/')
+        dir += '/';
+    return dir;
+}
+
+int create_waveform_format_header(RiffFile& file, std::uint32_t dataSize)
+{
+    riff_chunk_info = ChunkInfo{};
+    riff_chunk_info.fccType = kWave;
+    riff_chunk_info.cksize = 0;
+    if (file.createChunk(riff_chunk_info, MMIO_CREATERIFF) != MMSYSERR_NOERROR) {
+        NewErrMsg(5031);
+        return 0;
+    }
+    if (info_chunk_present && last_info_list &&
+        write_info_list(&file, last_info_list.get()) != INFO_OK) {
+        NewErrMsg(5031);
+        return 0;
+    }
+    data_chunk_info = ChunkInfo{};
+    data_chunk_info.ckid = kFmt;
+    data_chunk_info.cksize = WaveFmtRecord::kSize;
+    const auto record = wave_fmt_record.toBytes();
+    if (file.createChunk(data_chunk_info, 0) != MMSYSERR_NOERROR ||
+        file.write(record.data(), WaveFmtRecord::kSize) != WaveFmtRecord::kSize ||
+        file.ascend(data_chunk_info) != MMSYSERR_NOERROR) {
+        NewErrMsg(5031);
+        return 0;
+    }
+    data_chunk_info = ChunkInfo{};
+    data_chunk_info.ckid = kData;
+    data_chunk_info.cksize = dataSize;
+    if (file.createChunk(data_chunk_info, 0) != MMSYSERR_NOERROR) {
+        NewErrMsg(5031);
+        return 0;
+    }
+    return 1;
+}
+
+int ascend_and_update_waveform_file(RiffFile& file)
+{
+    const int first = file.ascend(data_chunk_info);
+    const int second = file.ascend(riff_chunk_info);
+    return second != MMSYSERR_NOERROR ? second : first;
+}
+
+int ReadInputWaveformHeader(const std::string& fileName, int report)
+{
+    // The input device is asked, not the output device: it is the one whose
+    // formats a recording into this document would need.
+    const std::uint32_t caps = wave_input_caps(preferences().waveInputDevice);
+
+    RiffFile file;
+    if (!file.open(fileName, RiffFile::Mode::Read)) {
+        if (report)
+            NewErrMsg(5032);
+        return 0;
+    }
+    ChunkInfo riff;
+    if (file.descend(riff, nullptr, 0) != MMSYSERR_NOERROR)
+        return failCheck(file, report, 5034);
+    if (riff.ckid != kRiff || riff.fccType != kWave)
+        return failCheck(file, report, 5035);
+
+    ChunkInfo fmt;
+    fmt.ckid = kFmt;
+    if (file.descend(fmt, &riff, MMIO_FINDCHUNK) != MMSYSERR_NOERROR)
+        return failCheck(file, report, 5036);
+    if (fmt.cksize < WaveFmtRecord::kSize)
+        return failCheck(file, report, 5037);
+    unsigned char record[WaveFmtRecord::kSize];
+    if (file.read(record, WaveFmtRecord::kSize) != WaveFmtRecord::kSize ||
+        file.ascend(fmt) != MMSYSERR_NOERROR)
+        return failCheck(file, report, 5038);
+    wave_fmt_record = WaveFmtRecord::fromBytes(record);
+
+    input_format_tag = wave_fmt_record.wFormatTag;
+    if (wave_fmt_record.wFormatTag != 1)
+        return failCheck(file, report, 5039);
+
+    if (report) {
+        if (wave_fmt_record.wBitsPerSample == 16 &&
+            (!(caps & WAVE_FORMAT_1M16) || !(caps & WAVE_FORMAT_1S16)))
+            NewErrMsg(5040);
+        if (wave_fmt_record.nSamplesPerSec > 44000 && !(caps & WAVE_FORMAT_4M08))
+            NewErrMsg(5041);
+    }
+
+    current_wave_format.nChannels = wave_fmt_record.nChannels;
+    current_wave_format.wBitsPerSample = wave_fmt_record.wBitsPerSample;
+    current_wave_format.nSamplesPerSec = wave_fmt_record.nSamplesPerSec;
+    current_wave_format.wFormatTag = wave_fmt_record.wFormatTag;
+    current_wave_format.nBytesPerSample =
+        static_cast<std::uint16_t>(wave_fmt_record.wBitsPerSample >> 3);
+
+    ChunkInfo data;
+    data.ckid = kData;
+    if (file.descend(data, &riff, MMIO_FINDCHUNK) != MMSYSERR_NOERROR)
+        return failCheck(file, report, 5042);
+    if (!file.getInfo())
+        return failCheck(file, report, 5043);
+    // The samples are taken from the end of the file, so a data chunk that
+    // claims more bytes than the file holds cannot be loaded.
+    if (static_cast<long long>(data.dwDataOffset) + data.cksize > file.size())
+        return failCheck(file, report, 5038);
+    data_chunk_size = data.cksize;
+    if (!file.setInfo())
+        return failCheck(file, report, 5044);
+
+    file.close();
+    header_read_ok = 1;
+    return 1;
+}
+
+int create_new_empty_waveform_file(int showDialog)
+{
+    if (showDialog && !uiHost().runNewFileDialog())
+        return 0;
+
+    new_file_counter += 1;
+    char leaf[32];
+    std::snprintf(leaf, sizeof leaf, "SAMPLE%u.WAV", new_file_counter);
+    const std::string name = current_directory_with_slash() + leaf;
+
+    RiffFile file;
+    if (!file.open(name, RiffFile::Mode::Create)) {
+        message_beep();
+        ErrMsg("Can't create uninitialized %s", name.c_str());
+        return 0;
+    }
+    ChunkInfo riff;
+    riff.fccType = kWave;
+    if (file.createChunk(riff, MMIO_CREATERIFF) != MMSYSERR_NOERROR) {
+        file.close();
+        ErrMsg("Can't create RIFF chunk, nf 1512");
+        return 0;
+    }
+    ChunkInfo fmt;
+    fmt.ckid = kFmt;
+    fmt.cksize = WaveFmtRecord::kSize;
+    if (file.createChunk(fmt, 0) != MMSYSERR_NOERROR) {
+        file.close();
+        ErrMsg("Can't create info chunk, nf 1521");
+        return 0;
+    }
+    fill_fmt_record_from_current_format();
+    const auto record = wave_fmt_record.toBytes();
+    if (file.write(record.data(), WaveFmtRecord::kSize) != WaveFmtRecord::kSize) {
+        file.close();
+        ErrMsg("Can't mmioWrite, nf 1538");
+        return 0;
+    }
+    file.ascend(fmt);
+    ChunkInfo data;
+    data.ckid = kData;
+    // The whole content of a new file whatever its format: silence for 8-bit
+    // data, nearly so for 16-bit data.
+    static constexpr unsigned char kNewFileData[8] = {0x80, 0x00, 0x80, 0x00,
+                                                      0x80, 0x00, 0x80, 0x00};
+    if (file.createChunk(data, 0) != MMSYSERR_NOERROR ||
+        file.write(kNewFileData, sizeof kNewFileData) != static_cast<long long>(sizeof kNewFileData)) {
+        file.close();
+        ErrMsg("Can't write wave data chunk, nf 1551");
+        return 0;
+    }
+    const bool sized = file.ascend(data) == MMSYSERR_NOERROR && file.ascend(riff) == MMSYSERR_NOERROR;
+    if (!file.close() || !sized) {
+        ErrMsg("Can't write wave data chunk, nf 1551");
+        return 0;
+    }
+    szOpenedFileName = name;
+    return 1;
+}

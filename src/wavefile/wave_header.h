@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+class RiffFile;
+
+// Writes "RIFF"/"WAVE", the INFO list when one is pending, the 16-byte "fmt "
+// chunk from wave_fmt_record, and opens the "data" chunk with the given size,
+// leaving the file inside it for the caller's samples. 1 on success; on failure
+// message 5031 has been shown and the file is left open for the caller.
+int create_waveform_format_header(RiffFile& file, std::uint32_t dataSize);
+
+// Ascends out of "data" and "RIFF", writing their true sizes. The file must be
+// positioned at the end of the samples; it may have been closed and reopened
+// since the header was written. Returns the second ascend's result, 0 = success.
+int ascend_and_update_waveform_file(RiffFile& file);
+
+// Checks that a file is a usable PCM WAVE file; on success the current wave
+// format and data_chunk_size describe it. With `report` set, the reason of a
+// failure (and the sound-board warnings) is shown. 1 = usable, 0 = not.
+int ReadInputWaveformHeader(const std::string& fileName, int report);
+
+// Makes "SAMPLE%d.WAV" in the current directory (the counter counts per run),
+// after the "CREATENEWFILE" dialog when asked: a 52-byte file whose data is
+// eight bytes 80 00 80 00 80 00 80 00 in the current wave format. The name is
+// left in szOpenedFileName. 1 on success, 0 on cancel or failure.
+int create_new_empty_waveform_file(int showDialog);
+
+// The current directory with exactly one '/' after it.
+std::string current_directory_with_slash();

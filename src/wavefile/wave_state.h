@@ -1,0 +1,76 @@
+#pragma once
+
+#include "wavefile/riff_file.h"
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+struct InfoList;
+
+// The format of the file being read, created or written. The start values
+// (2 channels, 8 bits, 2 bytes per sample) are inconsistent on purpose: bytes
+// per sample follows the bits only once a file is read or a bits button of a
+// format dialog is pressed.
+struct WaveFormat {
+    std::uint16_t wFormatTag = 1;
+    std::uint16_t nChannels = 2;
+    std::uint16_t wBitsPerSample = 8;
+    std::uint16_t nBytesPerSample = 2;
+    std::uint32_t nSamplesPerSec = 22050;
+};
+
+// The 16-byte PCM record of a "fmt " chunk.
+struct WaveFmtRecord {
+    std::uint16_t wFormatTag = 1;
+    std::uint16_t nChannels = 0;
+    std::uint32_t nSamplesPerSec = 0;
+    std::uint32_t nAvgBytesPerSec = 0;
+    std::uint16_t nBlockAlign = 0;
+    std::uint16_t wBitsPerSample = 0;
+
+    static constexpr int kSize = 16;
+    std::array<unsigned char, kSize> toBytes() const;
+    static WaveFmtRecord fromBytes(const unsigned char* bytes);
+};
+
+extern WaveFormat current_wave_format;
+extern WaveFmtRecord wave_fmt_record;
+// Descriptors of the "RIFF" and "data" chunks of the file being written,
+// kept from the header write to the final ascend, even across a close and
+// reopen of the file.
+extern ChunkInfo riff_chunk_info;
+extern ChunkInfo data_chunk_info;
+extern std::uint32_t data_chunk_size;
+extern std::uint16_t input_format_tag;
+extern int header_read_ok;
+extern int info_chunk_present;
+extern std::uint32_t new_file_counter;
+// The INFO list of the file last opened through wioFileOpen, written back by
+// the header writer while info_chunk_present is set.
+extern std::shared_ptr<InfoList> last_info_list;
+
+// Opening state shared by the open, new-file and converter paths.
+extern std::string szOpenedFileName;
+extern int bOpenedByConverter;
+extern int bNeedsConversion;
+// Set while a new file is made from a one-channel highlight.
+extern int bCopyOneChannel;
+extern int nChannelSelector;
+
+// Fills wave_fmt_record from current_wave_format: tag 1, and average bytes
+// and block align from bytes per sample as it stands.
+void fill_fmt_record_from_current_format();
+// Puts every value above back to its start value.
+void reset_wave_state();
+
+// Answers which formats the chosen wave input device supports, as a mask of
+// the WAVE_FORMAT_* bits below. Until an audio back-end installs a query,
+// every format counts as supported.
+using InputCapsQuery = std::uint32_t (*)(int device);
+void set_wave_input_caps_query(InputCapsQuery query);
+std::uint32_t wave_input_caps(int device);
+constexpr std::uint32_t WAVE_FORMAT_1M16 = 0x00000004;
+constexpr std::uint32_t WAVE_FORMAT_1S16 = 0x00000008;
+constexpr std::uint32_t WAVE_FORMAT_4M08 = 0x00000100;

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+// Exit codes of ondrava-cli.
+constexpr int kExitOk = 0;
+constexpr int kExitFailed = 1;
+constexpr int kExitUsage = 2;
+
+// The arguments of one subcommand: positionals, "--name value" options and
+// "--flag" switches. Which names take a value is said up front.
+class CliArgs {
+public:
+    // Returns nothing and prints the reason when the arguments do not parse.
+    static std::optional<CliArgs> parse(const std::vector<std::string>& args,
+                                        const std::vector<std::string>& valueOptions,
+                                        const std::vector<std::string>& flags);
+
+    const std::vector<std::string>& positionals() const { return m_positionals; }
+    bool has(const std::string& name) const;
+    std::optional<std::string> value(const std::string& name) const;
+    // An integer option within [min, max]; prints the reason and returns
+    // nothing when it is malformed or out of range.
+    std::optional<long> integer(const std::string& name, long min, long max, long fallback) const;
+
+private:
+    std::vector<std::string> m_positionals;
+    std::map<std::string, std::string> m_values;
+    std::map<std::string, bool> m_flags;
+};
+
+int run_info_command(const std::vector<std::string>& args);
+int run_open_command(const std::vector<std::string>& args);
+int run_new_command(const std::vector<std::string>& args);

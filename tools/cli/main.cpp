@@ -1,0 +1,76 @@
+// ondrava-cli: drives the Ondrava core without a display. Messages are the
+// program's own texts on stderr; exit 0 on success, 1 when the operation
+// failed, 2 for usage errors.
+
+#include "app/headless_ui_host.h"
+#include "app/preference_store.h"
+#include "cli_args.h"
+
+#include <QCoreApplication>
+#include <csignal>
+#include <iostream>
+#include <string>
+#include <vector>
+
+namespace {
+
+HeadlessUiHost* g_host = nullptr;
+
+void onInterrupt(int)
+{
+    // Ctrl+C presses the Cancel button of the running progress box.
+    if (g_host)
+        g_host->requestCancel();
+}
+
+void usage()
+{
+    std::cerr << "usage: ondrava-cli [--yes|--no] COMMAND ...\n"
+                 "  info FILE                       format and INFO items of a WAVE file\n"
+                 "  open FILE [--width PX] [--dump-overview]\n"
+                 "                                  open FILE as a document, print its levels\n"
+                 "  new [--channels 1|2] [--bits 8|16] [--rate HZ]\n"
+                 "                                  make the next SAMPLE%d.WAV here\n"
+                 "Questions are asked on a terminal; --yes or --no answers them all.\n";
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    std::vector<std::string> args(argv + 1, argv + argc);
+
+    HeadlessUiHost host;
+    host.setInteractive(true);
+    g_host = &host;
+    setUiHost(&host);
+    std::signal(SIGINT, onInterrupt);
+
+    while (!args.empty() && (args.front() == "--yes" || args.front() == "--no")) {
+        host.setDefaultAgree(args.front() == "--yes");
+        host.setInteractive(false);
+        args.erase(args.begin());
+    }
+    if (args.empty() || args.front() == "--help" || args.front() == "-h") {
+        usage();
+        return args.empty() ? kExitUsage : kExitOk;
+    }
+    const std::string command = args.front();
+    args.erase(args.begin());
+
+    read_preferences();
+    int result = kExitUsage;
+    if (command == "info")
+        result = run_info_command(args);
+    else if (command == "open")
+        result = run_open_command(args);
+    else if (command == "new")
+        result = run_new_command(args);
+    else {
+        std::cerr << "ondrava-cli: unknown command " << command << "\n";
+        usage();
+    }
+    setUiHost(nullptr);
+    return result;
+}
