@@ -118,6 +118,19 @@ constexpr Entry kStrings[] = {
     {11906, "Go to &highlight\tCtrl+H"},
 };
 
+constexpr bool idsAreUnique()
+{
+    for (const Entry& a : kStrings) {
+        int seen = 0;
+        for (const Entry& b : kStrings)
+            seen += a.id == b.id;
+        if (seen != 1)
+            return false;
+    }
+    return true;
+}
+static_assert(idsAreUnique(), "a string id stands twice in the table");
+
 const Entry* find(int id)
 {
     for (const Entry& e : kStrings)

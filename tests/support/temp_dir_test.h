@@ -1,0 +1,81 @@
+#pragma once
+
+#include "app/app_paths.h"
+#include "app/headless_ui_host.h"
+#include "app/preferences.h"
+#include "app/file_names.h"
+#include "app/progress.h"
+#include "wavefile/wave_state.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+// Base fixture: a fresh temporary folder that is also the data directory, a
+// quiet headless user interface that records what it shows, and the wave
+// state and preferences back at their start values.
+class TempDirTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        char pattern[] = "/tmp/ondrava-test-XXXXXX";
+        m_dir = mkdtemp(pattern);
+        m_work = m_dir + "/work";
+        set_data_directory(m_work);
+        host.setQuiet(true);
+        setUiHost(&host);
+        reset_wave_state();
+        preferences() = Preferences{};
+        progress_dialog = nullptr;
+        current_progress_box = nullptr;
+    }
+
+    void TearDown() override
+    {
+        setUiHost(nullptr);
+        std::filesystem::remove_all(m_dir);
+    }
+
+    std::string path(const std::string& name) const { return m_dir + "/" + name; }
+    const std::string& workDir() const { return m_work; }
+
+    std::vector<std::string> filesIn(const std::string& dir) const
+    {
+        std::vector<std::string> names;
+        for (const auto& e : std::filesystem::directory_iterator(dir))
+            names.push_back(e.path().filename().string());
+        return names;
+    }
+
+    static void writeFile(const std::string& name, const std::vector<std::uint8_t>& bytes)
+    {
+        std::ofstream out(name, std::ios::binary);
+        out.write(reinterpret_cast<const char*>(bytes.data()),
+                  static_cast<std::streamsize>(bytes.size()));
+    }
+
+    static std::vector<std::uint8_t> readFile(const std::string& name)
+    {
+        std::ifstream in(name, std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    }
+
+    // The string-table ids of the messages shown so far, in order.
+    std::vector<std::string> shownTexts() const
+    {
+        std::vector<std::string> texts;
+        for (const auto& s : host.shown())
+            texts.push_back(s.text);
+        return texts;
+    }
+
+    HeadlessUiHost host;
+
+private:
+    std::string m_dir;
+    std::string m_work;
+};

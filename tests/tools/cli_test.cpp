@@ -1,0 +1,147 @@
+// Drives the ondrava-cli executable as a user or a script would.
+
+#include "support/temp_dir_test.h"
+#include "support/wav_builder.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sstream>
+#include <sys/wait.h>
+
+extern char** environ;
+
+using Bytes = WavBuilder::Bytes;
+using W = WavBuilder;
+
+class CliTest : public TempDirTest {
+protected:
+    struct Run {
+        int exitCode = -1;
+        std::string out;
+        std::string err;
+    };
+
+    // Runs ondrava-cli in the temp folder with its own profile and data folder.
+    Run cli(const std::vector<std::string>& args)
+    {
+        std::vector<std::string> env = {"HOME=" + path("home"), "XDG_CONFIG_HOME=" + path("config"),
+                                        "ONDRAVA_HOME=" + path("ondrava"), "PATH=/usr/bin:/bin"};
+        std::vector<std::string> argv = {ONDRAVA_CLI};
+        argv.insert(argv.end(), args.begin(), args.end());
+        std::vector<char*> argp, envp;
+        for (auto& a : argv)
+            argp.push_back(a.data());
+        argp.push_back(nullptr);
+        for (auto& e : env)
+            envp.push_back(e.data());
+        envp.push_back(nullptr);
+
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_addchdir_np(&actions, path("").c_str());
+        posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+        posix_spawn_file_actions_addopen(&actions, 1, path("stdout").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        posix_spawn_file_actions_addopen(&actions, 2, path("stderr").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        pid_t pid = 0;
+        Run run;
+        if (posix_spawn(&pid, argp[0], &actions, nullptr, argp.data(), envp.data()) == 0) {
+            int status = 0;
+            waitpid(pid, &status, 0);
+            run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+        }
+        posix_spawn_file_actions_destroy(&actions);
+        const Bytes out = readFile(path("stdout"));
+        const Bytes err = readFile(path("stderr"));
+        run.out.assign(out.begin(), out.end());
+        run.err.assign(err.begin(), err.end());
+        return run;
+    }
+
+    std::vector<std::string> lines(const std::string& text)
+    {
+        std::vector<std::string> result;
+        std::istringstream in(text);
+        for (std::string line; std::getline(in, line);)
+            result.push_back(line);
+        return result;
+    }
+};
+
+TEST_F(CliTest, InfoPrintsTheFormatAndTheInfoItems)
+{
+    Bytes body;
+    W::putId(body, "INFO");
+    for (const Bytes& item : {W::chunk("IART", {'A', 'n', 'n', 0}), W::chunk("INAM", {'T', 'u', 'n', 'e', 0})})
+        body.insert(body.end(), item.begin(), item.end());
+    writeFile(path("song.wav"), W::riff({W::chunk("LIST", body), W::chunk("fmt ", W::fmtBody(1, 2, 44100, 16)),
+                                         W::chunk("data", W::randomBytes(4000, 1))}));
+    const Run run = cli({"info", "song.wav"});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(lines(run.out), (std::vector<std::string>{
+                                  "format_tag: 1", "channels: 2", "rate: 44100", "bits: 16",
+                                  "block_align: 4", "avg_bytes_per_sec: 176400", "data_bytes: 4000",
+                                  "frames: 1000", "info.IART: Ann", "info.INAM: Tune"}));
+}
+
+TEST_F(CliTest, ABrokenFileGetsTheProgramsMessageAndExitCodeOne)
+{
+    Bytes bad = W::pcm(1, 8000, 8, {1, 2, 3});
+    bad[8] = 'X';
+    writeFile(path("bad.wav"), bad);
+    const Run run = cli({"info", "bad.wav"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "Format error on input file.\n");
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(cli({"open", "bad.wav"}).exitCode, 1);
+    EXPECT_EQ(cli({"open", "missing.wav"}).err, "Cannot open input WAVE file.\n");
+}
+
+TEST_F(CliTest, OpenReportsLevelsAndLeavesNoFileBehind)
+{
+    writeFile(path("tone.wav"), W::pcm(2, 44100, 16, W::randomBytes(264600 * 2, 2)));
+    Run run = cli({"open", "tone.wav"});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(lines(run.out), (std::vector<std::string>{"total_samples: 264600", "levels: 8",
+                                                         "max_zoom: 128", "overview_entries: 2064"}));
+    EXPECT_TRUE(filesIn(path("ondrava/work")).empty());
+
+    run = cli({"open", "tone.wav", "--width", "800", "--dump-overview"});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    const auto out = lines(run.out);
+    ASSERT_EQ(out.size(), 4u + 2064u);
+    EXPECT_EQ(out[1], "levels: 9");  // 264600 / 2^9 = 516, below 800 * 3 / 4
+    EXPECT_TRUE(filesIn(path("ondrava/work")).empty());
+}
+
+TEST_F(CliTest, NewMakesTheNextSampleFileHere)
+{
+    const Run run = cli({"new", "--channels", "1", "--bits", "16", "--rate", "11025"});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(run.out, path("SAMPLE1.WAV") + "\n");
+    const Bytes b = readFile(path("SAMPLE1.WAV"));
+    ASSERT_EQ(b.size(), 52u);
+    EXPECT_EQ(b[22], 1);   // channels
+    EXPECT_EQ(b[34], 16);  // bits
+    EXPECT_EQ(cli({"info", "SAMPLE1.WAV"}).exitCode, 0);
+}
+
+TEST_F(CliTest, UsageErrorsExitWithTwo)
+{
+    EXPECT_EQ(cli({}).exitCode, 2);
+    EXPECT_EQ(cli({"frobnicate"}).exitCode, 2);
+    EXPECT_EQ(cli({"info"}).exitCode, 2);
+    EXPECT_EQ(cli({"open", "x.wav", "--width"}).exitCode, 2);
+    EXPECT_EQ(cli({"open", "x.wav", "--width", "wide"}).exitCode, 2);
+    EXPECT_EQ(cli({"new", "--bits", "12"}).exitCode, 2);
+    EXPECT_EQ(cli({"new", "--channels", "3"}).exitCode, 2);
+    EXPECT_EQ(cli({"--help"}).exitCode, 0);
+}
+
+TEST_F(CliTest, TheProfileGetsTheDataDirectoryOnFirstUse)
+{
+    writeFile(path("a.wav"), W::pcm(1, 8000, 8, {1, 2, 3, 4}));
+    ASSERT_EQ(cli({"info", "a.wav"}).exitCode, 0);
+    const Bytes ini = readFile(path("config/Ondrava/Ondrava.ini"));
+    const std::string text(ini.begin(), ini.end());
+    EXPECT_NE(text.find(path("ondrava/work")), std::string::npos) << text;
+}

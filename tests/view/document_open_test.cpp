@@ -1,0 +1,290 @@
+#include "view/child_frame.h"
+#include "view/display_levels.h"
+#include "view/document_open.h"
+#include "wavefile/wave_header.h"
+
+#include "support/temp_dir_test.h"
+#include "support/wav_builder.h"
+
+#include <csignal>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using Bytes = WavBuilder::Bytes;
+using W = WavBuilder;
+
+namespace {
+
+// The overview computed the plain way: for every whole block of 256 frames
+// and each channel, the minimum and maximum of the samples, leaving out the
+// document's very last frame; stereo entries as min L, min R, max L, max R.
+std::vector<int> referenceOverview(const Bytes& data, int channels, int bits)
+{
+    const size_t bytesPerSample = static_cast<size_t>(bits / 8);
+    const long long units = static_cast<long long>(data.size() / bytesPerSample);
+    const size_t capacity = ((bytesPerSample * static_cast<size_t>(units)) >> 7) / bytesPerSample;
+    auto value = [&](long long unit) {
+        if (bits == 8)
+            return static_cast<int>(data[static_cast<size_t>(unit)]);
+        const size_t at = static_cast<size_t>(unit) * 2;
+        return static_cast<int>(static_cast<std::int16_t>(data[at] | data[at + 1] << 8));
+    };
+    const long long lastFrame = units / channels - 1;
+    std::vector<int> out;
+    for (long long block = 0; (block + 1) * 256 * channels <= units; ++block) {
+        if (out.size() + 2u * static_cast<size_t>(channels) > capacity)
+            break;
+        std::vector<int> mins, maxs;
+        for (int ch = 0; ch < channels; ++ch) {
+            int lo = 32767, hi = -32767;
+            for (long long frame = block * 256; frame < (block + 1) * 256; ++frame) {
+                if (frame == lastFrame)
+                    continue;
+                lo = std::min(lo, value(frame * channels + ch));
+                hi = std::max(hi, value(frame * channels + ch));
+            }
+            mins.push_back(lo);
+            maxs.push_back(hi);
+        }
+        out.insert(out.end(), mins.begin(), mins.end());
+        out.insert(out.end(), maxs.begin(), maxs.end());
+    }
+    return out;
+}
+
+}  // namespace
+
+class DocumentOpenTest : public TempDirTest {
+protected:
+    void SetUp() override
+    {
+        TempDirTest::SetUp();
+        set_screen_width_pixels(1920);
+    }
+
+    std::unique_ptr<CChildFrame> openBytes(const Bytes& file)
+    {
+        writeFile(path("in.wav"), file);
+        return open_document_file(path("in.wav"));
+    }
+
+    static Bytes workingBytes(const CChildFrame& f)
+    {
+        std::ifstream in(f.szFileName, std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    }
+};
+
+TEST_F(DocumentOpenTest, TheOverviewHoldsMinimaAndMaximaOfEvery256Frames)
+{
+    int seed = 1;
+    for (int channels : {1, 2}) {
+        for (int bits : {8, 16}) {
+            // A whole number of blocks, where leaving out the last frame shows,
+            // and a ragged end.
+            for (size_t frames : {256u * 40u, 256u * 37u + 100u}) {
+                const size_t bytes = frames * static_cast<size_t>(channels * bits / 8);
+                const Bytes data = W::randomBytes(bytes, static_cast<std::uint32_t>(seed++));
+                auto f = openBytes(W::pcm(static_cast<std::uint16_t>(channels), 22050,
+                                          static_cast<std::uint16_t>(bits), data));
+                ASSERT_TRUE(f) << channels << " " << bits;
+                const std::string label = std::to_string(channels) + "ch " + std::to_string(bits) +
+                                          "bit " + std::to_string(frames);
+                EXPECT_EQ(f->nTotalSamples, frames * static_cast<size_t>(channels)) << label;
+                EXPECT_EQ(workingBytes(*f), data) << label;
+                const int search = display_level_search(
+                    static_cast<std::uint64_t>(f->nTotalSamples) * (channels == 1 ? 2 : 1), 1920);
+                ASSERT_GE(search, 2) << label;
+                EXPECT_EQ(f->nMaxZoomLevel, search) << label;
+                EXPECT_EQ(f->fMaxZoom, static_cast<float>(1 << (search - 1))) << label;
+                EXPECT_EQ(f->nZoomLevel, 1) << label;
+                EXPECT_EQ(f->fZoom, 1.0f) << label;
+
+                const std::vector<int> expected = referenceOverview(data, channels, bits);
+                ASSERT_EQ(f->nLevelLength[1], expected.size()) << label;
+                std::vector<int> actual;
+                for (size_t i = 0; i < expected.size(); ++i)
+                    actual.push_back(bits == 8 ? f->level8(1)[i] : f->level16(1)[i]);
+                EXPECT_EQ(actual, expected) << label;
+            }
+        }
+    }
+    EXPECT_TRUE(host.shown().empty());
+}
+
+TEST_F(DocumentOpenTest, EveryFileTheDocumentOwnsGoesWhenItCloses)
+{
+    auto f = openBytes(W::pcm(2, 44100, 16, W::randomBytes(400000, 3)));
+    ASSERT_TRUE(f);
+    EXPECT_EQ(CChildFrame::GetTheFuckingHandle(), f.get());
+    EXPECT_EQ(f->get_private_member(), f.get());
+    EXPECT_EQ(frame_from_handle(f->hWaveWnd), f.get());
+    EXPECT_EQ(open_document_count(), 1);
+    EXPECT_EQ(f->szDisplayName, "in.wav");
+    EXPECT_EQ(filesIn(workDir()).size(), 2u);  // working file and overview
+    EXPECT_EQ(f->szFileName.size(), workDir().size() + 1 + 8 + 4);
+    EXPECT_EQ(f->szFileName.substr(f->szFileName.size() - 4), ".tmp");
+    HWND handle = f->hWaveWnd;
+    f.reset();
+    EXPECT_TRUE(filesIn(workDir()).empty());
+    EXPECT_EQ(CChildFrame::GetTheFuckingHandle(), nullptr);
+    EXPECT_EQ(frame_from_handle(handle), nullptr);
+    EXPECT_EQ(open_document_count(), 0);
+    EXPECT_EQ(get_named_file_length(path("in.wav")), 44u + 400000u);  // the opened file stays
+}
+
+TEST_F(DocumentOpenTest, ShortDocumentsHaveOneLevelAndTinyOnesNoMap)
+{
+    auto shortDoc = openBytes(W::pcm(2, 8000, 8, W::randomBytes(1400, 4)));
+    ASSERT_TRUE(shortDoc);
+    EXPECT_EQ(shortDoc->nMaxZoomLevel, 1);
+    EXPECT_EQ(shortDoc->fZoom, 1.0f);
+    EXPECT_TRUE(shortDoc->levels[1].mapped());
+    EXPECT_EQ(filesIn(workDir()).size(), 1u);  // no overview file
+    shortDoc.reset();
+
+    auto tiny = openBytes(W::pcm(1, 8000, 16, W::randomBytes(8, 5)));
+    ASSERT_TRUE(tiny);
+    EXPECT_EQ(tiny->nTotalSamples, 4u);
+    EXPECT_EQ(tiny->nMaxZoomLevel, 1);
+    for (const DisplayLevel& level : tiny->levels)
+        EXPECT_FALSE(level.mapped());
+}
+
+TEST_F(DocumentOpenTest, ANewEmptyDocumentHasEightUnitsAndOneLevel)
+{
+    char cwd[4096];
+    ASSERT_NE(getcwd(cwd, sizeof cwd), nullptr);
+    ASSERT_EQ(chdir(path("").c_str()), 0);
+    current_wave_format.wBitsPerSample = 16;
+    current_wave_format.nBytesPerSample = 2;
+    ASSERT_EQ(create_new_empty_waveform_file(0), 1);
+    ASSERT_EQ(chdir(cwd), 0);
+    CChildFrame f;
+    ASSERT_EQ(open_document(f, true), 1);
+    EXPECT_EQ(f.nTotalSamples, 8u);
+    EXPECT_EQ(f.nLevelLength[1], 8u);
+    EXPECT_EQ(f.nMaxZoomLevel, 1);
+    EXPECT_FALSE(f.levels[1].mapped());
+}
+
+TEST_F(DocumentOpenTest, SamplesAreTheLastDataBytesOfTheFile)
+{
+    // A chunk after "data" shifts what is loaded: the rule takes the file's tail.
+    const Bytes data = W::randomBytes(3000, 6);
+    const Bytes file = W::riff({W::chunk("fmt ", W::fmtBody(1, 1, 8000, 8)), W::chunk("data", data),
+                                W::chunk("junk", {9, 9, 9, 9})});
+    auto f = openBytes(file);
+    ASSERT_TRUE(f);
+    EXPECT_EQ(workingBytes(*f), Bytes(file.end() - 3000, file.end()));
+}
+
+TEST_F(DocumentOpenTest, BadFilesGiveTheirMessageAndLeaveNothingBehind)
+{
+    const Bytes fmt = W::chunk("fmt ", W::fmtBody(1, 1, 22050, 8));
+    Bytes truncated = W::pcm(1, 22050, 8, W::randomBytes(5000, 7));
+    truncated.resize(3000);
+    Bytes noData = W::riff({fmt});
+    struct Case {
+        Bytes file;
+        const char* message;
+    };
+    const std::vector<Case> cases = {
+        {{}, "End of input file."},
+        {truncated, "Truncated input file."},
+        {W::riff({W::chunk("fmt ", W::fmtBody(2, 1, 22050, 4, 20)), W::chunk("data", {1, 2})}),
+         "Input file is not a PCM_WAVE file."},
+        {noData, "No 'data' chunk in input file."},
+        {W::riff({W::chunk("data", {1, 2}), fmt}), "No 'data' chunk in input file."},
+        {W::riff({fmt, W::chunk("data", {1, 2})}, "WAVE", 2), "No 'fmt' chunk on input file."},
+    };
+    for (const Case& c : cases) {
+        host.clearShown();
+        EXPECT_EQ(openBytes(c.file), nullptr) << c.message;
+        EXPECT_EQ(shownTexts(), std::vector<std::string>{c.message});
+        EXPECT_TRUE(filesIn(workDir()).empty()) << c.message;
+    }
+    host.clearShown();
+    EXPECT_EQ(open_document_file(path("missing.wav")), nullptr);
+    ASSERT_EQ(mkdir(path("dir.wav").c_str(), 0755), 0);
+    EXPECT_EQ(open_document_file(path("dir.wav")), nullptr);
+    EXPECT_EQ(shownTexts(), (std::vector<std::string>{"Cannot open input WAVE file.",
+                                                       "Cannot open input WAVE file."}));
+    EXPECT_TRUE(filesIn(workDir()).empty());
+    EXPECT_EQ(open_document_count(), 0);
+}
+
+TEST_F(DocumentOpenTest, AFullDiskWhileCopyingCreatesNoDocument)
+{
+    writeFile(path("big.wav"), W::pcm(2, 44100, 16, W::randomBytes(300000, 8)));
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit old{};
+    getrlimit(RLIMIT_FSIZE, &old);
+    rlimit limited = old;
+    limited.rlim_cur = 100000;
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limited), 0);
+    auto f = open_document_file(path("big.wav"));
+    setrlimit(RLIMIT_FSIZE, &old);
+    EXPECT_EQ(f, nullptr);
+    EXPECT_EQ(shownTexts(), std::vector<std::string>{"Not enough room on disk to copy file."});
+    EXPECT_TRUE(filesIn(workDir()).empty());
+}
+
+TEST_F(DocumentOpenTest, CancellingTheOverviewEndsTheOpenWithThePartBuilt)
+{
+    // The copy polls Cancel once per 32768-byte block (twice here), the
+    // overview once every ten blocks of 256 frames: Cancel on its first poll.
+    writeFile(path("in.wav"), W::pcm(1, 22050, 16, W::randomBytes(65536, 9)));
+    szOpenedFileName = path("in.wav");
+    host.cancelAfterPolls(2);
+    {
+        CChildFrame f;
+        EXPECT_EQ(open_document(f), 0);
+        EXPECT_EQ(f.nLevelLength[1], 20u);  // ten blocks of a minimum and a maximum
+        EXPECT_FALSE(host.progressOpen());
+    }
+    EXPECT_TRUE(filesIn(workDir()).empty());
+}
+
+TEST_F(DocumentOpenTest, ZoomedInitialDisplayStartsAtAFinerLevel)
+{
+    preferences().zoomedInitialDisplay = true;
+    auto f = openBytes(W::pcm(1, 8000, 8, W::randomBytes(8000 * 60, 10)));
+    ASSERT_TRUE(f);
+    // 60 s at 8 kHz mono counts 960000 units: ten levels. Ten seconds on 1920
+    // columns need 80000 / 1920 = 42 frames a column, so 2^6: level 10 - 6 = 4.
+    EXPECT_EQ(f->nMaxZoomLevel, 10);
+    EXPECT_EQ(f->nZoomLevel, 4);
+    EXPECT_EQ(f->fZoom, 8.0f);
+}
+
+TEST_F(DocumentOpenTest, SaveBufferCopiesFramesFromTheHighlight)
+{
+    const Bytes data = W::randomBytes(4000, 11);
+    auto f = openBytes(W::pcm(2, 22050, 16, data));
+    ASSERT_TRUE(f);
+    f->nSelStart = 10;
+    std::uint32_t position = 0;
+    const unsigned char* buffer = f->make_pSaveBuffer_single_display(4, &position, 3);
+    ASSERT_NE(buffer, nullptr);
+    EXPECT_EQ(position, 10u * 2u + 4u);
+    EXPECT_EQ(Bytes(buffer, buffer + 12), Bytes(data.begin() + 24, data.begin() + 36));
+    f->shitcan_pSaveBuffer();
+    EXPECT_TRUE(f->pSaveBuffer.empty());
+}
+
+TEST_F(DocumentOpenTest, OnlyAModifiedDocumentAsksBeforeClosing)
+{
+    auto f = openBytes(W::pcm(1, 8000, 8, W::randomBytes(100, 12)));
+    ASSERT_TRUE(f);
+    EXPECT_EQ(f->query_close(), 1);
+    EXPECT_TRUE(host.shown().empty());
+    f->bModified = 1;
+    host.scriptAnswers({IDCANCEL, IDOK});
+    EXPECT_EQ(f->query_close(), 0);
+    ASSERT_EQ(host.shown().size(), 1u);
+    EXPECT_EQ(host.shown()[0].text, "OK to close in.wav?");
+    EXPECT_EQ(host.shown()[0].style, static_cast<unsigned>(MB_OKCANCEL | MB_ICONQUESTION));
+    EXPECT_EQ(f->query_close(), 1);
+}

@@ -1,0 +1,181 @@
+#include "wavefile/riff_file.h"
+#include "wavefile/riff_info.h"
+#include "wavefile/wave_header.h"
+#include "wavefile/wave_state.h"
+
+#include "support/temp_dir_test.h"
+#include "support/wav_builder.h"
+
+#include <unistd.h>
+
+using RiffWriterTest = TempDirTest;
+using Bytes = WavBuilder::Bytes;
+
+namespace {
+
+std::uint32_t le32At(const Bytes& b, size_t at)
+{
+    return b[at] | b[at + 1] << 8 | b[at + 2] << 16 | static_cast<std::uint32_t>(b[at + 3]) << 24;
+}
+
+void setFormat(std::uint16_t channels, std::uint16_t bits, std::uint32_t rate)
+{
+    current_wave_format.nChannels = channels;
+    current_wave_format.wBitsPerSample = bits;
+    current_wave_format.nBytesPerSample = static_cast<std::uint16_t>(bits / 8);
+    current_wave_format.nSamplesPerSec = rate;
+    fill_fmt_record_from_current_format();
+}
+
+}  // namespace
+
+TEST_F(RiffWriterTest, WritesTheCanonicalLayoutForEveryFormat)
+{
+    struct Case {
+        std::uint16_t channels, bits;
+        std::uint32_t rate;
+    };
+    for (const Case c : {Case{1, 8, 11025}, Case{2, 8, 22050}, Case{1, 16, 44100}, Case{2, 16, 48000}}) {
+        setFormat(c.channels, c.bits, c.rate);
+        const Bytes samples = WavBuilder::randomBytes(1000, c.rate);
+        RiffFile file;
+        ASSERT_TRUE(file.open(path("out.wav"), RiffFile::Mode::Create));
+        ASSERT_EQ(create_waveform_format_header(file, 0), 1);
+        ASSERT_EQ(file.write(samples.data(), 1000), 1000);
+        ASSERT_EQ(ascend_and_update_waveform_file(file), 0);
+        ASSERT_TRUE(file.close());
+
+        Bytes expected;
+        WavBuilder::putId(expected, "RIFF");
+        WavBuilder::put32(expected, 36 + 1000);
+        WavBuilder::putId(expected, "WAVE");
+        WavBuilder::putId(expected, "fmt ");
+        WavBuilder::put32(expected, 16);
+        WavBuilder::put16(expected, 1);
+        WavBuilder::put16(expected, c.channels);
+        WavBuilder::put32(expected, c.rate);
+        WavBuilder::put32(expected, c.rate * c.channels * c.bits / 8);
+        WavBuilder::put16(expected, static_cast<std::uint16_t>(c.channels * c.bits / 8));
+        WavBuilder::put16(expected, c.bits);
+        WavBuilder::putId(expected, "data");
+        WavBuilder::put32(expected, 1000);
+        expected.insert(expected.end(), samples.begin(), samples.end());
+        EXPECT_EQ(readFile(path("out.wav")), expected) << c.channels << "ch " << c.bits << "bit";
+    }
+    EXPECT_TRUE(host.shown().empty());
+}
+
+TEST_F(RiffWriterTest, OddDataGetsAPadByteCountedOnlyInTheRiffSize)
+{
+    setFormat(1, 8, 22050);
+    RiffFile file;
+    ASSERT_TRUE(file.open(path("odd.wav"), RiffFile::Mode::Create));
+    ASSERT_EQ(create_waveform_format_header(file, 0), 1);
+    const unsigned char three[3] = {1, 2, 3};
+    file.write(three, 3);
+    ASSERT_EQ(ascend_and_update_waveform_file(file), 0);
+    file.close();
+    const Bytes b = readFile(path("odd.wav"));
+    ASSERT_EQ(b.size(), 48u);
+    EXPECT_EQ(le32At(b, 40), 3u);   // data size without the pad
+    EXPECT_EQ(b[47], 0);            // the pad byte
+    EXPECT_EQ(le32At(b, 4), 40u);   // file length minus 8
+}
+
+TEST_F(RiffWriterTest, SizesArePatchedAfterTheFileWasClosedAndReopened)
+{
+    setFormat(2, 16, 44100);
+    RiffFile file;
+    ASSERT_TRUE(file.open(path("later.wav"), RiffFile::Mode::Create));
+    ASSERT_EQ(create_waveform_format_header(file, 0), 1);
+    file.close();
+
+    // Another routine appends the samples...
+    const Bytes samples = WavBuilder::randomBytes(70000, 7);
+    {
+        Bytes all = readFile(path("later.wav"));
+        EXPECT_EQ(le32At(all, 40), 0u);
+        all.insert(all.end(), samples.begin(), samples.end());
+        writeFile(path("later.wav"), all);
+    }
+    // ...and the kept descriptors complete the file.
+    ASSERT_TRUE(file.open(path("later.wav"), RiffFile::Mode::ReadWrite));
+    file.seek(0, SEEK_END);
+    EXPECT_EQ(ascend_and_update_waveform_file(file), 0);
+    file.close();
+    const Bytes b = readFile(path("later.wav"));
+    EXPECT_EQ(le32At(b, 4), 36u + 70000u);
+    EXPECT_EQ(le32At(b, 40), 70000u);
+    EXPECT_EQ(ReadInputWaveformHeader(path("later.wav"), 1), 1);
+    EXPECT_EQ(data_chunk_size, 70000u);
+}
+
+TEST_F(RiffWriterTest, APendingInfoListStandsBetweenWaveAndFmt)
+{
+    setFormat(1, 8, 11025);
+    ASSERT_EQ(create_info_list(last_info_list), INFO_OK);
+    set_info_item_value(*last_info_list, 1, "Ann", INFOCHUNK_EDITED);  // IART, 4 bytes with zero
+    info_chunk_present = 1;
+    RiffFile file;
+    ASSERT_TRUE(file.open(path("info.wav"), RiffFile::Mode::Create));
+    ASSERT_EQ(create_waveform_format_header(file, 0), 1);
+    file.write("ab", 2);
+    ascend_and_update_waveform_file(file);
+    file.close();
+
+    const Bytes b = readFile(path("info.wav"));
+    const Bytes list = WavBuilder::chunk("LIST", [] {
+        Bytes body;
+        WavBuilder::putId(body, "INFO");
+        const Bytes item = WavBuilder::chunk("IART", {'A', 'n', 'n', 0});
+        body.insert(body.end(), item.begin(), item.end());
+        return body;
+    }());
+    ASSERT_GE(b.size(), 12 + list.size());
+    EXPECT_EQ(Bytes(b.begin() + 12, b.begin() + 12 + static_cast<long>(list.size())), list);
+    EXPECT_EQ(std::string(b.begin() + 12 + static_cast<long>(list.size()),
+                          b.begin() + 16 + static_cast<long>(list.size())),
+              "fmt ");
+    EXPECT_EQ(le32At(b, 4), b.size() - 8);
+}
+
+TEST_F(RiffWriterTest, AFailedHeaderWriteSaysSo)
+{
+    setFormat(1, 8, 11025);
+    RiffFile file;
+    ASSERT_TRUE(file.open(path("ro.wav"), RiffFile::Mode::Create));
+    file.close();
+    ASSERT_TRUE(file.open(path("ro.wav"), RiffFile::Mode::Read));
+    EXPECT_EQ(create_waveform_format_header(file, 0), 0);
+    EXPECT_EQ(shownTexts(), std::vector<std::string>{"Cannot write output WAVE file."});
+}
+
+TEST_F(RiffWriterTest, ANewEmptyFileIsFiftyTwoBytesOfFixedContent)
+{
+    char cwd[4096];
+    ASSERT_NE(getcwd(cwd, sizeof cwd), nullptr);
+    ASSERT_EQ(chdir(path("").c_str()), 0);
+
+    current_wave_format.nChannels = 1;
+    current_wave_format.wBitsPerSample = 16;
+    current_wave_format.nBytesPerSample = 2;
+    current_wave_format.nSamplesPerSec = 44100;
+    ASSERT_EQ(create_new_empty_waveform_file(0), 1);
+    EXPECT_EQ(szOpenedFileName, path("SAMPLE1.WAV"));
+    Bytes b = readFile(path("SAMPLE1.WAV"));
+    ASSERT_EQ(b.size(), 52u);
+    EXPECT_EQ(le32At(b, 4), 44u);
+    EXPECT_EQ(le32At(b, 40), 8u);
+    EXPECT_EQ(Bytes(b.begin() + 44, b.end()), (Bytes{0x80, 0, 0x80, 0, 0x80, 0, 0x80, 0}));
+    EXPECT_EQ(le32At(b, 28), 88200u);
+
+    // The start format keeps its two bytes per sample with 8 bits: block align 4.
+    reset_wave_state();
+    new_file_counter = 1;
+    ASSERT_EQ(create_new_empty_waveform_file(0), 1);
+    b = readFile(path("SAMPLE2.WAV"));
+    EXPECT_EQ(b[32], 4);
+    EXPECT_EQ(le32At(b, 28), 4u * 22050u);
+    EXPECT_EQ(b[34], 8);
+    ASSERT_EQ(chdir(cwd), 0);
+}
