@@ -101,6 +101,16 @@ int open_document(CChildFrame& f, bool newEmpty)
         ReadInputWaveformHeader(szOpenedFileName, 1);
         return 0;
     }
+    // The display, the edits and playback all work on one or two channels of
+    // 8- or 16-bit samples; other PCM files pass the header check but cannot
+    // become documents.
+    const WaveFormat& format = current_wave_format;
+    if ((format.nChannels != 1 && format.nChannels != 2) ||
+        (format.wBitsPerSample != 8 && format.wBitsPerSample != 16)) {
+        ErrMsg("Cannot open %s: only 8-bit and 16-bit mono or stereo PCM files can be edited.",
+               file_name_part(szOpenedFileName).c_str());
+        return 0;
+    }
     initialise_fields(f);
     if (!load_document_file(f))
         return 0;

@@ -28,6 +28,24 @@ long readSome(int fd, unsigned char* buffer, long count)
     return done;
 }
 
+// Copies up to `count` bytes inside the kernel. Returns the bytes copied, 0 at
+// the end of the source, -1 when this pair of files cannot be copied this way
+// (the caller then reads and writes), -2 on a write error.
+long kernelCopy(int in, int out, long count)
+{
+    for (;;) {
+        const ssize_t n = copy_file_range(in, nullptr, out, nullptr, static_cast<size_t>(count), 0);
+        if (n >= 0)
+            return n;
+        if (errno == EINTR)
+            continue;
+        if (errno == EXDEV || errno == ENOSYS || errno == EINVAL || errno == EOPNOTSUPP ||
+            errno == EBADF)
+            return -1;
+        return -2;
+    }
+}
+
 bool writeAll(int fd, const unsigned char* buffer, long count)
 {
     long done = 0;
@@ -119,16 +137,25 @@ int copy_file_to_file(const CopyFormat& format, const std::string& destination,
     std::uint32_t copied = 0;
     std::uint32_t remaining = count;
     long ask = blockSize;
+    // Plain copies stay inside the kernel while it can do them; the one-channel
+    // rewrite needs every block in hand.
+    bool inKernel = !bCopyOneChannel;
     while (copied < count) {
-        const long got = readSome(in.get(), buffer.data(), ask);
-        if (got < 1)
-            break;
-        if (bCopyOneChannel)
-            rewrite_one_channel(buffer.data(), got, format, nChannelSelector);
-        if (!writeAll(out.get(), buffer.data(), got)) {
+        long got = inKernel ? kernelCopy(in.get(), out.get(), ask) : -1;
+        if (got == -1) {
+            inKernel = false;
+            got = readSome(in.get(), buffer.data(), ask);
+            if (got >= 1 && bCopyOneChannel)
+                rewrite_one_channel(buffer.data(), got, format, nChannelSelector);
+            if (got >= 1 && !writeAll(out.get(), buffer.data(), got))
+                got = -2;
+        }
+        if (got == -2) {
             NewErrMsg(5025);
             return 0;
         }
+        if (got < 1)
+            break;
         copied += static_cast<std::uint32_t>(got);
         remaining -= static_cast<std::uint32_t>(got);
         if (remaining < static_cast<std::uint32_t>(blockSize))

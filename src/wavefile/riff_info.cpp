@@ -207,8 +207,10 @@ int write_info_list(RiffFile* file, const InfoList* list)
     ChunkInfo listChunk;
     bool listOpen = false;
     for (const InfoItem& item : list->items) {
+        // An empty value counts as none: a list whose values are all empty
+        // writes nothing at all.
         const auto value = info_item_value(*list, item.index);
-        if (!value)
+        if (!value || value->empty())
             continue;
         if (!listOpen) {
             listChunk.fccType = make_fourcc("INFO");

@@ -104,9 +104,9 @@ int wioFileOpen(std::unique_ptr<wave_io_info>* result, const char* fileName, uns
         const std::uint32_t rate = get_le32(f + 4);
         const std::uint32_t avgBytes = get_le32(f + 8);
         if (tag == 1) {
-            frames = avgBytes ? static_cast<std::uint32_t>(static_cast<double>(rate) * dataBytes /
-                                                           avgBytes)
-                              : 0;
+            // A lying format can ask for more frames than a count can hold.
+            const double computed = avgBytes ? static_cast<double>(rate) * dataBytes / avgBytes : 0.0;
+            frames = computed >= 4294967295.0 ? 0xFFFFFFFFu : static_cast<std::uint32_t>(computed);
         } else {
             const int answer = message_box(
                 nullptr,

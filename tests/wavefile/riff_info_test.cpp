@@ -76,6 +76,10 @@ TEST_F(RiffInfoTest, AListWithoutValuesWritesNothing)
     std::shared_ptr<InfoList> list;
     create_info_list(list);
     set_info_item_value(*list, 2, "", INFOCHUNK_EDITED);
+    // An item whose value in the file is empty counts as having none.
+    list->raw = {'I', 'C', 'O', 'P', 1, 0, 0, 0, 0, 0};
+    list->items[4].offset = 8;
+    list->items[4].size = 1;
     RiffFile file;
     ASSERT_TRUE(file.open(path("empty"), RiffFile::Mode::Create));
     EXPECT_EQ(write_info_list(&file, list.get()), INFO_OK);

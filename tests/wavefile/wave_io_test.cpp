@@ -104,3 +104,13 @@ TEST_F(WaveIoTest, ParsesTheInfoListAndAsksAboutUnknownItems)
     EXPECT_EQ(info_item_value(*info->pInfo, find_info_item(make_fourcc("ICMT"))), "ok");
     EXPECT_EQ(info_item_value(*info->pInfo, find_info_item(make_fourcc("IART"))), std::nullopt);
 }
+
+TEST_F(WaveIoTest, AFrameCountTooLargeForItsFieldIsClamped)
+{
+    Bytes fmt = W::fmtBody(1, 1, 8000, 8);
+    fmt[4] = fmt[5] = fmt[6] = fmt[7] = 0xFF;  // rate 4294967295
+    fmt[8] = 1;                                // average bytes per second 1
+    fmt[9] = fmt[10] = fmt[11] = 0;
+    ASSERT_EQ(open(W::riff({W::chunk("fmt ", fmt), W::chunk("data", Bytes(40, 0))})), WIOERR_NOERROR);
+    EXPECT_EQ(info->dwDataSamples, 0xFFFFFFFFu);
+}
