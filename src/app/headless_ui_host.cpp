@@ -83,6 +83,7 @@ void HeadlessUiHost::destroyProgressBox(HWND box)
     if (box != kProgressBox || !m_progressOpen)
         return;
     m_progressOpen = false;
+    m_terminalLine.clear();
     if (m_terminal && !m_quiet)
         std::cerr << "\r\033[K" << std::flush;
 }
@@ -128,8 +129,12 @@ void HeadlessUiHost::redrawTerminalLine()
         return;
     constexpr int kWidth = 30;
     const int filled = m_lastPercent * kWidth / 100;
-    std::string bar(static_cast<size_t>(filled), '#');
-    bar.resize(kWidth, ' ');
-    std::cerr << "\r\033[K[" << bar << "]" << m_barText << controlText(kTimeLeftControl)
-              << std::flush;
+    std::string line(static_cast<size_t>(filled), '#');
+    line.resize(kWidth, ' ');
+    line = "[" + line + "]" + m_barText + controlText(kTimeLeftControl);
+    // Progress is reported once per block; the terminal hears only of changes.
+    if (line == m_terminalLine)
+        return;
+    m_terminalLine = line;
+    std::cerr << "\r\033[K" << line << std::flush;
 }

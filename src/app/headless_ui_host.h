@@ -86,6 +86,7 @@ private:
     int m_progressBoxesOpened = 0;
     int m_lastPercent = -1;
     std::string m_barText;
+    std::string m_terminalLine;
     std::string m_title;
     std::string m_helpFile;
     int m_helpContext = 0;

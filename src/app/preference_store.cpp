@@ -86,8 +86,11 @@ void read_preferences(QSettings& profile, Preferences& prefs)
         prefs.*k.field = yes_no_setting(profile, "Preferences", k.key, k.defaultOn);
     prefs.timeFormat = readInt(profile, key("Preferences", "Time format"), kTimeFormatSeconds);
     prefs.markerNameOnTheFly = yes_no_setting(profile, "Preferences", "Marker name on the fly", false);
-    for (int bar = 0; bar < kControlBarCount; ++bar)
+    for (int bar = 0; bar < kControlBarCount; ++bar) {
         prefs.barVisible[bar] = readInt(profile, barSection(bar) + "/Visible", 100) != 0;
+        prefs.barDocking[bar] = readInt(profile, barSection(bar) + "/Docking", 0);
+        prefs.barFloating[bar] = readInt(profile, barSection(bar) + "/Floating", 0) != 0;
+    }
     for (const DeviceKey& k : kDeviceKeys)
         prefs.*k.field = readInt(profile, key("Preferences", k.key), 0);
 
@@ -129,8 +132,11 @@ void write_preferences(QSettings& profile, const Preferences& prefs)
         write_yes_no(profile, "Preferences", k.key, prefs.*k.field);
     profile.setValue(key("Preferences", "Time format"), prefs.timeFormat);
     write_yes_no(profile, "Preferences", "Marker name on the fly", prefs.markerNameOnTheFly);
-    for (int bar = 0; bar < kControlBarCount; ++bar)
+    for (int bar = 0; bar < kControlBarCount; ++bar) {
         profile.setValue(barSection(bar) + "/Visible", prefs.barVisible[bar] ? 100 : 0);
+        profile.setValue(barSection(bar) + "/Docking", prefs.barDocking[bar]);
+        profile.setValue(barSection(bar) + "/Floating", prefs.barFloating[bar] ? 1 : 0);
+    }
     for (const DeviceKey& k : kDeviceKeys)
         profile.setValue(key("Preferences", k.key), prefs.*k.field);
     profile.setValue(key("Data directory", "Last used directory"),

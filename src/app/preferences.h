@@ -37,6 +37,10 @@ struct Preferences {
     bool markerNameOnTheFly = false;
     std::array<bool, kControlBarCount> barVisible{true, true, true, true, true, true,
                                                   true, true, true, true, true};
+    // Where each bar was docked (a dock side id, 0 = not recorded) and whether
+    // it floats, as the main frame saves them.
+    std::array<int, kControlBarCount> barDocking{};
+    std::array<bool, kControlBarCount> barFloating{};
     int waveInputDevice = 0;
     int waveOutputDevice = 0;
     int midiInputDevice = 0;

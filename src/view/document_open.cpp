@@ -5,6 +5,7 @@
 #include "app/file_names.h"
 #include "app/messages.h"
 #include "app/preferences.h"
+#include "edit/edit_menu_state.h"
 #include "view/child_frame.h"
 #include "view/display_levels.h"
 #include "wavefile/wave_header.h"
@@ -39,6 +40,7 @@ void initialise_fields(CChildFrame& f)
     f.fSelEndPixel = 1.0f;
     f.nFirstSample = 0;
     f.timemarks.fill(TimemarkSlot{});
+    edit_menu_state().undoText = kPlainUndoText;
     f.nInfoHeight = 0;
     f.bColorDisplay = preferences().colorDisplay;
     f.bToolTips = preferences().toolTips;

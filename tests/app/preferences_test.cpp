@@ -92,6 +92,8 @@ TEST_F(PreferencesTest, EveryPreferenceSurvivesAWriteAndARead)
     written.markerNameOnTheFly = true;
     written.barVisible[3] = false;
     written.barVisible[10] = false;
+    written.barDocking[2] = 0xE81C;
+    written.barFloating[4] = true;
     written.waveInputDevice = 2;
     written.waveOutputDevice = 3;
     written.midiInputDevice = 4;
@@ -124,6 +126,8 @@ TEST_F(PreferencesTest, EveryPreferenceSurvivesAWriteAndARead)
     EXPECT_EQ(read.timeFormat, 25);
     EXPECT_EQ(read.markerNameOnTheFly, written.markerNameOnTheFly);
     EXPECT_EQ(read.barVisible, written.barVisible);
+    EXPECT_EQ(read.barDocking, written.barDocking);
+    EXPECT_EQ(read.barFloating, written.barFloating);
     EXPECT_EQ(read.waveInputDevice, 2);
     EXPECT_EQ(read.waveOutputDevice, 3);
     EXPECT_EQ(read.midiInputDevice, 4);

@@ -1,3 +1,4 @@
+#include "edit/edit_menu_state.h"
 #include "view/child_frame.h"
 #include "view/display_levels.h"
 #include "view/document_open.h"
@@ -122,8 +123,10 @@ TEST_F(DocumentOpenTest, TheOverviewHoldsMinimaAndMaximaOfEvery256Frames)
 
 TEST_F(DocumentOpenTest, EveryFileTheDocumentOwnsGoesWhenItCloses)
 {
+    edit_menu_state().undoText = "&Undo Cut...\tCtrl+Z";
     auto f = openBytes(W::pcm(2, 44100, 16, W::randomBytes(400000, 3)));
     ASSERT_TRUE(f);
+    EXPECT_EQ(edit_menu_state().undoText, "&Undo\tCtrl+Z");
     EXPECT_EQ(CChildFrame::GetTheFuckingHandle(), f.get());
     EXPECT_EQ(f->get_private_member(), f.get());
     EXPECT_EQ(frame_from_handle(f->hWaveWnd), f.get());

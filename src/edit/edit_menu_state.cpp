@@ -1,0 +1,7 @@
+#include "edit/edit_menu_state.h"
+
+EditMenuState& edit_menu_state()
+{
+    static EditMenuState state;
+    return state;
+}
