@@ -1,10 +1,10 @@
 #include "view/child_frame.h"
 
 #include "app/messages.h"
+#include "app/posix_io.h"
 #include "wavefile/block_copier.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
 #include <map>
@@ -103,18 +103,8 @@ unsigned char* CChildFrame::make_pSaveBuffer_single_display(std::uint32_t offset
     if (position)
         *position = start;
     UniqueFd fd(::open(szFileName.c_str(), O_RDONLY | O_CLOEXEC));
-    if (fd.valid()) {
-        long long done = 0;
-        while (done < bytes) {
-            const ssize_t n = ::pread(fd.get(), pSaveBuffer.data() + done,
-                                      static_cast<size_t>(bytes - done), start + done);
-            if (n < 0 && errno == EINTR)
-                continue;
-            if (n <= 0)
-                break;
-            done += n;
-        }
-    }
+    if (fd.valid())
+        read_fully(fd.get(), pSaveBuffer.data(), bytes, start);
     return pSaveBuffer.data();
 }
 

@@ -1,6 +1,7 @@
 #include "wavefile/block_copier.h"
 
 #include "app/messages.h"
+#include "app/posix_io.h"
 #include "app/progress.h"
 #include "app/ui_host.h"
 #include "app/unique_fd.h"
@@ -13,20 +14,6 @@
 #include <vector>
 
 namespace {
-
-long readSome(int fd, unsigned char* buffer, long count)
-{
-    long done = 0;
-    while (done < count) {
-        const ssize_t n = ::read(fd, buffer + done, static_cast<size_t>(count - done));
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0)
-            break;
-        done += n;
-    }
-    return done;
-}
 
 // Copies up to `count` bytes inside the kernel. Returns the bytes copied, 0 at
 // the end of the source, -1 when this pair of files cannot be copied this way
@@ -44,20 +31,6 @@ long kernelCopy(int in, int out, long count)
             return -1;
         return -2;
     }
-}
-
-bool writeAll(int fd, const unsigned char* buffer, long count)
-{
-    long done = 0;
-    while (done < count) {
-        const ssize_t n = ::write(fd, buffer + done, static_cast<size_t>(count - done));
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0)
-            return false;
-        done += n;
-    }
-    return true;
 }
 
 // Restores the cursor and closes the progress box however the copy ends.
@@ -144,10 +117,10 @@ int copy_file_to_file(const CopyFormat& format, const std::string& destination,
         long got = inKernel ? kernelCopy(in.get(), out.get(), ask) : -1;
         if (got == -1) {
             inKernel = false;
-            got = readSome(in.get(), buffer.data(), ask);
+            got = static_cast<long>(read_fully(in.get(), buffer.data(), ask));
             if (got >= 1 && bCopyOneChannel)
                 rewrite_one_channel(buffer.data(), got, format, nChannelSelector);
-            if (got >= 1 && !writeAll(out.get(), buffer.data(), got))
+            if (got >= 1 && !write_fully(out.get(), buffer.data(), got))
                 got = -2;
         }
         if (got == -2) {

@@ -1,8 +1,8 @@
 #include "wavefile/riff_file.h"
 
+#include "app/posix_io.h"
 #include "wavefile/byte_order.h"
 
-#include <cerrno>
 #include <climits>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -54,37 +54,15 @@ long long RiffFile::read(void* buffer, long long count)
 {
     if (!isOpen() || count < 0)
         return -1;
-    auto* out = static_cast<char*>(buffer);
-    long long done = 0;
-    while (done < count) {
-        const ssize_t n = ::pread(m_fd.get(), out + done, static_cast<size_t>(count - done),
-                                  static_cast<off_t>(m_position + done));
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n < 0)
-            return done > 0 ? done : -1;
-        if (n == 0)
-            break;
-        done += n;
-    }
-    m_position += done;
+    const long long done = read_fully(m_fd.get(), buffer, count, m_position);
+    if (done > 0)
+        m_position += done;
     return done;
 }
 
 bool RiffFile::writeAt(long long offset, const void* buffer, long long count)
 {
-    const auto* in = static_cast<const char*>(buffer);
-    long long done = 0;
-    while (done < count) {
-        const ssize_t n = ::pwrite(m_fd.get(), in + done, static_cast<size_t>(count - done),
-                                   static_cast<off_t>(offset + done));
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0)
-            return false;
-        done += n;
-    }
-    return true;
+    return write_fully(m_fd.get(), buffer, count, offset);
 }
 
 long long RiffFile::write(const void* buffer, long long count)

@@ -9,6 +9,10 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <sys/resource.h>
+#include <unistd.h>
+
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -71,6 +75,31 @@ protected:
         for (const auto& s : host.shown())
             texts.push_back(s.text);
         return texts;
+    }
+
+    // Runs `body` with writes past `bytes` failing as on a full disk.
+    template <typename Body>
+    static void withFileSizeLimit(rlim_t bytes, Body body)
+    {
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit old{};
+        getrlimit(RLIMIT_FSIZE, &old);
+        rlimit limited = old;
+        limited.rlim_cur = bytes;
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limited), 0);
+        body();
+        setrlimit(RLIMIT_FSIZE, &old);
+    }
+
+    // Runs `body` with the temp folder as the current directory.
+    template <typename Body>
+    void inTempDir(Body body)
+    {
+        char cwd[4096];
+        ASSERT_NE(getcwd(cwd, sizeof cwd), nullptr);
+        ASSERT_EQ(chdir(m_dir.c_str()), 0);
+        body();
+        ASSERT_EQ(chdir(cwd), 0);
     }
 
     HeadlessUiHost host;

@@ -7,8 +7,6 @@
 #include "support/temp_dir_test.h"
 #include "support/wav_builder.h"
 
-#include <csignal>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -164,13 +162,9 @@ TEST_F(DocumentOpenTest, ShortDocumentsHaveOneLevelAndTinyOnesNoMap)
 
 TEST_F(DocumentOpenTest, ANewEmptyDocumentHasEightUnitsAndOneLevel)
 {
-    char cwd[4096];
-    ASSERT_NE(getcwd(cwd, sizeof cwd), nullptr);
-    ASSERT_EQ(chdir(path("").c_str()), 0);
     current_wave_format.wBitsPerSample = 16;
     current_wave_format.nBytesPerSample = 2;
-    ASSERT_EQ(create_new_empty_waveform_file(0), 1);
-    ASSERT_EQ(chdir(cwd), 0);
+    inTempDir([] { ASSERT_EQ(create_new_empty_waveform_file(0), 1); });
     CChildFrame f;
     ASSERT_EQ(open_document(f, true), 1);
     EXPECT_EQ(f.nTotalSamples, 8u);
@@ -238,14 +232,8 @@ TEST_F(DocumentOpenTest, BadFilesGiveTheirMessageAndLeaveNothingBehind)
 TEST_F(DocumentOpenTest, AFullDiskWhileCopyingCreatesNoDocument)
 {
     writeFile(path("big.wav"), W::pcm(2, 44100, 16, W::randomBytes(300000, 8)));
-    std::signal(SIGXFSZ, SIG_IGN);
-    rlimit old{};
-    getrlimit(RLIMIT_FSIZE, &old);
-    rlimit limited = old;
-    limited.rlim_cur = 100000;
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limited), 0);
-    auto f = open_document_file(path("big.wav"));
-    setrlimit(RLIMIT_FSIZE, &old);
+    std::unique_ptr<CChildFrame> f;
+    withFileSizeLimit(100000, [&] { f = open_document_file(path("big.wav")); });
     EXPECT_EQ(f, nullptr);
     EXPECT_EQ(shownTexts(), std::vector<std::string>{"Not enough room on disk to copy file."});
     EXPECT_TRUE(filesIn(workDir()).empty());

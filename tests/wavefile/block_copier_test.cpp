@@ -4,8 +4,6 @@
 #include "support/temp_dir_test.h"
 #include "support/wav_builder.h"
 
-#include <csignal>
-#include <sys/resource.h>
 
 using Bytes = WavBuilder::Bytes;
 
@@ -86,15 +84,8 @@ TEST_F(BlockCopierTest, AFullDiskIsReportedAndFails)
 {
     writeFile(path("src"), Bytes(200000, 3));
     writeFile(path("dst"), {});
-    // Writes past 64 KiB fail as on a full disk.
-    std::signal(SIGXFSZ, SIG_IGN);
-    rlimit old{};
-    getrlimit(RLIMIT_FSIZE, &old);
-    rlimit limited = old;
-    limited.rlim_cur = 65536;
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limited), 0);
-    const int result = copy(200000, 0, 0);
-    setrlimit(RLIMIT_FSIZE, &old);
+    int result = -1;
+    withFileSizeLimit(65536, [&] { result = copy(200000, 0, 0); });
     EXPECT_EQ(result, 0);
     EXPECT_EQ(shownTexts(), std::vector<std::string>{"Not enough room on disk to copy file."});
 }

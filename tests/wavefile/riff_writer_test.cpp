@@ -152,15 +152,11 @@ TEST_F(RiffWriterTest, AFailedHeaderWriteSaysSo)
 
 TEST_F(RiffWriterTest, ANewEmptyFileIsFiftyTwoBytesOfFixedContent)
 {
-    char cwd[4096];
-    ASSERT_NE(getcwd(cwd, sizeof cwd), nullptr);
-    ASSERT_EQ(chdir(path("").c_str()), 0);
-
     current_wave_format.nChannels = 1;
     current_wave_format.wBitsPerSample = 16;
     current_wave_format.nBytesPerSample = 2;
     current_wave_format.nSamplesPerSec = 44100;
-    ASSERT_EQ(create_new_empty_waveform_file(0), 1);
+    inTempDir([] { ASSERT_EQ(create_new_empty_waveform_file(0), 1); });
     EXPECT_EQ(szOpenedFileName, path("SAMPLE1.WAV"));
     Bytes b = readFile(path("SAMPLE1.WAV"));
     ASSERT_EQ(b.size(), 52u);
@@ -172,10 +168,9 @@ TEST_F(RiffWriterTest, ANewEmptyFileIsFiftyTwoBytesOfFixedContent)
     // The start format keeps its two bytes per sample with 8 bits: block align 4.
     reset_wave_state();
     new_file_counter = 1;
-    ASSERT_EQ(create_new_empty_waveform_file(0), 1);
+    inTempDir([] { ASSERT_EQ(create_new_empty_waveform_file(0), 1); });
     b = readFile(path("SAMPLE2.WAV"));
     EXPECT_EQ(b[32], 4);
     EXPECT_EQ(le32At(b, 28), 4u * 22050u);
     EXPECT_EQ(b[34], 8);
-    ASSERT_EQ(chdir(cwd), 0);
 }
