@@ -2,8 +2,9 @@
 
 #include "app/app_paths.h"
 #include "app/string_table.h"
+#include "audio/transport_state.h"
 
-TransportButtonState transport_button_state;
+bool alternate_view_button = false;
 
 void draw_text_on_control(HWND parent, int controlId, const char* text, const char* face,
                           int tenthsOfPoint, std::uint32_t colour, unsigned flags)
@@ -40,7 +41,7 @@ OwnerDrawFace owner_draw_face(const OwnerDrawItem& item)
         return face;
     }
     const int id = item.controlId;
-    const TransportButtonState& s = transport_button_state;
+    const TransportState& s = transport_state();
     if (id == 1813 && s.recording && !item.disabled)
         face.bitmap = "redrec";
     else if (id == 1815 && s.playing && !item.disabled)
@@ -53,7 +54,7 @@ OwnerDrawFace owner_draw_face(const OwnerDrawItem& item)
         face.bitmap = "cancel";
     else {
         int stringId = id;
-        if (id == 11853 && s.alternateView)
+        if (id == 11853 && alternate_view_button)
             stringId = 11854;
         if (item.disabled)
             stringId += 9000;

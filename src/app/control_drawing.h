@@ -18,14 +18,8 @@ void new_draw_text_on_control(HWND parent, int controlId, const char* text, cons
                               int tenthsOfPoint, std::uint32_t colour, unsigned flags,
                               std::uint32_t background, int weight);
 
-// State that decides the look of the transport buttons.
-struct TransportButtonState {
-    bool recording = false;
-    bool playing = false;
-    bool paused = false;
-    bool alternateView = false;  // control 11853 shows string 11854 instead
-};
-extern TransportButtonState transport_button_state;
+// The display switch that makes control 11853 show string 11854 instead.
+extern bool alternate_view_button;
 
 struct OwnerDrawFace {
     bool draw = true;          // false: nothing is painted for this request

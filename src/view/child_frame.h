@@ -112,6 +112,24 @@ public:
     bool bSizeChanged = true;
     bool bRecomputeScroll = true;
     std::array<TimemarkSlot, kTimemarkSlots> timemarks;
+
+    // Size of the client area the view is laid out for (the window's, or
+    // what a renderer is asked for).
+    int nClientWidth = 800;
+    int nClientHeight = 400;
+    // Mouse and keyboard state of the view.
+    float fAnchorPixel = 0.0f;     // the highlight edge that stays put
+    int nLastNudgeX = -1;          // x of the last nudged edge
+    int nPrevScrollPos = 0;
+    bool bSelecting = false;       // the left button is making a highlight
+    bool bStripDrag = false;       // a drag along the whole-document strip
+    int nStripDragX1 = 0;
+    int nStripDragX2 = 0;
+    bool bHighlightDragPending = false;  // button went down inside the highlight
+    bool bHighlightDragging = false;
+    int nHighlightDragX = 0;
+    int nHighlightDragY = 0;
+    int nLineScrollDirection = 0;  // -1 left, +1 right, 0 none since the last paint
     std::vector<unsigned char> pSaveBuffer;
     bool bSaveBufferValid = false;
 

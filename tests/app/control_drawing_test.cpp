@@ -1,4 +1,5 @@
 #include "app/control_drawing.h"
+#include "audio/transport_state.h"
 
 #include "support/temp_dir_test.h"
 
@@ -6,7 +7,8 @@ class ControlDrawingTest : public TempDirTest {
 protected:
     void TearDown() override
     {
-        transport_button_state = TransportButtonState{};
+        transport_state() = TransportState{};
+        alternate_view_button = false;
         TempDirTest::TearDown();
     }
 };
@@ -15,12 +17,12 @@ TEST_F(ControlDrawingTest, TransportButtonsFollowTheRecordAndPlayState)
 {
     OwnerDrawItem record{1813};
     EXPECT_EQ(owner_draw_face(record).bitmap, "rrecord");
-    transport_button_state.recording = true;
+    transport_state().recording = true;
     EXPECT_EQ(owner_draw_face(record).bitmap, "redrec");
-    transport_button_state.playing = true;
+    transport_state().playing = true;
     EXPECT_EQ(owner_draw_face(OwnerDrawItem{1815}).bitmap, "grnplay");
     EXPECT_EQ(owner_draw_face(OwnerDrawItem{1816}).bitmap, "rpause");
-    transport_button_state.paused = true;
+    transport_state().paused = true;
     EXPECT_EQ(owner_draw_face(OwnerDrawItem{1816}).bitmap, "yelpause");
 }
 

@@ -35,3 +35,4 @@ private:
 int run_info_command(const std::vector<std::string>& args);
 int run_open_command(const std::vector<std::string>& args);
 int run_new_command(const std::vector<std::string>& args);
+int run_render_command(const std::vector<std::string>& args);

@@ -6,8 +6,10 @@
 #include "app/preference_store.h"
 #include "cli_args.h"
 
-#include <QCoreApplication>
+#include <QGuiApplication>
 #include <csignal>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -31,6 +33,9 @@ void usage()
                  "                                  open FILE as a document, print its levels\n"
                  "  new [--channels 1|2] [--bits 8|16] [--rate HZ]\n"
                  "                                  make the next SAMPLE%d.WAV here\n"
+                 "  render FILE --width W --height H [--level N] [--first SAMPLE]\n"
+                 "         [--time-format 1|24|25|30] --out FILE.png\n"
+                 "                                  draw the document as the window does\n"
                  "Questions are asked on a terminal; --yes or --no answers them all.\n";
 }
 
@@ -38,7 +43,16 @@ void usage()
 
 int main(int argc, char** argv)
 {
-    QCoreApplication app(argc, argv);
+    // Rendering needs fonts, hence a GUI application, but never a display.
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    // Without a session Qt would warn that it made its own runtime folder.
+    if (!qEnvironmentVariableIsSet("XDG_RUNTIME_DIR")) {
+        const std::string runtime = "/tmp/runtime-" + std::to_string(getuid());
+        mkdir(runtime.c_str(), 0700);
+        qputenv("XDG_RUNTIME_DIR", runtime.c_str());
+    }
+    QGuiApplication app(argc, argv);
     std::vector<std::string> args(argv + 1, argv + argc);
 
     HeadlessUiHost host;
@@ -67,6 +81,8 @@ int main(int argc, char** argv)
         result = run_open_command(args);
     else if (command == "new")
         result = run_new_command(args);
+    else if (command == "render")
+        result = run_render_command(args);
     else {
         std::cerr << "ondrava-cli: unknown command " << command << "\n";
         usage();

@@ -1,0 +1,7 @@
+#include "audio/transport_state.h"
+
+TransportState& transport_state()
+{
+    static TransportState state;
+    return state;
+}

@@ -1,0 +1,248 @@
+#include "view/view_navigation.h"
+
+#include "audio/transport_state.h"
+#include "view/child_frame.h"
+#include "view/mouse_selection.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+// Units in a tenth and in nine tenths of the window, from the current first sample.
+std::int64_t unitsTo(const CChildFrame& f, double fraction)
+{
+    return static_cast<std::int64_t>(f.pixel_to_level_index(static_cast<float>(fraction * f.nClientWidth))) -
+           f.nFirstSample;
+}
+
+bool showsPastEnd(const CChildFrame& f)
+{
+    return f.sample_to_pixel(f.nTotalSamples) < static_cast<float>(f.nClientWidth);
+}
+
+}  // namespace
+
+std::int64_t frame_mask(const CChildFrame& f)
+{
+    const int bytesPerFrame = f.wfx.nChannels * f.bytesPerSample();
+    return bytesPerFrame == 1 ? ~std::int64_t{0} : bytesPerFrame == 2 ? ~std::int64_t{1} : ~std::int64_t{3};
+}
+
+void first_sample_from_scroll(CChildFrame& f)
+{
+    std::int64_t tenth = unitsTo(f, 0.1);
+    if (f.fZoom == 1.0f)
+        tenth *= 128;
+    const auto first =
+        static_cast<std::int64_t>(static_cast<double>(f.nScrollPos) * tenth / f.fScrollScale) & frame_mask(f);
+    f.nFirstSample = static_cast<std::uint32_t>(std::max<std::int64_t>(0, first));
+}
+
+void compute_scroll_range(CChildFrame& f, bool sizeChange)
+{
+    const std::int64_t window = unitsTo(f, 0.9);
+    const std::int64_t tenth = unitsTo(f, 0.1);
+    if (tenth == 0)
+        return;
+    std::int64_t max = std::max<std::int64_t>(0, (static_cast<std::int64_t>(f.nLevelLength[f.nZoomLevel]) - window) / tenth);
+    f.nScrollStep = 1;
+    while (max > 32767) {
+        max /= 2;
+        f.nScrollStep *= 2;
+    }
+    f.nScrollMax = static_cast<int>(max);
+    f.nScrollPos = static_cast<int>(f.nFirstSample / tenth);
+    f.fScrollScale = 1.0f;
+
+    if (!sizeChange && showsPastEnd(f) && f.fZoom != 1.0f) {
+        while (f.nScrollMax > 0 && showsPastEnd(f)) {
+            --f.nScrollMax;
+            f.nScrollPos = f.nScrollMax;
+            first_sample_from_scroll(f);
+        }
+        ++f.nScrollMax;
+        f.bRedrawAll = true;
+    }
+    if (f.nScrollMax > 0 && f.nScrollMax < 1000) {
+        f.fScrollScale = 1000.0f / static_cast<float>(f.nScrollMax);
+        f.nScrollMax = 1000;
+        f.nScrollPos = static_cast<int>(f.nScrollPos * f.fScrollScale);
+    }
+    f.bRecomputeScroll = false;
+}
+
+int scroll_bar_position(const CChildFrame& f) { return f.nScrollPos / std::max(1, f.nScrollStep); }
+int scroll_bar_maximum(const CChildFrame& f) { return f.nScrollMax / std::max(1, f.nScrollStep); }
+
+bool scroll(CChildFrame& f, ScrollRequest request, int thumb)
+{
+    if (transport_state().busy() || f.nTotalSamples <= 15)
+        return false;
+    int pos = f.nScrollPos;
+    bool line = false;
+    switch (request) {
+    case ScrollRequest::LineLeft:
+        if (pos > 0)
+            pos -= static_cast<int>(f.fScrollScale);
+        line = true;
+        break;
+    case ScrollRequest::LineRight:
+        if (pos < f.nScrollMax)
+            pos += static_cast<int>(f.fScrollScale);
+        line = true;
+        break;
+    case ScrollRequest::PageLeft:
+        pos = std::max(0, pos - f.nScrollMax / 5);
+        f.bRedrawAll = true;
+        break;
+    case ScrollRequest::PageRight:
+        pos = std::min(f.nScrollMax, pos + f.nScrollMax / 5);
+        f.bRedrawAll = true;
+        break;
+    case ScrollRequest::Thumb:
+        pos = f.nScrollStep * thumb;
+        f.bRedrawAll = true;
+        break;
+    case ScrollRequest::ToStart:
+        pos = 0;
+        f.bRedrawAll = true;
+        break;
+    case ScrollRequest::ToEnd:
+        pos = f.nScrollMax;
+        f.bRedrawAll = true;
+        break;
+    }
+    pos = std::clamp(pos, 0, f.nScrollMax);
+    if (f.nScrollStep > 1 && f.nScrollMax - pos < f.nScrollStep)
+        pos = f.nScrollMax;
+    f.nScrollPos = pos;
+    first_sample_from_scroll(f);
+    if (line) {
+        if (f.nZoomLevel != 1)
+            f.nLineScrollDirection = pos < f.nPrevScrollPos ? -1 : pos > f.nPrevScrollPos ? 1 : 0;
+        else
+            f.bRedrawAll = true;
+    }
+    f.nPrevScrollPos = pos;
+    update_highlight_pixels(f);
+    return true;
+}
+
+bool zoom_in(CChildFrame& f)
+{
+    if (f.nTotalSamples <= 8 || f.fZoom >= f.fMaxZoom)
+        return false;
+    f.nZoomLevel = std::min(f.nZoomLevel + 1, f.nMaxZoomLevel);
+    f.fZoom *= 2.0f;
+    compute_scroll_range(f);
+    f.bRedrawAll = true;
+    update_highlight_pixels(f);
+    return true;
+}
+
+bool zoom_out(CChildFrame& f)
+{
+    if (f.fZoom == 1.0f)
+        return false;
+    f.fZoom *= 0.5f;
+    f.nZoomLevel = std::max(f.nZoomLevel - 1, 1);
+    compute_scroll_range(f);
+    f.bRedrawAll = true;
+    update_highlight_pixels(f);
+    return true;
+}
+
+bool zoom_maximum(CChildFrame& f)
+{
+    f.fZoom = f.fMaxZoom * 0.5f;
+    f.nZoomLevel = f.nMaxZoomLevel - 1;
+    return zoom_in(f);
+}
+
+bool zoom_minimum(CChildFrame& f)
+{
+    f.fZoom = 2.0f;
+    f.nZoomLevel = 2;
+    return zoom_out(f);
+}
+
+void go_to_beginning(CChildFrame& f)
+{
+    f.nScrollPos = 0;
+    first_sample_from_scroll(f);
+    f.bRedrawAll = true;
+    update_highlight_pixels(f);
+}
+
+void go_to_end(CChildFrame& f)
+{
+    f.nScrollPos = f.nScrollMax;
+    first_sample_from_scroll(f);
+    f.bRedrawAll = true;
+    update_highlight_pixels(f);
+}
+
+bool go_to_highlight(CChildFrame& f)
+{
+    if (!f.bHighlight)
+        return false;
+    const std::uint32_t kept = f.nFirstSample;
+    f.nFirstSample = 0;
+    const std::uint32_t lead = f.pixel_to_level_index(static_cast<float>(f.nClientWidth / 10));
+    if (f.nSelStart < lead) {
+        f.nFirstSample = kept;
+        return false;
+    }
+    f.nFirstSample = (f.nZoomLevel == 1 && f.fZoom == 1.0f) ? 0 : f.nSelStart - lead;
+    std::int64_t tenth = unitsTo(f, 0.1);
+    if (f.fZoom == 1.0f)
+        tenth *= 128;
+    if (tenth > 0)
+        f.nScrollPos = static_cast<int>(static_cast<double>(f.nFirstSample) * f.fScrollScale / tenth);
+    f.bRedrawAll = true;
+    update_highlight_pixels(f);
+    return true;
+}
+
+void select_all(CChildFrame& f)
+{
+    f.bHighlight = 1;
+    f.bLeftChannel = f.bRightChannel = 1;
+    set_selection_units(f, 0, f.nTotalSamples);
+    update_highlight_pixels(f);
+    f.nCaretX = 0;
+    f.bRedrawAll = true;
+}
+
+bool nudge(CChildFrame& f, int command)
+{
+    if (!f.bHighlight)
+        return false;
+    const bool coarse = command == 11900 || command == 11901;
+    const std::int64_t step = static_cast<std::int64_t>(f.wfx.nSamplesPerSec / (coarse ? 20 : 200)) * f.wfx.nChannels;
+    const bool startEdge = command == 11900 || command == 11902 || command == 11903;
+    const bool later = command == 11901 || command == 11903 || command == 11905;
+    std::int64_t value = startEdge ? f.nSelStart : f.nSelEnd;
+    value = later ? std::min<std::int64_t>(value + step, static_cast<std::int64_t>(f.nTotalSamples) - 1)
+                  : std::max<std::int64_t>(value - step, 0);
+    int x = static_cast<int>(f.level_index_to_pixel(static_cast<std::uint32_t>(value)));
+    if (x == f.nLastNudgeX)
+        x += later ? 1 : -1;
+    f.nLastNudgeX = x;
+    // The edge moves as in a shift-click: the other edge stays put.
+    (startEdge ? f.fSelStartPixel : f.fSelEndPixel) = static_cast<float>(x);
+    f.fAnchorPixel = startEdge ? f.fSelEndPixel : f.fSelStartPixel;
+    f.nCaretX = x;
+    compute_operation_range(f);
+    return true;
+}
+
+void update_highlight_pixels(CChildFrame& f)
+{
+    if (!f.bHighlight)
+        return;
+    f.fSelStartPixel = f.sample_to_pixel(f.nSelStart);
+    f.fSelEndPixel = f.sample_to_pixel(f.nSelEnd);
+    f.nCaretX = static_cast<int>(f.fSelStartPixel);
+}

@@ -1,0 +1,441 @@
+#include "view/waveform_renderer.h"
+
+#include "view/child_frame.h"
+#include "view/time_format.h"
+
+#include <QFontMetrics>
+#include <QPainter>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+namespace {
+
+QColor toQColor(Rgb c) { return QColor((c >> 16) & 0xFF, (c >> 8) & 0xFF, c & 0xFF); }
+
+const QColor kTopBand(64, 64, 64);
+const QColor kCentreGrey(128, 128, 128);
+const QColor kRulerGrey(192, 192, 192);
+
+// The brick pattern that marks the area past the end of the data: an 8 x 8
+// tile of two courses of bricks with light mortar.
+QImage makeBrickTile()
+{
+    QImage tile(8, 8, QImage::Format_RGB32);
+    const QRgb brick = qRgb(160, 64, 48);
+    const QRgb mortar = qRgb(208, 200, 184);
+    for (int y = 0; y < 8; ++y) {
+        for (int x = 0; x < 8; ++x) {
+            const bool joint = y == 3 || y == 7 || (y < 3 && x == 0) || (y > 3 && y < 7 && x == 4);
+            tile.setPixel(x, y, joint ? mortar : brick);
+        }
+    }
+    return tile;
+}
+
+// Where a channel's band lies in the waveform bitmap.
+struct Band {
+    int top;
+    int height;
+    int centre() const { return top + height / 2; }
+};
+
+int bandCount(const CChildFrame& f) { return f.wfx.nChannels == 2 ? 2 : 1; }
+
+Band bandOf(int channel, int bands, int height)
+{
+    if (bands == 1)
+        return {0, height};
+    const int half = height / 2;
+    return channel == 0 ? Band{0, half} : Band{half, height - half};
+}
+
+}  // namespace
+
+DisplayColours DisplayColours::fromPreferences(const Preferences& prefs)
+{
+    DisplayColours c;
+    c.data = toQColor(prefs.colours[static_cast<int>(DisplayColour::Data)]);
+    c.background = toQColor(prefs.colours[static_cast<int>(DisplayColour::Background)]);
+    c.grid = toQColor(prefs.colours[static_cast<int>(DisplayColour::Grid)]);
+    c.wavecrest = toQColor(prefs.colours[static_cast<int>(DisplayColour::Wavecrest)]);
+    c.marker = toQColor(prefs.colours[static_cast<int>(DisplayColour::Marker)]);
+    c.markerText = toQColor(prefs.colours[static_cast<int>(DisplayColour::MarkerText)]);
+    return c;
+}
+
+WaveformRenderer::WaveformRenderer(int screenWidth)
+    : m_screenWidth(std::max(16, screenWidth)),
+      m_colours(DisplayColours::fromPreferences(preferences())),
+      m_brick(makeBrickTile())
+{
+}
+
+void WaveformRenderer::setColours(const DisplayColours& colours) { m_colours = colours; }
+
+int WaveformRenderer::drawingHeight(const CChildFrame& f, int clientHeight)
+{
+    return std::max(4, clientHeight + 2 - f.nInfoHeight - nControlRowHeight - nRulerHeight);
+}
+
+void WaveformRenderer::paint(CChildFrame& f, QImage& client, int timeFormat)
+{
+    const int height = drawingHeight(f, f.nClientHeight);
+    bool full = f.bRedrawAll || f.bRedrawRuler || f.bSizeChanged || f.nLineScrollDirection != 0;
+    if (m_wave.isNull() || m_wave.height() != height) {
+        m_wave = QImage(m_screenWidth, height, QImage::Format_RGB32);
+        full = true;
+    }
+    drawWaveformBitmap(f, full);
+    drawRuler(f, timeFormat);
+
+    if (client.size() != QSize(f.nClientWidth, f.nClientHeight))
+        client = QImage(f.nClientWidth, f.nClientHeight, QImage::Format_RGB32);
+    client.fill(kRulerGrey);
+    QPainter p(&client);
+    const int rulerTop = f.nInfoHeight + kStripHeight;
+    p.drawImage(QPoint(0, rulerTop), m_ruler, QRect(0, 0, f.nClientWidth, nRulerHeight - kStripHeight));
+    const int waveTop = f.nInfoHeight + nRulerHeight;
+    const int waveRows = std::max(0, f.nClientHeight - nControlRowHeight - waveTop);
+    p.drawImage(QPoint(0, waveTop), m_wave, QRect(0, 0, f.nClientWidth, std::min(waveRows, m_wave.height())));
+    p.end();
+    drawStrip(f, client);
+    drawTimemarks(f, client);
+    drawHighlight(f, client);
+    drawCaret(f, client);
+
+    f.bRedrawAll = false;
+    f.bRedrawRuler = false;
+    f.bSizeChanged = false;
+    f.nLineScrollDirection = 0;
+}
+
+void WaveformRenderer::drawWaveformBitmap(CChildFrame& f, bool full)
+{
+    const int bands = bandCount(f);
+    const int height = m_wave.height();
+    const int from = full ? 0 : std::max(0, m_lastColumn);
+    {
+        QPainter p(&m_wave);
+        for (int ch = 0; ch < bands; ++ch) {
+            const Band b = bandOf(ch, bands, height);
+            const QRect area(from, b.top, m_screenWidth - from, b.height);
+            p.fillRect(area, m_colours.background);
+            p.setPen(m_colours.grid);
+            for (int k : {1, 3})
+                p.drawLine(from, b.top + k * b.height / 4, m_screenWidth - 1, b.top + k * b.height / 4);
+            p.drawLine(from, b.top + b.height - 1, m_screenWidth - 1, b.top + b.height - 1);
+        }
+    }
+
+    // Full-scale lines: where the loudest sample of each channel would reach.
+    const double scale = (bands == 2 ? 0.5 : 1.0) * (height - 10) /
+                         (f.wfx.wBitsPerSample == 16 ? 65536.0 : f.wfx.wBitsPerSample == 8 ? 256.0 : 1.0);
+    const double fullScale = (f.wfx.wBitsPerSample == 16 ? 32767.0 : 127.0) * scale;
+    for (int ch = 0; ch < bands; ++ch) {
+        const Band b = bandOf(ch, bands, height);
+        for (int y : {static_cast<int>(b.centre() - fullScale), static_cast<int>(b.centre() + fullScale)})
+            if (y >= 0 && y < height)
+                line(from, y, m_screenWidth - 1, y, m_colours.wavecrest.rgb());
+        // The top band of each channel goes over everything else.
+        line(from, b.top, m_screenWidth - 1, b.top, kTopBand.rgb());
+        line(from, b.top + 1, m_screenWidth - 1, b.top + 1, kTopBand.rgb());
+    }
+
+    m_maxValuesPerColumn = 0;
+    m_columnsDrawn = 0;
+    if (f.nTotalSamples > 8)
+        traceWaveform(f, full);
+
+    QPainter p(&m_wave);
+    p.setPen(Qt::black);
+    p.drawLine(0, height - 2, m_screenWidth - 1, height - 2);
+    const float end = f.sample_to_pixel(f.nTotalSamples);
+    if (end < m_screenWidth) {
+        const int x = std::max(0, static_cast<int>(end));
+        p.fillRect(QRect(x, 2, m_screenWidth - x, height - 2), QBrush(m_brick));
+    }
+    p.end();
+
+    // Centre lines: grey dots with gaps in the data colour.
+    const QRgb grey = kCentreGrey.rgb();
+    const QRgb gap = m_colours.data.rgb();
+    for (int ch = 0; ch < bands; ++ch) {
+        auto* row = reinterpret_cast<QRgb*>(m_wave.scanLine(bandOf(ch, bands, height).centre()));
+        const int stop = std::min(m_screenWidth, std::max(0, static_cast<int>(end)));
+        for (int x = 0; x < stop; ++x)
+            row[x] = (x & 1) ? gap : grey;
+    }
+}
+
+void WaveformRenderer::traceWaveform(CChildFrame& f, bool full)
+{
+    const int c = f.wfx.nChannels;
+    const int bps = f.bytesPerSample();
+    const int bytesPerFrame = c * bps;
+    const std::int64_t mask = bytesPerFrame == 1 ? ~std::int64_t{0} : bytesPerFrame == 2 ? ~std::int64_t{1} : ~std::int64_t{3};
+    const int savedLevel = f.nZoomLevel;
+
+    int level = f.nMaxZoomLevel;
+    bool overview = false;
+    std::int64_t step = 1;
+    if (f.nTotalSamples < static_cast<std::uint32_t>(m_screenWidth)) {
+        // Very short documents always show one unit a column, whatever the zoom.
+        f.fZoom = 1.0f;
+        full = true;
+    } else {
+        const auto r = static_cast<std::int64_t>(f.fMaxZoom / f.fZoom);
+        if (f.fMaxZoom / 128.0f <= f.fZoom) {
+            step = r;
+        } else {
+            level = 1;
+            overview = true;
+            step = r >> 7;
+        }
+    }
+    if (!f.levels[level].mapped())
+        return;
+    std::int64_t first = f.nFirstSample;
+    std::int64_t end = f.pixel_to_sample(static_cast<float>(f.nClientWidth));
+    std::int64_t last = static_cast<std::int64_t>(f.nTotalSamples) - c - 1;
+    if (overview) {
+        first >>= 7;
+        end >>= 7;
+        last = (static_cast<std::int64_t>(f.nTotalSamples) >> 7) - c - 1;
+    }
+    if (f.fZoom == 1.0f)
+        end = f.nLevelLength[level];
+    const std::int64_t available = static_cast<std::int64_t>(f.levels[level].mapping.size()) / bps;
+    last = std::min(last, available - 1);
+
+    std::int64_t start = (first + 2 * step - 1) / (2 * step) * (2 * step);
+    start &= mask;
+    const std::int64_t block = step * c;
+    int startColumn = 1;
+    if (!full) {
+        const double startUnits = static_cast<double>(start) * (overview ? 128 : 1);
+        startColumn = static_cast<int>(f.level_index_to_pixel(static_cast<std::uint32_t>(startUnits))) + 1;
+        startColumn = std::max({1, startColumn, m_lastColumn});
+    }
+
+    const int height = m_wave.height();
+    const int bands = bandCount(f);
+    const double scale = (bands == 2 ? 0.5 : 1.0) * (height - 10) /
+                         (bps == 2 ? 65536.0 : bps == 1 ? 256.0 : 1.0);
+    const QRgb colour = m_colours.data.rgb();
+    const std::uint8_t* data8 = f.level8(level);
+    const std::int16_t* data16 = f.level16(level);
+    auto sample = [&](std::int64_t u) { return bps == 1 ? data8[u] - 128 : data16[u]; };
+
+    std::int64_t index = start;
+    if (startColumn > 1 && !full)
+        index = start + static_cast<std::int64_t>(startColumn - 1) * block;
+    bool havePrev = !full && startColumn > 1 && startColumn == m_lastColumn;
+    int prevMax[2] = {m_prevMax[0], m_prevMax[1]};
+    int x = startColumn;
+    bool stop = false;
+    for (; x < m_screenWidth && index < end && !stop; ++x) {
+        int lo[2] = {32767, 32767};
+        int hi[2] = {-32767, -32767};
+        long read = 0;
+        for (int ch = 0; ch < bands && !stop; ++ch) {
+            for (std::int64_t u = index + ch; u < index + block; u += c) {
+                if (u > last) {
+                    stop = true;
+                    break;
+                }
+                const int v = sample(u);
+                lo[ch] = std::min(lo[ch], v);
+                hi[ch] = std::max(hi[ch], v);
+                ++read;
+            }
+        }
+        m_maxValuesPerColumn = std::max(m_maxValuesPerColumn, read);
+        if (read == 0)
+            break;
+        for (int ch = 0; ch < bands; ++ch) {
+            if (lo[ch] > hi[ch])
+                continue;
+            const int centre = bandOf(ch, bands, height).centre();
+            const int yMin = centre + static_cast<int>(lo[ch] * scale);
+            const int yMax = centre + static_cast<int>(hi[ch] * scale);
+            const int yPrev = havePrev ? centre + static_cast<int>(prevMax[ch] * scale) : yMin;
+            line(x - 1, yPrev, x, yMin, colour);
+            if (hi[ch] != lo[ch])
+                line(x, yMin, x, yMax, colour);
+            prevMax[ch] = hi[ch];
+        }
+        havePrev = true;
+        ++m_columnsDrawn;
+        index += block;
+    }
+    m_lastColumn = x;
+    m_prevMax[0] = prevMax[0];
+    m_prevMax[1] = prevMax[1];
+    f.nZoomLevel = savedLevel;
+}
+
+// A line on the waveform bitmap's pixels; the trace draws thousands of short
+// ones a paint, so it writes the rows directly.
+void WaveformRenderer::line(int x0, int y0, int x1, int y1, QRgb colour)
+{
+    const int w = m_wave.width();
+    const int h = m_wave.height();
+    const int dx = std::abs(x1 - x0);
+    const int dy = -std::abs(y1 - y0);
+    const int sx = x0 < x1 ? 1 : -1;
+    const int sy = y0 < y1 ? 1 : -1;
+    int err = dx + dy;
+    for (;;) {
+        if (x0 >= 0 && x0 < w && y0 >= 0 && y0 < h)
+            reinterpret_cast<QRgb*>(m_wave.scanLine(y0))[x0] = colour;
+        if (x0 == x1 && y0 == y1)
+            break;
+        const int e2 = 2 * err;
+        if (e2 >= dy) {
+            err += dy;
+            x0 += sx;
+        }
+        if (e2 <= dx) {
+            err += dx;
+            y0 += sy;
+        }
+    }
+}
+
+void WaveformRenderer::drawRuler(CChildFrame& f, int timeFormat)
+{
+    if (m_ruler.isNull())
+        m_ruler = QImage(m_screenWidth, nRulerHeight, QImage::Format_RGB32);
+    m_ruler.fill(kRulerGrey);
+    QPainter p(&m_ruler);
+    QFont font = p.font();
+    font.setPixelSize(11);
+    p.setFont(font);
+    const int width = f.nClientWidth;
+    const int top = 0;
+    const int bottom = nRulerHeight - kStripHeight;  // the rows that are shown
+
+    const std::uint32_t left = f.pixel_to_sample(0.0f);
+    const double leftTime = units_to_seconds(f, left);
+    const double span = units_to_seconds(f, static_cast<double>(f.pixel_to_sample(static_cast<float>(width))) -
+                                                f.nFirstSample);
+    double interval = ruler_interval(span);
+    const double pixelsPerUnit = f.fZoom / (static_cast<double>(f.wfx.nChannels) * f.fMaxZoom);
+    const double unitsPerSecond = static_cast<double>(f.wfx.nSamplesPerSec) * f.wfx.nChannels;
+    double spacing = std::max(2.0, interval * unitsPerSecond * pixelsPerUnit);
+    if (2 * QFontMetrics(font).horizontalAdvance(QStringLiteral("00:00:00:00")) > spacing) {
+        spacing *= 2;
+        interval *= 2;
+    }
+    const std::string secondsFormat = ruler_seconds_format(interval);
+    const double firstTick = (std::trunc(leftTime / interval) + 1) * interval;
+    double x = (firstTick - leftTime) * unitsPerSecond * pixelsPerUnit;
+
+    auto tick = [&](double at, int length) {
+        const int xi = static_cast<int>(at);
+        p.setPen(Qt::black);
+        p.drawLine(xi, bottom - 1, xi, bottom - length);
+        p.setPen(Qt::white);
+        p.drawLine(xi + 1, bottom - 1, xi + 1, bottom - length);
+    };
+    for (int k = 1; k <= 10; ++k) {
+        const double minor = x - k * spacing / 10;
+        if (minor < 1)
+            break;
+        tick(minor, 5);
+    }
+    double t = firstTick;
+    for (; x < width; x += spacing, t += interval) {
+        char label[64];
+        if (timeFormat == 24 || timeFormat == 25 || timeFormat == 30)
+            std::snprintf(label, sizeof label, "%s", hms_millis_text(t).c_str());
+        else
+            std::snprintf(label, sizeof label, secondsFormat.c_str(), t);
+        p.setPen(Qt::black);
+        // The label's box starts at (x + 2, top + 1); it is not clipped, the
+        // tick spacing already leaves room for the widest label.
+        p.drawText(QRect(static_cast<int>(x) + 2, top + 1, 200, 15), Qt::AlignLeft | Qt::AlignTop | Qt::TextDontClip,
+                   QString::fromLatin1(label).trimmed());
+        tick(x, bottom - top - 2);
+        for (int k = 1; k <= 10; ++k)
+            tick(x + k * spacing / 10, 5);
+    }
+    const int groove = (top + bottom - 15) / 2 + 1;
+    p.setPen(Qt::black);
+    p.drawLine(0, groove, m_screenWidth - 1, groove);
+    p.setPen(Qt::white);
+    p.drawLine(0, groove + 1, m_screenWidth - 1, groove + 1);
+}
+
+void WaveformRenderer::drawStrip(const CChildFrame& f, QImage& client)
+{
+    // The whole document across the window; the part in view is darker.
+    QPainter p(&client);
+    const QRect strip(0, f.nInfoHeight, f.nClientWidth, kStripHeight);
+    p.fillRect(strip, QColor(168, 168, 168));
+    if (f.nTotalSamples > 0) {
+        const double w = f.nClientWidth;
+        const double from = f.pixel_to_sample(0.0f) * w / f.nTotalSamples;
+        const double to = std::min<double>(f.pixel_to_sample(static_cast<float>(w)), f.nTotalSamples) * w /
+                          f.nTotalSamples;
+        p.fillRect(QRectF(from, strip.top() + 3, std::max(2.0, to - from), kStripHeight - 6), QColor(96, 96, 96));
+    }
+    if (f.bStripDrag) {
+        const int a = std::min(f.nStripDragX1, f.nStripDragX2);
+        const int b = std::max(f.nStripDragX1, f.nStripDragX2);
+        p.setCompositionMode(QPainter::RasterOp_SourceXorDestination);
+        p.fillRect(QRect(a, strip.top(), b - a, kStripHeight), Qt::white);
+    }
+}
+
+void WaveformRenderer::drawHighlight(const CChildFrame& f, QImage& client)
+{
+    if (!f.bHighlight)
+        return;
+    const int a = static_cast<int>(std::floor(std::min(f.fSelStartPixel, f.fSelEndPixel)));
+    const int b = static_cast<int>(std::ceil(std::max(f.fSelStartPixel, f.fSelEndPixel)));
+    const int waveTop = f.nInfoHeight + nRulerHeight;
+    const int waveBottom = f.nClientHeight - nControlRowHeight;
+    const int middle = waveTop + (waveBottom - waveTop) / 2;
+    int top = waveTop;
+    int bottom = waveBottom;
+    if (f.wfx.nChannels == 2 && !(f.bLeftChannel && f.bRightChannel)) {
+        top = f.bLeftChannel ? waveTop : middle;
+        bottom = f.bLeftChannel ? middle : waveBottom;
+    }
+    QPainter p(&client);
+    p.setCompositionMode(QPainter::RasterOp_SourceXorDestination);
+    p.fillRect(QRect(std::max(0, a), top, std::min(f.nClientWidth, std::max(b, a + 1)) - std::max(0, a),
+                     bottom - top),
+               Qt::white);
+}
+
+void WaveformRenderer::drawCaret(const CChildFrame& f, QImage& client)
+{
+    if (f.nCaretX < 0 || f.nCaretX >= f.nClientWidth)
+        return;
+    const int top = f.nInfoHeight + nRulerHeight;
+    const int bottom = f.nClientHeight - nControlRowHeight;
+    for (int y = top; y < bottom; y += 2)
+        reinterpret_cast<QRgb*>(client.scanLine(y))[f.nCaretX] = qRgb(255, 0, 0);
+}
+
+void WaveformRenderer::drawTimemarks(const CChildFrame& f, QImage& client)
+{
+    QPainter p(&client);
+    const int top = f.nInfoHeight + nRulerHeight;
+    const int bottom = f.nClientHeight - nControlRowHeight;
+    for (const TimemarkSlot& mark : f.timemarks) {
+        if (mark.id < 0)
+            continue;
+        const int x = static_cast<int>(f.sample_to_pixel(mark.position));
+        if (x < 0 || x >= f.nClientWidth)
+            continue;
+        p.setPen(m_colours.marker);
+        p.drawLine(x, top, x, bottom - 1);
+        p.setPen(m_colours.markerText);
+        p.drawText(x + 2, top + 12, QString::fromStdString(mark.name));
+    }
+}
