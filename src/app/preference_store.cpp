@@ -122,7 +122,7 @@ void read_preferences(QSettings& profile, Preferences& prefs)
             profile.value(QStringLiteral("Recent File List/File%1").arg(i)).toString().toStdString();
         if (name.empty())
             break;
-        prefs.recentFiles.push_back(name.substr(0, 60));
+        prefs.recentFiles.push_back(name);
     }
 }
 

@@ -112,6 +112,12 @@ public:
     bool bSizeChanged = true;
     bool bRecomputeScroll = true;
     std::array<TimemarkSlot, kTimemarkSlots> timemarks;
+    // A coarser summary of the overview: the minimum and maximum of every 64
+    // of its blocks (16384 frames), laid out like the overview and holding the
+    // same sample values (raw bytes for 8-bit data). The renderer reads it
+    // when one column spans more frames than that, so that no column reads
+    // more than about 256 values however long the document.
+    std::vector<std::int16_t> coarseOverview;
 
     // Size of the client area the view is laid out for (the window's, or
     // what a renderer is asked for).

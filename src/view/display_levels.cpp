@@ -187,9 +187,37 @@ int build_overview_level(CChildFrame& f)
     }
     terminate_message_dialog(box);
     restore_wait_cursor();
+    if (complete)
+        build_coarse_overview(f);
     f.fZoom = f.fMaxZoom;
     f.nZoomLevel = f.nMaxZoomLevel;
     return complete;
+}
+
+void build_coarse_overview(CChildFrame& f)
+{
+    f.coarseOverview.clear();
+    const int c = f.wfx.nChannels;
+    const std::size_t perBlock = 2u * static_cast<std::size_t>(c);
+    const std::size_t blocks = f.nLevelLength[1] / perBlock;
+    const bool bytes = f.bytesPerSample() == 1;
+    auto entry = [&](std::size_t i) -> int {
+        return bytes ? f.level8(1)[i] : f.level16(1)[i];
+    };
+    for (std::size_t group = 0; (group + 1) * kCoarseGroupBlocks <= blocks; ++group) {
+        int lo[2] = {32767, 32767};
+        int hi[2] = {-32767, -32767};
+        for (std::size_t b = group * kCoarseGroupBlocks; b < (group + 1) * kCoarseGroupBlocks; ++b) {
+            for (int ch = 0; ch < c; ++ch) {
+                lo[ch] = std::min(lo[ch], entry(b * perBlock + static_cast<std::size_t>(ch)));
+                hi[ch] = std::max(hi[ch], entry(b * perBlock + static_cast<std::size_t>(c + ch)));
+            }
+        }
+        for (int ch = 0; ch < c; ++ch)
+            f.coarseOverview.push_back(static_cast<std::int16_t>(lo[ch]));
+        for (int ch = 0; ch < c; ++ch)
+            f.coarseOverview.push_back(static_cast<std::int16_t>(hi[ch]));
+    }
 }
 
 void apply_initial_zoom(CChildFrame& f, bool zoomed, int screenWidth)

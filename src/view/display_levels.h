@@ -24,6 +24,13 @@ int map_finest_level(CChildFrame& frame);
 // ends the build (the part built so far stays). 1 when complete, 0 otherwise.
 int build_overview_level(CChildFrame& frame);
 
+// Frames summarised by one entry pair of the coarse overview, and overview
+// blocks per coarse group.
+constexpr int kCoarseGroupFrames = 16384;
+constexpr int kCoarseGroupBlocks = kCoarseGroupFrames / 256;
+// Builds frame.coarseOverview from the overview (level 1).
+void build_coarse_overview(CChildFrame& frame);
+
 // The initial zoom level after opening: the overview, or with "Zoomed initial
 // display" the level at which about ten seconds of sound fill the screen.
 void apply_initial_zoom(CChildFrame& frame, bool zoomed, int screenWidth);

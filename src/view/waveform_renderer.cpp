@@ -1,6 +1,7 @@
 #include "view/waveform_renderer.h"
 
 #include "view/child_frame.h"
+#include "view/display_levels.h"
 #include "view/time_format.h"
 
 #include <QFontMetrics>
@@ -177,8 +178,13 @@ void WaveformRenderer::traceWaveform(CChildFrame& f, bool full)
     const std::int64_t mask = bytesPerFrame == 1 ? ~std::int64_t{0} : bytesPerFrame == 2 ? ~std::int64_t{1} : ~std::int64_t{3};
     const int savedLevel = f.nZoomLevel;
 
+    // Where the columns are read from: the working file, the overview (two
+    // values per 256 frames and channel) or, for columns wider than 16384
+    // frames, the coarse overview. `shift` turns document units into entries.
+    enum class Source { Finest, Overview, Coarse };
+    Source source = Source::Finest;
     int level = f.nMaxZoomLevel;
-    bool overview = false;
+    int shift = 0;
     std::int64_t step = 1;
     if (f.nTotalSamples < static_cast<std::uint32_t>(m_screenWidth)) {
         // Very short documents always show one unit a column, whatever the zoom.
@@ -188,25 +194,27 @@ void WaveformRenderer::traceWaveform(CChildFrame& f, bool full)
         const auto r = static_cast<std::int64_t>(f.fMaxZoom / f.fZoom);
         if (f.fMaxZoom / 128.0f <= f.fZoom) {
             step = r;
-        } else {
+        } else if (r <= kCoarseGroupFrames || f.coarseOverview.empty()) {
+            source = Source::Overview;
             level = 1;
-            overview = true;
+            shift = 7;
             step = r >> 7;
+        } else {
+            source = Source::Coarse;
+            shift = 13;
+            step = r >> 13;
         }
     }
-    if (!f.levels[level].mapped())
+    if (source != Source::Coarse && !f.levels[level].mapped())
         return;
-    std::int64_t first = f.nFirstSample;
-    std::int64_t end = f.pixel_to_sample(static_cast<float>(f.nClientWidth));
-    std::int64_t last = static_cast<std::int64_t>(f.nTotalSamples) - c - 1;
-    if (overview) {
-        first >>= 7;
-        end >>= 7;
-        last = (static_cast<std::int64_t>(f.nTotalSamples) >> 7) - c - 1;
-    }
+    std::int64_t first = f.nFirstSample >> shift;
+    std::int64_t end = static_cast<std::int64_t>(f.pixel_to_sample(static_cast<float>(f.nClientWidth))) >> shift;
+    std::int64_t last = (static_cast<std::int64_t>(f.nTotalSamples) >> shift) - c - 1;
+    const std::int64_t available =
+        source == Source::Coarse ? static_cast<std::int64_t>(f.coarseOverview.size())
+                                 : static_cast<std::int64_t>(f.levels[level].mapping.size()) / bps;
     if (f.fZoom == 1.0f)
-        end = f.nLevelLength[level];
-    const std::int64_t available = static_cast<std::int64_t>(f.levels[level].mapping.size()) / bps;
+        end = source == Source::Coarse ? available : f.nLevelLength[level];
     last = std::min(last, available - 1);
 
     std::int64_t start = (first + 2 * step - 1) / (2 * step) * (2 * step);
@@ -214,7 +222,7 @@ void WaveformRenderer::traceWaveform(CChildFrame& f, bool full)
     const std::int64_t block = step * c;
     int startColumn = 1;
     if (!full) {
-        const double startUnits = static_cast<double>(start) * (overview ? 128 : 1);
+        const double startUnits = std::ldexp(static_cast<double>(start), shift);
         startColumn = static_cast<int>(f.level_index_to_pixel(static_cast<std::uint32_t>(startUnits))) + 1;
         startColumn = std::max({1, startColumn, m_lastColumn});
     }
@@ -225,8 +233,10 @@ void WaveformRenderer::traceWaveform(CChildFrame& f, bool full)
                          (bps == 2 ? 65536.0 : bps == 1 ? 256.0 : 1.0);
     const QRgb colour = m_colours.data.rgb();
     const std::uint8_t* data8 = f.level8(level);
-    const std::int16_t* data16 = f.level16(level);
-    auto sample = [&](std::int64_t u) { return bps == 1 ? data8[u] - 128 : data16[u]; };
+    const std::int16_t* data16 = source == Source::Coarse ? f.coarseOverview.data() : f.level16(level);
+    const bool bytes = bps == 1 && source != Source::Coarse;
+    const int offset = bps == 1 ? 128 : 0;  // 8-bit values are stored unsigned
+    auto sample = [&](std::int64_t u) { return (bytes ? data8[u] : data16[u]) - offset; };
 
     std::int64_t index = start;
     if (startColumn > 1 && !full)
@@ -282,6 +292,31 @@ void WaveformRenderer::line(int x0, int y0, int x1, int y1, QRgb colour)
 {
     const int w = m_wave.width();
     const int h = m_wave.height();
+    // The trace's segments join neighbouring columns and are mostly tall:
+    // draw them as one or two vertical runs, the first half of the rise in
+    // the left column and the rest in the right one, as the general line does.
+    if (std::abs(x1 - x0) <= 1 && std::abs(y1 - y0) > 1) {
+        auto run = [&](int x, int from, int to) {
+            if (x < 0 || x >= w)
+                return;
+            from = std::max(from, 0);
+            to = std::min(to, h - 1);
+            const qsizetype stride = m_wave.bytesPerLine() / static_cast<qsizetype>(sizeof(QRgb));
+            QRgb* pixel = reinterpret_cast<QRgb*>(m_wave.scanLine(0)) + x + stride * from;
+            for (int y = from; y <= to; ++y, pixel += stride)
+                *pixel = colour;
+        };
+        const int lo = std::min(y0, y1);
+        const int hi = std::max(y0, y1);
+        if (x0 == x1) {
+            run(x0, lo, hi);
+        } else {
+            const int middle = (y0 + y1) / 2;
+            run(x0, std::min(y0, middle), std::max(y0, middle));
+            run(x1, std::min(middle, y1), std::max(middle, y1));
+        }
+        return;
+    }
     const int dx = std::abs(x1 - x0);
     const int dy = -std::abs(y1 - y0);
     const int sx = x0 < x1 ? 1 : -1;

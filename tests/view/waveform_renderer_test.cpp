@@ -128,6 +128,42 @@ TEST_F(RendererTest, NeverReadsMoreThan256ValuesAColumn)
     }
 }
 
+TEST_F(RendererTest, TheCoarseOverviewDrawsWhatTheOverviewDraws)
+{
+    // On a 200-pixel screen 3000000 frames of stereo need fMaxZoom 32768: a
+    // column of level 1 spans 32768 frames, more than a coarse group.
+    set_screen_width_pixels(200);
+    auto f = openTone(2, 16, 44100, 3000000, 200, 300);
+    ASSERT_TRUE(f);
+    ASSERT_EQ(f->fMaxZoom, 32768.0f);
+
+    // Each coarse entry pair is the minimum and maximum of 64 overview blocks.
+    const std::size_t groups = f->nLevelLength[1] / 4 / 64;
+    ASSERT_EQ(f->coarseOverview.size(), groups * 4);
+    for (std::size_t g = 0; g < groups; g += 7) {
+        for (int ch = 0; ch < 2; ++ch) {
+            int lo = 32767, hi = -32767;
+            for (std::size_t b = g * 64; b < (g + 1) * 64; ++b) {
+                lo = std::min<int>(lo, f->level16(1)[b * 4 + static_cast<std::size_t>(ch)]);
+                hi = std::max<int>(hi, f->level16(1)[b * 4 + 2 + static_cast<std::size_t>(ch)]);
+            }
+            EXPECT_EQ(f->coarseOverview[g * 4 + static_cast<std::size_t>(ch)], lo);
+            EXPECT_EQ(f->coarseOverview[g * 4 + 2 + static_cast<std::size_t>(ch)], hi);
+        }
+    }
+
+    WaveformRenderer coarse(200);
+    const QImage withCoarse = paint(*f, coarse);
+    EXPECT_LE(coarse.maxValuesPerColumn(), 8);
+    const std::vector<std::int16_t> kept = f->coarseOverview;
+    f->coarseOverview.clear();
+    f->bRedrawAll = true;
+    WaveformRenderer plain(200);
+    const QImage withOverview = paint(*f, plain);
+    EXPECT_EQ(plain.maxValuesPerColumn(), 512);
+    EXPECT_TRUE(withCoarse == withOverview);
+}
+
 TEST_F(RendererTest, ShortDocumentsDrawOneUnitAColumnAndResetTheZoom)
 {
     auto f = openTone(1, 8, 8000, 1500);  // 1500 units: below the 1920 screen
