@@ -67,10 +67,7 @@ HWND display_message_dialog(const char* text, int showCancel)
         terminate_message_dialog(progress_dialog);
     progress_text = text ? text : "";
     progress_cancel_allowed = showCancel != 0;
-    if (!g_waitCursor) {
-        uiHost().setWaitCursor(true);
-        g_waitCursor = true;
-    }
+    put_up_wait_cursor();
     progress_dialog = uiHost().createProgressBox(progress_text, progress_cancel_allowed);
     return progress_dialog;
 }
@@ -84,6 +81,14 @@ void terminate_message_dialog(HWND box)
         progress_dialog = nullptr;
     if (box == current_progress_box)
         current_progress_box = nullptr;
+}
+
+void put_up_wait_cursor()
+{
+    if (!g_waitCursor) {
+        uiHost().setWaitCursor(true);
+        g_waitCursor = true;
+    }
 }
 
 void restore_wait_cursor()

@@ -21,6 +21,9 @@ HWND display_message_dialog(const char* text, int showCancel);
 void terminate_message_dialog(HWND box);
 void show_percent_done(HWND box, int percent);
 int cancel_button_pressed(HWND box);
+// Puts up the wait cursor, saving the one that was current (once: a second
+// call while it is up does nothing).
+void put_up_wait_cursor();
 // Puts back the cursor that was current before the wait cursor went up.
 void restore_wait_cursor();
 

@@ -72,7 +72,7 @@ int copy_file_to_file(const CopyFormat& format, const std::string& destination,
     if (destination == source)
         return 1;
 
-    uiHost().setWaitCursor(true);
+    put_up_wait_cursor();
     ProgressScope scope;
     const long blockSize = count < kCopyBlockSize ? static_cast<long>(count) : kCopyBlockSize;
 

@@ -1,0 +1,455 @@
+#include "app/main_frame.h"
+
+#include "app/app_paths.h"
+#include "app/control_drawing.h"
+#include "app/logo_window.h"
+#include "app/messages.h"
+#include "app/preference_store.h"
+#include "app/preferences.h"
+#include "app/preferences_dialog.h"
+#include "app/qt_ui_host.h"
+#include "app/startup_files.h"
+#include "app/string_table.h"
+#include "app/tip_dialog.h"
+#include "edit/edit_menu_state.h"
+#include "view/child_frame.h"
+#include "view/child_frame_window.h"
+#include "view/document_open.h"
+#include "view/time_format.h"
+#include "wavefile/wave_header.h"
+#include "wavefile/wave_state.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDragEnterEvent>
+#include <QFileDialog>
+#include <QLabel>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QStatusBar>
+#include <QTimer>
+#include <QToolBar>
+
+namespace {
+
+// The eleven control bars, in the order of their "General-Bar%d" sections.
+const char* const kBarNames[kControlBarCount] = {
+    "Files", "Edit", "Transport", "Cursor", "Effects", "Undo", "Timemark", "Cuelist",
+    "Volume Indicator", "DB Meter", "Spectrum Indicator",
+};
+
+// A numbered menu text "Text\tKeys" or a prompt "Status text\nTool tip".
+struct CommandText {
+    QString text;
+    QKeySequence keys;
+    QString prompt;
+};
+
+CommandText commandText(int id, const QString& fallback)
+{
+    const QString raw = QString::fromStdString(load_string(id));
+    CommandText t;
+    if (raw.isEmpty()) {
+        t.text = fallback;
+        return t;
+    }
+    if (raw.contains('\n')) {
+        t.prompt = raw.section('\n', 0, 0);
+        t.text = fallback.isEmpty() ? raw.section('\n', 1) : fallback;
+        return t;
+    }
+    t.text = raw.section('\t', 0, 0);
+    if (raw.contains('\t'))
+        t.keys = QKeySequence(raw.section('\t', 1));
+    return t;
+}
+
+}  // namespace
+
+CMainFrame::CMainFrame() : m_mdi(new QMdiArea(this)), m_timer(new QTimer(this))
+{
+    setObjectName(QStringLiteral("CMainFrame"));
+    setWindowTitle(QStringLiteral("Ondrava"));
+    setCentralWidget(m_mdi);
+    setAcceptDrops(true);
+    m_mdi->setViewMode(QMdiArea::SubWindowView);
+    read_preferences();
+    buildMenus();
+    buildControlBars();
+    for (int i = 0; i < 3; ++i) {
+        m_position[i] = new QLabel(this);
+        m_position[i]->setObjectName(QStringLiteral("position%1").arg(i));
+        m_position[i]->setMinimumWidth(150);
+        statusBar()->addPermanentWidget(m_position[i]);
+    }
+    statusBar()->showMessage(tr("Ready"));
+    applyWindowPlacement();
+    connect(m_mdi, &QMdiArea::subWindowActivated, this, [this](QMdiSubWindow*) {
+        ChildFrameWindow* doc = activeDocument();
+        set_active_frame(doc ? &doc->frame() : nullptr);
+        updateCommandStates();
+        updatePositionDisplays();
+    });
+    // The frame timer: menu states and displays follow the documents.
+    connect(m_timer, &QTimer::timeout, this, [this] {
+        ++m_ticks;
+        updateCommandStates();
+        updatePositionDisplays();
+    });
+    updateCommandStates();
+}
+
+CMainFrame::~CMainFrame() = default;
+
+QAction* CMainFrame::addCommand(QMenu* menu, int id, const QString& fallback, const QKeySequence& keys)
+{
+    const CommandText t = commandText(id, fallback);
+    auto* action = new QAction(t.text, this);
+    action->setData(id);
+    action->setObjectName(QString::number(id));
+    action->setShortcut(keys.isEmpty() ? t.keys : keys);
+    if (!t.prompt.isEmpty())
+        action->setStatusTip(t.prompt);
+    connect(action, &QAction::triggered, this, [this, id] { onCommand(id); });
+    if (menu)
+        menu->addAction(action);
+    m_actions[id] = action;
+    return action;
+}
+
+QAction* CMainFrame::action(int id) const
+{
+    auto it = m_actions.find(id);
+    return it == m_actions.end() ? nullptr : it->second;
+}
+
+QToolBar* CMainFrame::controlBar(int index) const { return m_bars.at(static_cast<size_t>(index)); }
+
+void CMainFrame::buildMenus()
+{
+    m_fileMenu = menuBar()->addMenu(tr("&File"));
+    addCommand(m_fileMenu, kCommandNew, tr("&New..."), QKeySequence::New);
+    addCommand(m_fileMenu, kCommandOpen, tr("&Open..."), QKeySequence::Open);
+    addCommand(m_fileMenu, kCommandClose, tr("&Close"), QKeySequence(QStringLiteral("Ctrl+F4")));
+    m_fileMenu->addSeparator();
+    m_recentMenu = m_fileMenu->addMenu(tr("Recent &Files"));
+    m_fileMenu->addSeparator();
+    addCommand(m_fileMenu, kCommandExit, tr("E&xit"), QKeySequence::Quit);
+    rebuildRecentFiles();
+
+    QMenu* edit = menuBar()->addMenu(tr("&Edit"));
+    addCommand(edit, 11602, QString())->setEnabled(false);
+    edit->addSeparator();
+    addCommand(edit, 1020, QString());
+
+    QMenu* view = menuBar()->addMenu(tr("&View"));
+    addCommand(view, 1898, tr("Zoom &In"), QKeySequence(QStringLiteral("Ctrl++")));
+    addCommand(view, 1899, tr("Zoom &Out"), QKeySequence(QStringLiteral("Ctrl+-")));
+    addCommand(view, 87, QString());
+    addCommand(view, 88, QString());
+    view->addSeparator();
+    addCommand(view, 11800, QString());
+    addCommand(view, 11801, QString());
+    addCommand(view, 11906, QString());
+    view->addSeparator();
+    QMenu* nudges = view->addMenu(tr("&Highlight edges"));
+    addCommand(nudges, 11900, tr("&Review (start 50 ms earlier)"));
+    addCommand(nudges, 11901, tr("&Cue (end 50 ms later)"));
+    addCommand(nudges, 11902, tr("Start 5 ms &earlier"));
+    addCommand(nudges, 11903, tr("Start 5 ms &later"));
+    addCommand(nudges, 11904, tr("End 5 ms e&arlier"));
+    addCommand(nudges, 11905, tr("End 5 ms la&ter"));
+    view->addSeparator();
+    QMenu* bars = view->addMenu(tr("&Toolbars"));
+    bars->setObjectName(QStringLiteral("toolbarsMenu"));
+    QAction* status = view->addAction(tr("&Status Bar"));
+    status->setCheckable(true);
+    status->setChecked(true);
+    connect(status, &QAction::toggled, statusBar(), &QWidget::setVisible);
+
+    QMenu* options = menuBar()->addMenu(tr("&Options"));
+    addCommand(options, kCommandPreferences, tr("&Preferences..."));
+
+    QMenu* window = menuBar()->addMenu(tr("&Window"));
+    addCommand(window, kCommandCascade, tr("&Cascade"));
+    addCommand(window, kCommandTile, tr("&Tile"));
+
+    QMenu* help = menuBar()->addMenu(tr("&Help"));
+    addCommand(help, kCommandHelp, tr("&Help Topics"), QKeySequence::HelpContents);
+    addCommand(help, kCommandAbout, tr("&About Ondrava..."));
+}
+
+void CMainFrame::buildControlBars()
+{
+    const Preferences& prefs = preferences();
+    QMenu* barsMenu = findChild<QMenu*>(QStringLiteral("toolbarsMenu"));
+    std::vector<std::vector<int>> commands(kControlBarCount);
+    commands[0] = {kCommandNew, kCommandOpen};
+    commands[1] = {1020};
+    commands[3] = {11800, 11801, 11906, 0, 11900, 11902, 11903, 11904, 11905, 11901, 0, 1898, 1899, 87, 88};
+    for (int i = 0; i < kControlBarCount; ++i) {
+        auto* bar = new QToolBar(tr(kBarNames[i]), this);
+        bar->setObjectName(QStringLiteral("General-Bar%1").arg(i));
+        for (int id : commands[static_cast<size_t>(i)]) {
+            if (id == 0)
+                bar->addSeparator();
+            else if (QAction* a = action(id))
+                bar->addAction(a);
+        }
+        addToolBar(bar);
+        m_bars.push_back(bar);
+        // Bars whose commands arrive with later parts of the program stay out
+        // of sight until they have something to offer.
+        const bool hasCommands = !bar->actions().isEmpty();
+        bar->setVisible(hasCommands && prefs.barVisible[static_cast<size_t>(i)]);
+        if (hasCommands && barsMenu)
+            barsMenu->addAction(bar->toggleViewAction());
+    }
+}
+
+void CMainFrame::rebuildRecentFiles()
+{
+    m_recentMenu->clear();
+    const auto& files = preferences().recentFiles;
+    for (size_t i = 0; i < files.size() && i < 6; ++i) {
+        const int id = kCommandRecentFirst + static_cast<int>(i);
+        auto* a = m_recentMenu->addAction(QStringLiteral("&%1 %2").arg(i + 1).arg(
+            QString::fromStdString(recent_file_label(files[i]))));
+        a->setData(id);
+        connect(a, &QAction::triggered, this, [this, id] { onCommand(id); });
+    }
+    m_recentMenu->setEnabled(!files.empty());
+}
+
+ChildFrameWindow* CMainFrame::activeDocument() const
+{
+    QMdiSubWindow* sub = m_mdi->activeSubWindow();
+    if (!sub && !m_mdi->subWindowList().isEmpty())
+        sub = m_mdi->subWindowList().last();
+    return sub ? qobject_cast<ChildFrameWindow*>(sub->widget()) : nullptr;
+}
+
+QList<ChildFrameWindow*> CMainFrame::documents() const
+{
+    QList<ChildFrameWindow*> list;
+    for (QMdiSubWindow* sub : m_mdi->subWindowList())
+        if (auto* doc = qobject_cast<ChildFrameWindow*>(sub->widget()))
+            list.append(doc);
+    return list;
+}
+
+QMdiSubWindow* CMainFrame::addDocument(ChildFrameWindow* window)
+{
+    QMdiSubWindow* sub = m_mdi->addSubWindow(window);
+    sub->setAttribute(Qt::WA_DeleteOnClose);
+    sub->setWindowTitle(window->windowTitle());
+    sub->resize(std::max(640, m_mdi->width() * 3 / 4), std::max(300, m_mdi->height() * 2 / 3));
+    connect(window, &ChildFrameWindow::selectionChanged, this, &CMainFrame::updatePositionDisplays);
+    connect(window, &ChildFrameWindow::commandRequested, this, &CMainFrame::onCommand);
+    sub->show();
+    m_mdi->setActiveSubWindow(sub);
+    set_active_frame(&window->frame());
+    window->setFocus();
+    return sub;
+}
+
+bool CMainFrame::openFile(const QString& path)
+{
+    szOpenedFileName = path.toStdString();
+    auto frame = std::make_unique<CChildFrame>();
+    if (!open_document(*frame))
+        return false;
+    addDocument(new ChildFrameWindow(std::move(frame)));
+    add_recent_file(preferences().recentFiles, path.toStdString());
+    write_preferences();
+    rebuildRecentFiles();
+    updatePositionDisplays();
+    return true;
+}
+
+void CMainFrame::newFile()
+{
+    if (!create_new_empty_waveform_file(1))
+        return;
+    auto frame = std::make_unique<CChildFrame>();
+    if (!open_document(*frame, true))
+        return;
+    addDocument(new ChildFrameWindow(std::move(frame)));
+}
+
+void CMainFrame::openWithDialog()
+{
+    const QString dir = QString::fromStdString(preferences().lastUsedDirectory);
+    const QString path = QFileDialog::getOpenFileName(this, tr("Open"), dir,
+                                                      tr("Microsoft PCM Files (*.wav);;All Files (*.*)"), nullptr,
+                                                      QFileDialog::DontUseNativeDialog);
+    if (!path.isEmpty())
+        openFile(path);
+}
+
+void CMainFrame::showPreferences()
+{
+    PreferencesDialog dialog(this);
+    if (dialog.exec() == QDialog::Accepted) {
+        for (ChildFrameWindow* doc : documents()) {
+            doc->frame().bRedrawAll = true;
+            doc->update();
+        }
+        updatePositionDisplays();
+    }
+}
+
+void CMainFrame::onCommand(int id)
+{
+    if (ChildFrameWindow::isViewCommand(id)) {
+        if (ChildFrameWindow* doc = activeDocument())
+            doc->command(id);
+        return;
+    }
+    if (id >= kCommandRecentFirst && id < kCommandRecentFirst + 6) {
+        const auto& files = preferences().recentFiles;
+        const size_t index = static_cast<size_t>(id - kCommandRecentFirst);
+        if (index < files.size())
+            openFile(QString::fromStdString(files[index]));
+        return;
+    }
+    switch (id) {
+    case kCommandNew: newFile(); break;
+    case kCommandOpen: openWithDialog(); break;
+    case kCommandOpenOpened: openFile(QString::fromStdString(szOpenedFileName)); break;
+    case kCommandClose:
+        if (QMdiSubWindow* sub = m_mdi->activeSubWindow())
+            sub->close();
+        break;
+    case kCommandExit: close(); break;
+    case kCommandPreferences: showPreferences(); break;
+    case kCommandCascade: m_mdi->cascadeSubWindows(); break;
+    case kCommandTile: m_mdi->tileSubWindows(); break;
+    case kCommandHelp: new_show_context_help(handle_of(this), 0); break;
+    case kCommandAbout:
+        QMessageBox::about(this, tr("About Ondrava"),
+                           tr("<b>Ondrava</b><br>Recording and editing digital audio."));
+        break;
+    case 11401:
+    case 11403:
+        // Playback comes with the audio engine; until then there is nothing to start or stop.
+        message_beep();
+        break;
+    default: break;
+    }
+}
+
+void CMainFrame::updateCommandStates()
+{
+    ChildFrameWindow* doc = activeDocument();
+    const bool hasDocument = doc != nullptr;
+    const bool hasHighlight = doc && doc->frame().bHighlight;
+    for (int id : {1898, 1899, 87, 88, 11800, 11801, 1020, kCommandClose})
+        if (QAction* a = action(id))
+            a->setEnabled(hasDocument);
+    for (int id : {11906, 11900, 11901, 11902, 11903, 11904, 11905})
+        if (QAction* a = action(id))
+            a->setEnabled(hasHighlight);
+    if (QAction* undo = action(11602))
+        undo->setText(QString::fromStdString(edit_menu_state().undoText).section('\t', 0, 0));
+}
+
+void CMainFrame::updatePositionDisplays()
+{
+    ChildFrameWindow* doc = activeDocument();
+    QStringList texts;
+    if (doc) {
+        const CChildFrame& f = doc->frame();
+        const int format = preferences().timeFormat;
+        texts << QString::fromStdString(position_text(f, f.nSelStart, format))
+              << QString::fromStdString(position_text(f, f.nSelEnd, format))
+              << QString::fromStdString(position_text(f, f.nSelEnd - f.nSelStart, format));
+    } else {
+        texts << QString() << QString() << QString();
+    }
+    m_positionTexts = texts;
+    const QString names[3] = {tr("Start"), tr("End"), tr("Length")};
+    for (int i = 0; i < 3; ++i)
+        m_position[i]->setText(texts[i].isEmpty() ? QString() : names[i] + ": " + texts[i].trimmed());
+}
+
+void CMainFrame::applyWindowPlacement()
+{
+    const auto placement = parse_window_placement(preferences().windowPos);
+    if (!placement) {
+        resize(1100, 700);
+        return;
+    }
+    setGeometry(placement->left, placement->top, placement->right - placement->left,
+                placement->bottom - placement->top);
+    if (placement->showCommand == kShowMaximized)
+        setWindowState(windowState() | Qt::WindowMaximized);
+}
+
+void CMainFrame::saveWindowPlacement()
+{
+    WindowPlacement p;
+    const QRect normal = normalGeometry().isValid() ? normalGeometry() : geometry();
+    p.showCommand = isMaximized() ? kShowMaximized : isMinimized() ? kShowMinimized : 1;
+    p.left = normal.left();
+    p.top = normal.top();
+    p.right = normal.right() + 1;
+    p.bottom = normal.bottom() + 1;
+    preferences().windowPos = format_window_placement(p);
+}
+
+void CMainFrame::startUp()
+{
+    write_tutorial_handles(user_directory(), static_cast<unsigned long long>(winId()), 0, 0);
+    if (companion_program_running()) {
+        szOpenedFileName.clear();
+        const std::string file = autostart_file(user_directory());
+        if (!file.empty()) {
+            szOpenedFileName = file;
+            onCommand(kCommandOpenOpened);
+        }
+    }
+    read_preferences();
+    if (preferences().showLogo)
+        (new LogoWindow(this))->show();
+    if (preferences().tipOfTheDay) {
+        auto* tip = new TipDialog(this);
+        tip->setAttribute(Qt::WA_DeleteOnClose);
+        tip->open();
+    }
+    m_ticks = 0;
+    m_timer->start(600);
+}
+
+void CMainFrame::closeEvent(QCloseEvent* event)
+{
+    m_mdi->closeAllSubWindows();
+    if (!m_mdi->subWindowList().isEmpty()) {
+        event->ignore();
+        return;
+    }
+    saveWindowPlacement();
+    for (int i = 0; i < kControlBarCount; ++i)
+        if (!m_bars[static_cast<size_t>(i)]->actions().isEmpty())
+            preferences().barVisible[static_cast<size_t>(i)] = m_bars[static_cast<size_t>(i)]->isVisible();
+    write_preferences();
+    event->accept();
+}
+
+void CMainFrame::dragEnterEvent(QDragEnterEvent* event)
+{
+    if (event->mimeData()->hasUrls())
+        event->acceptProposedAction();
+}
+
+void CMainFrame::dropEvent(QDropEvent* event)
+{
+    for (const QUrl& url : event->mimeData()->urls())
+        if (url.isLocalFile())
+            openFile(url.toLocalFile());
+    event->acceptProposedAction();
+}

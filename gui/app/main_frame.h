@@ -1,0 +1,85 @@
+#pragma once
+
+#include <QMainWindow>
+#include <QStringList>
+#include <map>
+
+class ChildFrameWindow;
+class QAction;
+class QLabel;
+class QMdiArea;
+class QMdiSubWindow;
+class QMenu;
+class QTimer;
+class QToolBar;
+
+// The main frame: the MDI area with one window per document, the menus and
+// control bars, the recent-file list, the position displays and the 600 ms
+// frame timer. Menu and toolbar commands carry their command ids and reach
+// one dispatcher.
+class CMainFrame : public QMainWindow {
+    Q_OBJECT
+public:
+    CMainFrame();
+    ~CMainFrame() override;
+
+    // Opens a file as a new document window; false when it cannot be opened
+    // (the reason has been shown).
+    bool openFile(const QString& path);
+    // Runs a command id as if chosen from a menu.
+    void onCommand(int id);
+
+    ChildFrameWindow* activeDocument() const;
+    QList<ChildFrameWindow*> documents() const;
+    QMdiArea* mdiArea() const { return m_mdi; }
+    QAction* action(int id) const;
+    QToolBar* controlBar(int index) const;
+    const QStringList& positionTexts() const { return m_positionTexts; }
+    int timerTicks() const { return m_ticks; }
+
+    // Start-up after the window shows: tutorial handles, autostart, the
+    // preferences once more, logo and tip.
+    void startUp();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
+private:
+    QAction* addCommand(QMenu* menu, int id, const QString& text, const QKeySequence& keys = {});
+    void buildMenus();
+    void buildControlBars();
+    void rebuildRecentFiles();
+    void updatePositionDisplays();
+    void updateCommandStates();
+    void applyWindowPlacement();
+    void saveWindowPlacement();
+    void newFile();
+    void openWithDialog();
+    void showPreferences();
+    QMdiSubWindow* addDocument(ChildFrameWindow* window);
+
+    QMdiArea* m_mdi;
+    QMenu* m_fileMenu = nullptr;
+    QMenu* m_recentMenu = nullptr;
+    std::map<int, QAction*> m_actions;
+    std::vector<QToolBar*> m_bars;
+    QLabel* m_position[3] = {};
+    QStringList m_positionTexts;
+    QTimer* m_timer;
+    int m_ticks = 0;
+};
+
+// Command ids of the main frame's own commands.
+constexpr int kCommandNew = 57600;
+constexpr int kCommandOpen = 2002;
+constexpr int kCommandClose = 57602;
+constexpr int kCommandExit = 57665;
+constexpr int kCommandPreferences = 32900;
+constexpr int kCommandCascade = 57650;
+constexpr int kCommandTile = 57651;
+constexpr int kCommandHelp = 57670;
+constexpr int kCommandAbout = 57664;
+constexpr int kCommandRecentFirst = 57616;  // 57616 .. 57621
+constexpr int kCommandOpenOpened = 11310;    // opens szOpenedFileName

@@ -1,0 +1,103 @@
+#include "app/progress_box.h"
+
+#include <QApplication>
+#include <QDateTime>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QPushButton>
+
+// Control 230: grey, the done part in solid blue, the text in white on top.
+class ProgressBox::Bar : public QWidget {
+public:
+    explicit Bar(QWidget* parent) : QWidget(parent) { setMinimumWidth(220); }
+    void set(int percent, const QString& text)
+    {
+        m_percent = percent;
+        m_text = text;
+        repaint();
+    }
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter p(this);
+        p.fillRect(rect(), QColor(192, 192, 192));
+        p.fillRect(QRect(0, 0, width() * m_percent / 100, height()), QColor(0, 0, 255));
+        p.setPen(Qt::white);
+        p.drawText(rect(), Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, m_text);
+    }
+
+private:
+    int m_percent = 0;
+    QString m_text;
+};
+
+ProgressBox::ProgressBox(QWidget* parent, const QString& text, bool showCancel)
+    : QWidget(parent), m_bar(new Bar(this)), m_timeLeft(new QLabel(this)), m_cancel(new QPushButton(tr("Cancel"), this))
+{
+    setObjectName(QStringLiteral("MESSAGEDLG"));
+    setAutoFillBackground(true);
+    auto* layout = new QHBoxLayout(this);
+    layout->setContentsMargins(1, 0, 1, 0);
+    layout->setSpacing(4);
+    layout->addWidget(m_bar, 1);
+    layout->addWidget(m_timeLeft);
+    layout->addWidget(m_cancel);
+    m_cancel->setObjectName(QStringLiteral("2"));
+    m_cancel->setFocusPolicy(Qt::NoFocus);
+    m_cancel->setVisible(showCancel);
+    m_timeLeft->setMinimumWidth(140);
+    m_bar->set(0, text);
+    qApp->installEventFilter(this);
+}
+
+void ProgressBox::setBar(int percent, const QString& barText)
+{
+    m_percent = percent;
+    m_bar->set(percent, barText);
+}
+
+void ProgressBox::setTimeLeft(const QString& text) { m_timeLeft->setText(text); }
+QString ProgressBox::timeLeft() const { return m_timeLeft->text(); }
+
+bool ProgressBox::pollCancel()
+{
+    // Let the box paint and hear its button at most every 15 ms: a copy polls
+    // once per 32 KiB block.
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    if (now - m_lastPoll >= 15) {
+        m_lastPoll = now;
+        QApplication::processEvents();
+    }
+    const bool clicked = m_cancelClicked;
+    m_cancelClicked = false;
+    return clicked;
+}
+
+bool ProgressBox::eventFilter(QObject* watched, QEvent* event)
+{
+    switch (event->type()) {
+    case QEvent::MouseButtonPress: {
+        // Only a left press strictly inside the Cancel button counts; its
+        // border pixels do not.
+        auto* mouse = static_cast<QMouseEvent*>(event);
+        const QRect button(m_cancel->mapToGlobal(QPoint(0, 0)), m_cancel->size());
+        const QPoint at = mouse->globalPosition().toPoint();
+        if (mouse->button() == Qt::LeftButton && m_cancel->isVisible() && at.x() > button.left() &&
+            at.x() < button.right() && at.y() > button.top() && at.y() < button.bottom())
+            m_cancelClicked = true;
+        return true;
+    }
+    case QEvent::MouseButtonRelease:
+    case QEvent::MouseButtonDblClick:
+    case QEvent::KeyPress:
+    case QEvent::KeyRelease:
+    case QEvent::Wheel:
+        // The operation runs inline; nothing else may start meanwhile.
+        return true;
+    default:
+        return QWidget::eventFilter(watched, event);
+    }
+}

@@ -1,0 +1,184 @@
+#include "app/qt_ui_host.h"
+
+#include "app/button_bitmaps.h"
+#include "app/control_drawing.h"
+#include "app/progress_box.h"
+#include "wavefile/new_file_dialog.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QDesktopServices>
+#include <QFileInfo>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMainWindow>
+#include <QMessageBox>
+#include <QPainter>
+#include <QScreen>
+#include <QStatusBar>
+#include <QUrl>
+
+HWND handle_of(QWidget* widget) { return reinterpret_cast<HWND>(widget); }
+QWidget* widget_of(HWND handle) { return reinterpret_cast<QWidget*>(handle); }
+
+namespace {
+
+QWidget* findControl(QWidget* parent, int controlId)
+{
+    if (!parent)
+        return nullptr;
+    return parent->findChild<QWidget*>(QString::number(controlId));
+}
+
+}  // namespace
+
+QtUiHost::QtUiHost(QMainWindow* mainWindow) : m_main(mainWindow) {}
+
+int QtUiHost::messageBox(HWND owner, const std::string& text, const std::string& caption, unsigned style)
+{
+    QWidget* parent = owner ? widget_of(owner) : m_main;
+    QMessageBox box(parent);
+    box.setText(QString::fromStdString(text));
+    box.setWindowTitle(QString::fromStdString(caption));
+    switch (style & kMessageBoxIconMask) {
+    case MB_ICONQUESTION: box.setIcon(QMessageBox::Question); break;
+    case MB_ICONEXCLAMATION: box.setIcon(QMessageBox::Warning); break;
+    default: box.setIcon(QMessageBox::NoIcon); break;
+    }
+    switch (style & kMessageBoxButtonMask) {
+    case MB_OKCANCEL: box.setStandardButtons(QMessageBox::Ok | QMessageBox::Cancel); break;
+    case MB_YESNO: box.setStandardButtons(QMessageBox::Yes | QMessageBox::No); break;
+    default: box.setStandardButtons(QMessageBox::Ok); break;
+    }
+    // A message in the middle of a long operation must be answerable.
+    const bool hadOverride = QApplication::overrideCursor() != nullptr;
+    if (hadOverride)
+        QApplication::setOverrideCursor(Qt::ArrowCursor);
+    const int answer = box.exec();
+    if (hadOverride)
+        QApplication::restoreOverrideCursor();
+    switch (answer) {
+    case QMessageBox::Yes: return IDYES;
+    case QMessageBox::No: return IDNO;
+    case QMessageBox::Cancel: return IDCANCEL;
+    default: return IDOK;
+    }
+}
+
+void QtUiHost::beep() { QApplication::beep(); }
+
+void QtUiHost::setMainWindowTitle(const std::string& title) { m_main->setWindowTitle(QString::fromStdString(title)); }
+
+HWND QtUiHost::createProgressBox(const std::string& text, bool showCancel)
+{
+    delete m_progress;
+    m_progress = new ProgressBox(m_main, QString::fromStdString(text), showCancel);
+    // Over the status bar: one pixel in from its left edge, its top, its height less one.
+    const QStatusBar* status = m_main->statusBar();
+    const QRect bar = status->geometry();
+    m_progress->setGeometry(bar.left() + 1, bar.top(), std::max(m_progress->sizeHint().width(), bar.width() / 2),
+                            bar.height() - 1);
+    m_progress->show();
+    m_progress->raise();
+    QApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+    return handle_of(m_progress);
+}
+
+void QtUiHost::destroyProgressBox(HWND box)
+{
+    if (m_progress && box == handle_of(m_progress)) {
+        delete m_progress;
+        m_progress = nullptr;
+    }
+}
+
+void QtUiHost::drawProgressBar(HWND box, int percent, const std::string& barText)
+{
+    if (m_progress && box == handle_of(m_progress))
+        m_progress->setBar(percent, QString::fromStdString(barText));
+}
+
+bool QtUiHost::takeCancelClick(HWND box)
+{
+    return m_progress && box == handle_of(m_progress) && m_progress->pollCancel();
+}
+
+void QtUiHost::drawTextOnControl(HWND parent, int controlId, const std::string& text, const ControlTextStyle& style)
+{
+    if (m_progress && parent == handle_of(m_progress) && controlId == 1039) {
+        m_progress->setTimeLeft(QString::fromStdString(text));
+        return;
+    }
+    auto* label = qobject_cast<QLabel*>(findControl(widget_of(parent), controlId));
+    if (!label)
+        return;
+    QFont font(QString::fromStdString(style.face));
+    font.setPointSizeF(style.tenthsOfPoint / 10.0);
+    font.setWeight(style.weight >= 700 ? QFont::Bold : QFont::Normal);
+    label->setFont(font);
+    const QColor colour((style.colour) & 0xFF, (style.colour >> 8) & 0xFF, (style.colour >> 16) & 0xFF);
+    label->setStyleSheet(QStringLiteral("color: %1;").arg(colour.name()));
+    label->setText(QString::fromStdString(text));
+}
+
+void QtUiHost::setControlText(HWND dialog, int controlId, const std::string& text)
+{
+    QWidget* control = findControl(widget_of(dialog), controlId);
+    const QString value = QString::fromStdString(text);
+    if (auto* label = qobject_cast<QLabel*>(control))
+        label->setText(value);
+    else if (auto* edit = qobject_cast<QLineEdit*>(control))
+        edit->setText(value);
+    else if (auto* button = qobject_cast<QAbstractButton*>(control))
+        button->setText(value);
+}
+
+void QtUiHost::paintBitmapButton(const OwnerDrawItem& item, const std::string& bitmapName, const std::string& label,
+                                 bool labelInRightHalf)
+{
+    QWidget* button = widget_of(item.control);
+    if (!m_buttonPainter || !button)
+        return;
+    paint_bitmap_button(*m_buttonPainter, button->rect(), item, QString::fromStdString(bitmapName),
+                        QString::fromStdString(label), labelInRightHalf, button->property("text").toString(),
+                        button->font());
+}
+
+void QtUiHost::centreWindow(HWND window)
+{
+    QWidget* w = widget_of(window);
+    if (!w)
+        return;
+    const QRect screen = (w->screen() ? w->screen() : QApplication::primaryScreen())->geometry();
+    const Point origin = centred_dialog_origin(screen.width(), screen.height(), w->width(), w->height());
+    w->move(origin.x, origin.y);
+}
+
+void QtUiHost::showHelp(const std::string& helpFile, int contextId)
+{
+    // The help file is a set of HTML pages beside the program; the context id
+    // is the anchor of the topic.
+    QFileInfo info(QString::fromStdString(helpFile));
+    const QString page = info.absolutePath() + QStringLiteral("/help/Z32.html");
+    if (!QFileInfo::exists(page)) {
+        messageBox(nullptr, "Cannot find the help file " + page.toStdString(), "Ondrava", MB_OK | MB_ICONEXCLAMATION);
+        return;
+    }
+    QUrl url = QUrl::fromLocalFile(page);
+    url.setFragment(QString::number(contextId));
+    QDesktopServices::openUrl(url);
+}
+
+void QtUiHost::setWaitCursor(bool on)
+{
+    if (on)
+        QApplication::setOverrideCursor(Qt::WaitCursor);
+    else if (QApplication::overrideCursor())
+        QApplication::restoreOverrideCursor();
+}
+
+bool QtUiHost::runNewFileDialog()
+{
+    NewFileDialog dialog(m_main);
+    return dialog.exec() == QDialog::Accepted;
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "app/progress_box.h"
+#include "app/ui_host.h"
+
+#include <QPointer>
+
+class QMainWindow;
+class QPainter;
+
+// The user interface of the windowed program: message boxes, the progress
+// box over the main window's status bar, owner-drawn buttons and help.
+class QtUiHost : public UiHost {
+public:
+    explicit QtUiHost(QMainWindow* mainWindow);
+
+    int messageBox(HWND owner, const std::string& text, const std::string& caption, unsigned style) override;
+    void beep() override;
+    void setMainWindowTitle(const std::string& title) override;
+    HWND createProgressBox(const std::string& text, bool showCancel) override;
+    void destroyProgressBox(HWND box) override;
+    void drawProgressBar(HWND box, int percent, const std::string& barText) override;
+    bool takeCancelClick(HWND box) override;
+    void drawTextOnControl(HWND parent, int controlId, const std::string& text, const ControlTextStyle& style) override;
+    void setControlText(HWND dialog, int controlId, const std::string& text) override;
+    void paintBitmapButton(const OwnerDrawItem& item, const std::string& bitmapName, const std::string& label,
+                           bool labelInRightHalf) override;
+    void centreWindow(HWND window) override;
+    void showHelp(const std::string& helpFile, int contextId) override;
+    void setWaitCursor(bool on) override;
+    bool runNewFileDialog() override;
+
+    ProgressBox* progressBox() const { return m_progress; }
+    // The painter an owner-drawn button is painting with, for the duration of its paint.
+    void setButtonPainter(QPainter* painter) { m_buttonPainter = painter; }
+
+private:
+    QMainWindow* m_main;
+    QPointer<ProgressBox> m_progress;
+    QPainter* m_buttonPainter = nullptr;
+};
+
+// Window handles and widgets: the handle of a widget is its address.
+HWND handle_of(QWidget* widget);
+QWidget* widget_of(HWND handle);

@@ -1,0 +1,31 @@
+// ondrava [FILE...]: the windowed program. Opens the files named on the
+// command line once the main frame is up.
+
+#include "app/main_frame.h"
+#include "app/qt_ui_host.h"
+#include "view/display_levels.h"
+
+#include <QApplication>
+#include <QScreen>
+
+int main(int argc, char** argv)
+{
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Ondrava"));
+    QApplication::setOrganizationName(QStringLiteral("Ondrava"));
+    if (QScreen* screen = QApplication::primaryScreen())
+        set_screen_width_pixels(screen->geometry().width());
+
+    auto* frame = new CMainFrame;
+    QtUiHost host(frame);
+    setUiHost(&host);
+    frame->show();
+    frame->startUp();
+    for (const QString& file : app.arguments().mid(1))
+        frame->openFile(file);
+
+    const int result = app.exec();
+    delete frame;
+    setUiHost(nullptr);
+    return result;
+}

@@ -1,0 +1,283 @@
+#include "view/child_frame_window.h"
+
+#include "app/preferences.h"
+#include "app/qt_ui_host.h"
+#include "app/string_table.h"
+#include "audio/transport_state.h"
+#include "view/channel_cursors.h"
+#include "view/child_frame.h"
+#include "view/display_levels.h"
+#include "view/mouse_selection.h"
+#include "view/view_navigation.h"
+
+#include <QAction>
+#include <QCloseEvent>
+#include <QGuiApplication>
+#include <QLabel>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QScrollBar>
+#include <QToolBar>
+
+namespace {
+
+// The play bar's 10 x 10 images, drawn anew.
+QIcon playBarIcon(int id)
+{
+    QPixmap pixmap(10, 10);
+    pixmap.fill(Qt::transparent);
+    QPainter p(&pixmap);
+    p.setPen(Qt::NoPen);
+    p.setBrush(Qt::black);
+    switch (id) {
+    case 11401: p.drawPolygon(QPolygon({QPoint(1, 0), QPoint(9, 5), QPoint(1, 10)})); break;
+    case 11402: p.drawRect(1, 1, 3, 8); p.drawRect(6, 1, 3, 8); break;
+    case 11403: p.drawRect(1, 1, 8, 8); break;
+    case 11404:
+        p.setPen(QPen(Qt::black, 1.5));
+        p.setBrush(Qt::NoBrush);
+        p.drawArc(QRect(1, 1, 8, 8), 30 * 16, 300 * 16);
+        break;
+    case 1898:
+    case 1899:
+        p.setPen(QPen(Qt::black, 1));
+        p.setBrush(Qt::NoBrush);
+        p.drawEllipse(0, 0, 7, 7);
+        p.drawLine(2, 3, 5, 3);
+        if (id == 1898)
+            p.drawLine(3, 2, 3, 5);
+        p.drawLine(6, 6, 9, 9);
+        break;
+    default: break;
+    }
+    return QIcon(pixmap);
+}
+
+QString toolTipOf(int id)
+{
+    const QString text = QString::fromStdString(load_string(id));
+    const int newline = text.indexOf('\n');
+    return newline >= 0 ? text.mid(newline + 1) : text;
+}
+
+}  // namespace
+
+ChildFrameWindow::ChildFrameWindow(std::unique_ptr<CChildFrame> frame, QWidget* parent)
+    : QWidget(parent),
+      m_frame(std::move(frame)),
+      m_renderer(screen_width_pixels()),
+      m_playBar(new QToolBar(this)),
+      m_status(new QLabel(this)),
+      m_scroll(new QScrollBar(Qt::Horizontal, this))
+{
+    setAttribute(Qt::WA_OpaquePaintEvent);
+    setMouseTracking(true);
+    setFocusPolicy(Qt::StrongFocus);
+    setWindowTitle(QString::fromStdString(m_frame->szDisplayName));
+    setMinimumSize(160, nRulerHeight + nControlRowHeight + 40);
+    m_frame->bColorDisplay = preferences().colorDisplay;
+    m_frame->bToolTips = preferences().toolTips;
+
+    // The play bar: Play, Pause, Stop, Loop, a separator, Zoom In, Zoom Out.
+    m_playBar->setObjectName(QStringLiteral("PLAYBAR"));
+    m_playBar->setIconSize(QSize(10, 10));
+    m_playBar->setStyleSheet(QStringLiteral("QToolBar { spacing: 0px; padding: 0px; } QToolButton { padding: 1px; }"));
+    for (int id : {11401, 11402, 11403, 11404, 0, 1898, 1899}) {
+        if (id == 0) {
+            m_playBar->addSeparator();
+            continue;
+        }
+        QAction* action = m_playBar->addAction(playBarIcon(id), QString());
+        action->setData(id);
+        action->setObjectName(QString::number(id));
+        if (m_frame->bToolTips)
+            action->setToolTip(id >= 11401 && id <= 11404 ? QStringList{"Play", "Pause", "Stop", "Loop"}[id - 11401]
+                                                          : toolTipOf(id));
+        // Playback arrives with the audio engine; until then its buttons rest.
+        action->setEnabled(id == 1898 || id == 1899);
+        connect(action, &QAction::triggered, this, [this, id] { command(id); });
+    }
+    m_status->setObjectName(QStringLiteral("1809"));
+    m_status->setFrameStyle(QFrame::Panel | QFrame::Sunken);
+    m_status->setAlignment(Qt::AlignCenter);
+    m_scroll->setObjectName(QStringLiteral("1811"));
+    m_scroll->setRange(0, 100);
+    m_scroll->setValue(0);
+    connect(m_scroll, &QScrollBar::actionTriggered, this, [this](int action) {
+        if (m_syncing)
+            return;
+        ScrollRequest request;
+        switch (action) {
+        case QAbstractSlider::SliderSingleStepSub: request = ScrollRequest::LineLeft; break;
+        case QAbstractSlider::SliderSingleStepAdd: request = ScrollRequest::LineRight; break;
+        case QAbstractSlider::SliderPageStepSub: request = ScrollRequest::PageLeft; break;
+        case QAbstractSlider::SliderPageStepAdd: request = ScrollRequest::PageRight; break;
+        case QAbstractSlider::SliderToMinimum: request = ScrollRequest::ToStart; break;
+        case QAbstractSlider::SliderToMaximum: request = ScrollRequest::ToEnd; break;
+        case QAbstractSlider::SliderMove: request = ScrollRequest::Thumb; break;
+        default: return;
+        }
+        if (::scroll(*m_frame, request, m_scroll->sliderPosition()))
+            changed();
+        // The frame decides where the bar stands.
+        QMetaObject::invokeMethod(this, [this] { syncScrollBar(); }, Qt::QueuedConnection);
+    });
+}
+
+ChildFrameWindow::~ChildFrameWindow() = default;
+
+int ChildFrameWindow::timeFormat() const { return preferences().timeFormat; }
+
+void ChildFrameWindow::layoutControls()
+{
+    const int cx = width();
+    const int cy = height();
+    m_playBar->setGeometry(0, cy - 23, 118, 20);
+    m_status->setGeometry(118, cy - 21, 40, 16);
+    m_scroll->setGeometry(160, cy - 21, std::max(16, cx - 162), 16);
+}
+
+void ChildFrameWindow::syncScrollBar()
+{
+    m_syncing = true;
+    m_scroll->setRange(0, scroll_bar_maximum(*m_frame));
+    m_scroll->setPageStep(std::max(1, scroll_bar_maximum(*m_frame) / 5));
+    m_scroll->setValue(scroll_bar_position(*m_frame));
+    m_syncing = false;
+    m_status->setText(QStringLiteral("%1/%2").arg(m_frame->nZoomLevel).arg(m_frame->nMaxZoomLevel));
+}
+
+void ChildFrameWindow::changed(bool scrollRange)
+{
+    if (scrollRange)
+        compute_scroll_range(*m_frame);
+    syncScrollBar();
+    update();
+    emit selectionChanged();
+}
+
+void ChildFrameWindow::paintEvent(QPaintEvent*)
+{
+    m_frame->nClientWidth = width();
+    m_frame->nClientHeight = height();
+    m_renderer.setColours(DisplayColours::fromPreferences(preferences()));
+    m_renderer.paint(*m_frame, m_client, timeFormat());
+    QPainter p(this);
+    p.drawImage(0, 0, m_client);
+    p.fillRect(QRect(0, height() - nControlRowHeight, width(), nControlRowHeight), palette().window());
+}
+
+void ChildFrameWindow::resizeEvent(QResizeEvent*)
+{
+    m_frame->nClientWidth = width();
+    m_frame->nClientHeight = height();
+    m_frame->bSizeChanged = true;
+    compute_scroll_range(*m_frame, true);
+    update_highlight_pixels(*m_frame);
+    layoutControls();
+    syncScrollBar();
+}
+
+void ChildFrameWindow::mousePressEvent(QMouseEvent* event)
+{
+    const QPoint at = event->position().toPoint();
+    if (event->button() == Qt::LeftButton) {
+        if (left_button_down(*m_frame, at.x(), at.y(), event->modifiers() & Qt::ShiftModifier))
+            changed();
+        // The pointer stays with the strip until it is released (where the
+        // platform can hold it).
+        if (m_frame->bStripDrag && QGuiApplication::platformName() != QLatin1String("offscreen"))
+            grabMouse();
+    } else if (event->button() == Qt::RightButton) {
+        switch (right_button_down(*m_frame, at.x(), at.y())) {
+        case RightButtonAction::Play: emit commandRequested(11401); break;
+        case RightButtonAction::Stop: emit commandRequested(11403); break;
+        case RightButtonAction::None: break;
+        }
+    }
+}
+
+void ChildFrameWindow::mouseMoveEvent(QMouseEvent* event)
+{
+    const QPoint at = event->position().toPoint();
+    setCursor(cursor_for(cursor_at(*m_frame, at.x(), at.y())));
+    if (mouse_moved(*m_frame, at.x(), at.y(), event->buttons() & Qt::LeftButton,
+                    event->modifiers() & Qt::ShiftModifier))
+        changed();
+}
+
+void ChildFrameWindow::mouseReleaseEvent(QMouseEvent* event)
+{
+    if (event->button() != Qt::LeftButton)
+        return;
+    const QPoint at = event->position().toPoint();
+    const bool strip = m_frame->bStripDrag;
+    if (strip && QWidget::mouseGrabber() == this)
+        releaseMouse();
+    if (left_button_up(*m_frame, at.x(), at.y()))
+        changed();
+}
+
+void ChildFrameWindow::keyPressEvent(QKeyEvent* event)
+{
+    ScrollRequest request;
+    switch (event->key()) {
+    case Qt::Key_PageUp: request = ScrollRequest::PageLeft; break;
+    case Qt::Key_PageDown: request = ScrollRequest::PageRight; break;
+    case Qt::Key_End: request = ScrollRequest::ToEnd; break;
+    case Qt::Key_Home: request = ScrollRequest::ToStart; break;
+    case Qt::Key_Left: request = ScrollRequest::LineLeft; break;
+    case Qt::Key_Right: request = ScrollRequest::LineRight; break;
+    case Qt::Key_O:
+    case Qt::Key_P:
+        // Both start playback when nothing plays and stop it when it does.
+        emit commandRequested(transport_state().playing ? 11403 : 11401);
+        return;
+    default: QWidget::keyPressEvent(event); return;
+    }
+    if (::scroll(*m_frame, request))
+        changed();
+}
+
+void ChildFrameWindow::closeEvent(QCloseEvent* event)
+{
+    if (m_frame->query_close())
+        event->accept();
+    else
+        event->ignore();
+}
+
+bool ChildFrameWindow::isViewCommand(int id)
+{
+    switch (id) {
+    case 1898: case 1899: case 87: case 88: case 11800: case 11801: case 11906: case 1020:
+    case 11900: case 11901: case 11902: case 11903: case 11904: case 11905:
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool ChildFrameWindow::command(int id)
+{
+    CChildFrame& f = *m_frame;
+    f.nClientWidth = width();
+    f.nClientHeight = height();
+    // Zoom and scroll input rests while sound plays or records.
+    if (transport_state().busy() && id != 1020)
+        return true;
+    switch (id) {
+    case 1898: zoom_in(f); break;
+    case 1899: zoom_out(f); break;
+    case 87: zoom_maximum(f); break;
+    case 88: zoom_minimum(f); break;
+    case 11800: go_to_beginning(f); break;
+    case 11801: go_to_end(f); break;
+    case 11906: go_to_highlight(f); break;
+    case 1020: select_all(f); break;
+    case 11900: case 11901: case 11902: case 11903: case 11904: case 11905: nudge(f, id); break;
+    default: return false;
+    }
+    changed();
+    return true;
+}

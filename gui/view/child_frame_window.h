@@ -1,0 +1,61 @@
+#pragma once
+
+#include "view/waveform_renderer.h"
+
+#include <QImage>
+#include <QWidget>
+#include <memory>
+
+class CChildFrame;
+class QLabel;
+class QScrollBar;
+class QToolBar;
+
+// The window of one document: the waveform view with the play bar, the
+// status box (1809) and the horizontal scroll bar (1811) in its bottom row.
+// It owns the document; closing it asks first when the document is modified
+// and then removes the document's files.
+class ChildFrameWindow : public QWidget {
+    Q_OBJECT
+public:
+    ChildFrameWindow(std::unique_ptr<CChildFrame> frame, QWidget* parent = nullptr);
+    ~ChildFrameWindow() override;
+
+    CChildFrame& frame() const { return *m_frame; }
+    // A command of the document: zoom, navigation, select all, nudges.
+    // Returns false when the command is not the document's.
+    bool command(int id);
+    static bool isViewCommand(int id);
+    QScrollBar* scrollBar() const { return m_scroll; }
+    QToolBar* playBar() const { return m_playBar; }
+    const QImage& lastPaint() const { return m_client; }
+    int timeFormat() const;
+
+signals:
+    // The highlight or the view changed: position displays need redrawing.
+    void selectionChanged();
+    // A command for the main frame (play and stop from the right button and keys).
+    void commandRequested(int id);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void layoutControls();
+    void syncScrollBar();
+    void changed(bool scrollRange = false);
+
+    std::unique_ptr<CChildFrame> m_frame;
+    WaveformRenderer m_renderer;
+    QImage m_client;
+    QToolBar* m_playBar;
+    QLabel* m_status;
+    QScrollBar* m_scroll;
+    bool m_syncing = false;
+};

@@ -1,0 +1,148 @@
+#include "view/child_frame_window.h"
+#include "view/view_navigation.h"
+
+#include "gui_test.h"
+
+#include <QAction>
+#include <QScrollBar>
+#include <QToolBar>
+
+// A 10 s stereo tone (882000 units, ten levels) in a 1000 x 400 window.
+class ChildFrameWindowTest : public GuiTest {
+protected:
+    void SetUp() override
+    {
+        GuiTest::SetUp();
+        auto frame = openTone(2, 16, 44100, 441000);
+        ASSERT_TRUE(frame);
+        window = std::make_unique<ChildFrameWindow>(std::move(frame));
+        window->resize(1000, 400);
+        window->show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
+    }
+    void TearDown() override
+    {
+        window.reset();
+        GuiTest::TearDown();
+    }
+    CChildFrame& f() { return window->frame(); }
+    void drag(QPoint from, QPoint to, Qt::KeyboardModifiers mods = Qt::NoModifier)
+    {
+        QTest::mousePress(window.get(), Qt::LeftButton, mods, from);
+        QTest::mouseMove(window.get(), to);
+        QTest::mouseRelease(window.get(), Qt::LeftButton, mods, to);
+    }
+    std::unique_ptr<ChildFrameWindow> window;
+};
+
+TEST_F(ChildFrameWindowTest, LaysOutThePlayBarStatusBoxAndScrollBar)
+{
+    EXPECT_EQ(window->scrollBar()->geometry(), QRect(160, 400 - 21, 1000 - 162, 16));
+    QWidget* status = window->findChild<QWidget*>(QStringLiteral("1809"));
+    ASSERT_NE(status, nullptr);
+    EXPECT_EQ(status->geometry(), QRect(118, 400 - 21, 40, 16));
+    const QList<QAction*> buttons = window->playBar()->actions();
+    ASSERT_EQ(buttons.size(), 7);  // four transport buttons, a separator, two zoom buttons
+    EXPECT_TRUE(buttons[4]->isSeparator());
+    EXPECT_EQ(buttons[5]->data().toInt(), 1898);
+    EXPECT_EQ(buttons[6]->data().toInt(), 1899);
+    EXPECT_EQ(buttons[6]->toolTip(), "Zoom Out (UnZoom)");
+}
+
+TEST_F(ChildFrameWindowTest, MouseDragsSelectByChannelZone)
+{
+    window->command(87);  // finest level: a pixel is a frame, two units
+    ASSERT_EQ(f().nZoomLevel, 10);
+    drag({100, 60}, {300, 60});  // upper quarter: left channel
+    EXPECT_EQ(f().bHighlight, 1);
+    EXPECT_EQ(f().bLeftChannel, 1);
+    EXPECT_EQ(f().bRightChannel, 0);
+    EXPECT_EQ(f().nSelStart, 200u);
+    EXPECT_EQ(f().nSelEnd, 600u);
+
+    drag({500, 200}, {700, 200});  // the middle: both channels
+    EXPECT_EQ(f().bLeftChannel + f().bRightChannel, 2);
+    EXPECT_EQ(f().nSelStart, 1000u);
+    QTest::mouseClick(window.get(), Qt::LeftButton, Qt::ShiftModifier, QPoint(800, 200));
+    EXPECT_EQ(f().nSelStart, 1000u);
+    EXPECT_EQ(f().nSelEnd, 1600u);  // the nearer edge, the end, moved to 800
+}
+
+TEST_F(ChildFrameWindowTest, TheStripDragZoomsToTheRegion)
+{
+    drag({100, 5}, {500, 5});
+    EXPECT_EQ(f().nSelStart, 88200u);
+    EXPECT_EQ(f().nSelEnd, 441000u);
+    EXPECT_EQ(f().nZoomLevel, 2);
+    EXPECT_EQ(f().nFirstSample, 88200u);
+    EXPECT_EQ(f().bHighlight, 1);
+}
+
+TEST_F(ChildFrameWindowTest, KeysAndTheScrollBarScroll)
+{
+    window->command(87);
+    const int max = f().nScrollMax;
+    QTest::keyClick(window.get(), Qt::Key_End);
+    EXPECT_EQ(f().nScrollPos, max);
+    EXPECT_EQ(window->scrollBar()->value(), scroll_bar_position(f()));
+    QTest::keyClick(window.get(), Qt::Key_Home);
+    EXPECT_EQ(f().nFirstSample, 0u);
+    QTest::keyClick(window.get(), Qt::Key_Right);
+    EXPECT_EQ(f().nFirstSample, 200u);
+    QTest::keyClick(window.get(), Qt::Key_PageDown);
+    EXPECT_EQ(f().nScrollPos, 1 + max / 5);
+    QTest::keyClick(window.get(), Qt::Key_Up);  // does nothing
+    EXPECT_EQ(f().nScrollPos, 1 + max / 5);
+
+    window->scrollBar()->triggerAction(QAbstractSlider::SliderToMinimum);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(f().nScrollPos, 0);
+    EXPECT_EQ(window->scrollBar()->value(), 0);
+}
+
+TEST_F(ChildFrameWindowTest, ThePlayBarZoomsAndCommandsNavigate)
+{
+    QAction* zoomIn = window->playBar()->actions()[5];
+    zoomIn->trigger();
+    EXPECT_EQ(f().nZoomLevel, 2);
+    EXPECT_EQ(f().fZoom, 2.0f);
+    window->command(88);
+    EXPECT_EQ(f().nZoomLevel, 1);
+    window->command(1020);
+    EXPECT_EQ(f().nSelEnd, 882000u);
+    EXPECT_EQ(f().bHighlight, 1);
+}
+
+TEST_F(ChildFrameWindowTest, PaintsTheWaveformBandsAndTheBrick)
+{
+    window->repaint();
+    const QImage shot = window->grab().toImage();
+    ASSERT_EQ(shot.size(), QSize(1000, 400));
+    const int end = static_cast<int>(f().sample_to_pixel(f().nTotalSamples));
+    ASSERT_EQ(end, 861);
+    const QRgb brick = qRgb(160, 64, 48);
+    const QRgb mortar = qRgb(208, 200, 184);
+    int brickColumns = 0;
+    for (int x = end; x < 1000; ++x)
+        brickColumns += shot.pixel(x, 60) == brick || shot.pixel(x, 60) == mortar || shot.pixel(x, 61) == brick;
+    EXPECT_EQ(brickColumns, 1000 - end);
+    EXPECT_NE(shot.pixel(end - 1, 60), brick);
+    // The channel split: the second band's dark top rows at the middle of the area.
+    const int height = WaveformRenderer::drawingHeight(f(), 400);
+    EXPECT_EQ(shot.pixel(10, 46 + height / 2), qRgb(64, 64, 64));
+    // The data colour shows where the tone is.
+    int dataPixels = 0;
+    for (int y = 46; y < 375; ++y)
+        dataPixels += shot.pixel(400, y) == qRgb(0, 0, 128);
+    EXPECT_GT(dataPixels, 50);
+}
+
+TEST_F(ChildFrameWindowTest, ClosingAModifiedDocumentAsks)
+{
+    f().bModified = 1;
+    host.scriptAnswers({IDCANCEL});
+    EXPECT_FALSE(window->close());
+    EXPECT_EQ(host.shown().back().text, "OK to close tone.wav?");
+    host.scriptAnswers({IDOK});
+    EXPECT_TRUE(window->close());
+}

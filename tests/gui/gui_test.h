@@ -1,0 +1,33 @@
+#pragma once
+
+#include "app/qt_ui_host.h"
+
+#include "support/document_test.h"
+
+#include <QSettings>
+#include <QTest>
+
+// Widget fixture: a private profile folder (no profile at all to begin with),
+// a private user folder, and the headless host for messages unless a test
+// installs the Qt one.
+class GuiTest : public DocumentTest {
+protected:
+    void SetUp() override
+    {
+        DocumentTest::SetUp();
+        setenv("XDG_CONFIG_HOME", path("config").c_str(), 1);
+        setenv("ONDRAVA_HOME", path("ondrava").c_str(), 1);
+        QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, QString::fromStdString(path("config")));
+    }
+    void TearDown() override
+    {
+        unsetenv("XDG_CONFIG_HOME");
+        unsetenv("ONDRAVA_HOME");
+        DocumentTest::TearDown();
+    }
+    std::string profileText()
+    {
+        const auto bytes = readFile(path("config/Ondrava/Ondrava.ini"));
+        return {bytes.begin(), bytes.end()};
+    }
+};
