@@ -3,6 +3,7 @@
 
 #include "app/main_frame.h"
 #include "app/qt_ui_host.h"
+#include "app/termination_signals.h"
 #include "view/display_levels.h"
 
 #include <QApplication>
@@ -19,6 +20,7 @@ int main(int argc, char** argv)
     auto* frame = new CMainFrame;
     QtUiHost host(frame);
     setUiHost(&host);
+    new TerminationSignals(frame);
     frame->show();
     frame->startUp();
     for (const QString& file : app.arguments().mid(1))

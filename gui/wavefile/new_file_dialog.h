@@ -18,9 +18,10 @@ public:
     // Presses the button with a control id, as a click would.
     void press(int controlId);
 
+    void reject() override;
+
 protected:
     void showEvent(QShowEvent* event) override;
-    void reject() override;
 
 private:
     void refresh();

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QObject>
+
+class QSocketNotifier;
+class QWidget;
+
+// Turns SIGTERM, SIGINT and SIGHUP into a close request of the main window,
+// as the desktop asks before a log-off: documents are closed (modified ones
+// ask first) and their files removed. A refusal keeps the program running.
+class TerminationSignals : public QObject {
+    Q_OBJECT
+public:
+    explicit TerminationSignals(QWidget* mainWindow);
+    ~TerminationSignals() override;
+
+private:
+    QSocketNotifier* m_notifier;
+};

@@ -1,0 +1,156 @@
+#include "app/bitmap_button.h"
+#include "app/main_frame.h"
+#include "app/preference_pages.h"
+#include "app/preference_store.h"
+#include "app/preferences_dialog.h"
+#include "app/progress.h"
+#include "app/progress_box.h"
+#include "audio/transport_state.h"
+#include "wavefile/new_file_dialog.h"
+
+#include "gui_test.h"
+
+#include <QComboBox>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QStatusBar>
+#include <QTabWidget>
+
+class QtHostTest : public GuiTest {
+protected:
+    void SetUp() override
+    {
+        GuiTest::SetUp();
+        frame = std::make_unique<CMainFrame>();
+        frame->show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(frame.get()));
+        qtHost = std::make_unique<QtUiHost>(frame.get());
+        setUiHost(qtHost.get());
+    }
+    void TearDown() override
+    {
+        setUiHost(&host);
+        qtHost.reset();
+        frame.reset();
+        transport_state() = TransportState{};
+        GuiTest::TearDown();
+    }
+    std::unique_ptr<CMainFrame> frame;
+    std::unique_ptr<QtUiHost> qtHost;
+};
+
+TEST_F(QtHostTest, TheProgressBoxLiesOverTheStatusBar)
+{
+    HWND box = display_message_dialog("Saving file ...", 1);
+    current_progress_box = box;
+    ProgressBox* widget = qtHost->progressBox();
+    ASSERT_NE(widget, nullptr);
+    const QRect status = frame->statusBar()->geometry();
+    EXPECT_EQ(widget->geometry().left(), status.left() + 1);
+    EXPECT_EQ(widget->geometry().top(), status.top());
+    EXPECT_EQ(widget->geometry().height(), status.height() - 1);
+    show_percent_done(box, 0);
+    show_percent_done(box, 42);
+    EXPECT_EQ(widget->percent(), 42);
+    show_percent_done(box, 101);
+    EXPECT_EQ(widget->timeLeft(), "  ");
+
+    // Only a left press strictly inside Cancel counts: not its border pixel.
+    QPushButton* cancel = widget->cancelButton();
+    ASSERT_TRUE(cancel->isVisible());
+    // (QTest takes the point (0, 0) for "the centre": use another one on the left edge.)
+    QTest::mousePress(cancel, Qt::LeftButton, Qt::NoModifier, QPoint(0, 5));
+    QTest::qWait(20);
+    EXPECT_EQ(cancel_button_pressed(box), 0);
+    QTest::mousePress(cancel, Qt::LeftButton, Qt::NoModifier, cancel->rect().center());
+    QTest::qWait(20);
+    EXPECT_EQ(cancel_button_pressed(box), 1);
+    EXPECT_EQ(cancel_button_pressed(box), 0);
+    terminate_message_dialog(box);
+    EXPECT_EQ(qtHost->progressBox(), nullptr);
+
+    // Without Cancel the button stays hidden.
+    box = display_message_dialog("Updating buffers ...", 0);
+    EXPECT_FALSE(qtHost->progressBox()->cancelButton()->isVisible());
+    terminate_message_dialog(box);
+    restore_wait_cursor();
+    EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+}
+
+TEST_F(QtHostTest, BitmapButtonsFollowTheTransportState)
+{
+    BitmapButton record(1813, QStringLiteral("Record"));
+    record.resize(96, 40);
+    auto redIn = [&] {
+        const QImage image = record.grab().toImage();
+        int red = 0;
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                red += qRed(image.pixel(x, y)) > 230 && qGreen(image.pixel(x, y)) < 60;
+        return red;
+    };
+    const int dark = redIn();
+    transport_state().recording = true;
+    EXPECT_GT(redIn(), dark + 20);  // "redrec" is bright red, "rrecord" dark red
+    record.setEnabled(false);
+    EXPECT_EQ(redIn(), 0);  // "invrec" is grey
+}
+
+using DialogTest = GuiTest;
+
+TEST_F(DialogTest, TheNewFileDialogSetsTheFormatAndCancelPutsItBack)
+{
+    current_wave_format = WaveFormat{};
+    data_chunk_size = 1234;
+    {
+        NewFileDialog dialog;
+        dialog.press(202);
+        dialog.press(207);
+        dialog.press(211);
+        EXPECT_EQ(current_wave_format.nChannels, 1);
+        EXPECT_EQ(current_wave_format.wBitsPerSample, 16);
+        EXPECT_EQ(current_wave_format.nBytesPerSample, 2);
+        EXPECT_EQ(current_wave_format.nSamplesPerSec, 44100u);
+        EXPECT_TRUE(dialog.findChild<QRadioButton*>("211")->isChecked());
+        data_chunk_size = 99;
+        dialog.reject();
+    }
+    EXPECT_EQ(current_wave_format.nChannels, 2);
+    EXPECT_EQ(current_wave_format.nBytesPerSample, 2);
+    EXPECT_EQ(current_wave_format.wBitsPerSample, 8);
+    EXPECT_EQ(data_chunk_size, 1234u);
+    NewFileDialog dialog;
+    dialog.press(203);
+    dialog.accept();
+    EXPECT_EQ(current_wave_format.nChannels, 2);
+}
+
+TEST_F(DialogTest, ThePreferenceSheetStoresEveryPage)
+{
+    read_preferences();
+    PreferencesDialog dialog;
+    ASSERT_EQ(dialog.tabs()->count(), 7);
+    const char* names[] = {"CWave", "CMidi", "CTool", "CStartup", "COptions", "CTimeFormat", "CColors"};
+    for (int i = 0; i < 7; ++i)
+        EXPECT_EQ(dialog.page(i)->objectName(), names[i]);
+
+    // "SMPTE 30 &Drop" stores 30, as "SMPTE &30" does.
+    auto* time = static_cast<CTimeFormat*>(dialog.page(5));
+    EXPECT_TRUE(time->choice(0)->isChecked());
+    time->choice(4)->setChecked(true);
+    auto* colours = static_cast<CColors*>(dialog.page(6));
+    auto* data = colours->findChildren<QComboBox*>().first();
+    data->setCurrentIndex(data->findText("Red"));
+    dialog.accept();
+    EXPECT_EQ(preferences().timeFormat, 30);
+    EXPECT_EQ(preferences().colours[0], rgb(255, 0, 0));
+    EXPECT_NE(profileText().find("Time%20format=30"), std::string::npos) << profileText();
+    EXPECT_NE(profileText().find("Data%20color=Red"), std::string::npos);
+
+    PreferencesDialog again;
+    auto* colourPage = static_cast<CColors*>(again.page(6));
+    EXPECT_EQ(colourPage->findChildren<QComboBox*>().first()->currentText(), "Red");
+    colourPage->findChild<QPushButton*>("default")->click();
+    again.accept();
+    EXPECT_EQ(preferences().colours, Preferences::defaultColours());
+}
