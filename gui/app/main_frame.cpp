@@ -191,6 +191,25 @@ void CMainFrame::buildControlBars()
     commands[0] = {kCommandNew, kCommandOpen};
     commands[1] = {1020};
     commands[3] = {11800, 11801, 11906, 0, 11900, 11902, 11903, 11904, 11905, 11901, 0, 1898, 1899, 87, 88};
+    // Short labels on the bars: the tool-tip part of a command's prompt, or a
+    // word; the menus keep the full texts.
+    const std::map<int, QString> shortLabels = {
+        {kCommandNew, tr("New")},   {kCommandOpen, tr("Open")},  {1020, tr("All")},
+        {11800, tr("|<")},          {11801, tr(">|")},           {11906, tr("[>]")},
+        {87, tr("Max")},            {88, tr("Min")},             {1898, tr("Zoom +")},
+        {1899, tr("Zoom -")},
+    };
+    for (const auto& [id, label] : shortLabels)
+        if (QAction* a = action(id)) {
+            a->setIconText(label);
+            a->setToolTip(a->text().remove('&'));
+        }
+    for (int id = 11900; id <= 11905; ++id)
+        if (QAction* a = action(id)) {
+            const QString prompt = QString::fromStdString(load_string(id));
+            a->setIconText(prompt.section('\n', 1));
+            a->setToolTip(prompt.section('\n', 0, 0));
+        }
     for (int i = 0; i < kControlBarCount; ++i) {
         auto* bar = new QToolBar(tr(kBarNames[i]), this);
         bar->setObjectName(QStringLiteral("General-Bar%1").arg(i));

@@ -3,6 +3,7 @@
 #include "support/temp_dir_test.h"
 #include "support/wav_builder.h"
 
+#include <QImage>
 #include <fcntl.h>
 #include <spawn.h>
 #include <sstream>
@@ -144,4 +145,23 @@ TEST_F(CliTest, TheProfileGetsTheDataDirectoryOnFirstUse)
     const Bytes ini = readFile(path("config/Ondrava/Ondrava.ini"));
     const std::string text(ini.begin(), ini.end());
     EXPECT_NE(text.find(path("ondrava/work")), std::string::npos) << text;
+}
+
+TEST_F(CliTest, RenderDrawsTheDocumentAsTheWindowDoes)
+{
+    writeFile(path("tone.wav"), W::pcm(2, 44100, 16, W::randomBytes(441000 * 4, 3)));
+    Run run = cli({"render", "tone.wav", "--width", "800", "--height", "300", "--level", "4", "--first", "10001",
+                   "--time-format", "25", "--out", "tone.png"});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(lines(run.out), (std::vector<std::string>{"level: 4", "first_sample: 10000", "values_per_column: 256"}));
+    const QImage image(QString::fromStdString(path("tone.png")));
+    ASSERT_FALSE(image.isNull());
+    EXPECT_EQ(image.size(), QSize(800, 300));
+    EXPECT_EQ(image.pixel(3, 20) & 0xFFFFFF, qRgb(192, 192, 192) & 0xFFFFFF);  // the ruler
+    EXPECT_EQ(image.pixel(3, 46) & 0xFFFFFF, qRgb(64, 64, 64) & 0xFFFFFF);     // a band's top row
+    EXPECT_TRUE(filesIn(path("ondrava/work")).empty());
+
+    EXPECT_EQ(cli({"render", "tone.wav", "--width", "800", "--height", "300"}).exitCode, 2);  // no --out
+    EXPECT_EQ(cli({"render", "tone.wav", "--time-format", "29", "--out", "x.png"}).exitCode, 2);
+    EXPECT_EQ(cli({"render", "missing.wav", "--out", "x.png"}).exitCode, 1);
 }

@@ -175,6 +175,21 @@ TEST_F(RendererTest, ShortDocumentsDrawOneUnitAColumnAndResetTheZoom)
     EXPECT_EQ(r.maxValuesPerColumn(), 1);
 }
 
+TEST_F(RendererTest, APaintWithoutRedrawFlagsOnlyAddsColumnsRightOfTheLastOne)
+{
+    auto f = openTone(2, 16, 44100, 441000);
+    ASSERT_TRUE(f);
+    WaveformRenderer r(1920);
+    const QImage first = paint(*f, r);
+    EXPECT_GT(r.columnsDrawn(), 800);
+    const QImage second = paint(*f, r);  // nothing changed, no flag set
+    EXPECT_EQ(r.columnsDrawn(), 0);
+    EXPECT_TRUE(first == second);
+    f->bRedrawAll = true;
+    paint(*f, r);
+    EXPECT_GT(r.columnsDrawn(), 800);
+}
+
 TEST_F(RendererTest, TheHighlightIsInvertedOverItsChannel)
 {
     auto f = openTone(2, 16, 44100, 441000);
