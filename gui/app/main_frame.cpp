@@ -14,6 +14,7 @@
 #include "edit/edit_menu_state.h"
 #include "view/child_frame.h"
 #include "view/child_frame_window.h"
+#include "view/display_levels.h"
 #include "view/document_open.h"
 #include "view/time_format.h"
 #include "wavefile/wave_header.h"
@@ -267,6 +268,8 @@ QMdiSubWindow* CMainFrame::addDocument(ChildFrameWindow* window)
     sub->setAttribute(Qt::WA_DeleteOnClose);
     sub->setWindowTitle(window->windowTitle());
     sub->resize(std::max(640, m_mdi->width() * 3 / 4), std::max(300, m_mdi->height() * 2 / 3));
+    // A document window is never narrower than a fifth of the screen.
+    sub->setMinimumWidth(screen_width_pixels() / 5);
     connect(window, &ChildFrameWindow::selectionChanged, this, &CMainFrame::updatePositionDisplays);
     connect(window, &ChildFrameWindow::commandRequested, this, &CMainFrame::onCommand);
     sub->show();

@@ -57,6 +57,16 @@ Band bandOf(int channel, int bands, int height)
 DisplayColours DisplayColours::fromPreferences(const Preferences& prefs)
 {
     DisplayColours c;
+    if (!prefs.colorDisplay) {
+        // Without colour display: dark trace on white, grey lines.
+        c.data = QColor(0, 0, 0);
+        c.background = QColor(255, 255, 255);
+        c.grid = QColor(160, 160, 160);
+        c.wavecrest = QColor(96, 96, 96);
+        c.marker = QColor(0, 0, 0);
+        c.markerText = QColor(255, 255, 255);
+        return c;
+    }
     c.data = toQColor(prefs.colours[static_cast<int>(DisplayColour::Data)]);
     c.background = toQColor(prefs.colours[static_cast<int>(DisplayColour::Background)]);
     c.grid = toQColor(prefs.colours[static_cast<int>(DisplayColour::Grid)]);
@@ -104,6 +114,12 @@ void WaveformRenderer::paint(CChildFrame& f, QImage& client, int timeFormat)
     drawStrip(f, client);
     drawTimemarks(f, client);
     drawHighlight(f, client);
+    // With a highlight the caret stands at its start, and is hidden when
+    // that lies outside the screen.
+    if (f.bHighlight) {
+        const float x = f.level_index_to_pixel(f.nSelStart);
+        f.nCaretX = x >= 0.0f && x <= static_cast<float>(m_screenWidth) ? static_cast<int>(x) : -1;
+    }
     drawCaret(f, client);
 
     f.bRedrawAll = false;

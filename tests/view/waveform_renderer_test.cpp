@@ -206,4 +206,14 @@ TEST_F(RendererTest, TheHighlightIsInvertedOverItsChannel)
     EXPECT_EQ(at(lit, 150, 60), ~at(plain, 150, 60) & 0xFFFFFF);  // left band inverted
     EXPECT_EQ(at(lit, 150, 300), at(plain, 150, 300));            // right band untouched
     EXPECT_EQ(at(lit, 250, 60), at(plain, 250, 60));              // outside the highlight
+    // The caret goes to the highlight's start.
+    EXPECT_EQ(f->nCaretX, static_cast<int>(f->level_index_to_pixel(f->nSelStart)));
+
+    // Without colour display the trace is black on white.
+    preferences().colorDisplay = false;
+    r.setColours(DisplayColours::fromPreferences(preferences()));
+    f->bHighlight = 0;
+    f->bRedrawAll = true;
+    const QImage grey = paint(*f, r);
+    EXPECT_EQ(at(grey, 800, 46 + 20), qRgb(255, 255, 255) & 0xFFFFFF);
 }
