@@ -73,10 +73,7 @@ int main(int argc, char** argv)
     }
     qputenv("QT_QPA_PLATFORM", "offscreen");
     std::filesystem::remove_all(dir);
-    std::filesystem::create_directories(dir + "/runtime");
-    std::filesystem::permissions(dir + "/runtime", std::filesystem::perms::owner_all);
-    if (!qEnvironmentVariableIsSet("XDG_RUNTIME_DIR"))
-        qputenv("XDG_RUNTIME_DIR", QByteArray::fromStdString(dir + "/runtime"));
+    ensure_runtime_directory();
     QGuiApplication app(argc, argv);
     HeadlessUiHost host;
     host.setQuiet(true);

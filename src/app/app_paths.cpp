@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <string>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -46,6 +47,16 @@ bool make_directories(const std::string& dir)
     if (slash != std::string::npos && slash > 0)
         make_directories(dir.substr(0, slash));
     return (mkdir(dir.c_str(), 0755) == 0 || errno == EEXIST) && isDirectory(dir);
+}
+
+void ensure_runtime_directory()
+{
+    const char* existing = std::getenv("XDG_RUNTIME_DIR");
+    if (existing && *existing)
+        return;
+    const std::string runtime = "/tmp/runtime-" + std::to_string(getuid());
+    mkdir(runtime.c_str(), 0700);
+    setenv("XDG_RUNTIME_DIR", runtime.c_str(), 1);
 }
 
 std::string program_directory()

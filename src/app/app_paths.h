@@ -23,5 +23,10 @@ void set_data_directory(const std::string& dir);
 std::string join_path(const std::string& dir, const std::string& name);
 // The part of a path after its last '/'.
 std::string file_name_part(const std::string& path);
+// Gives Qt a private runtime folder when the session has none
+// (XDG_RUNTIME_DIR unset, as under scripts and tests), so that it does not
+// warn about making its own.
+void ensure_runtime_directory();
+
 // Creates a directory and its parents; true when it exists afterwards.
 bool make_directories(const std::string& dir);

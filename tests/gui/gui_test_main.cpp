@@ -1,19 +1,15 @@
 // Widget tests run on the offscreen platform: real widgets and real events,
 // no display.
 
+#include "app/app_paths.h"
+
 #include <QApplication>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 int main(int argc, char** argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    if (!qEnvironmentVariableIsSet("XDG_RUNTIME_DIR")) {
-        const std::string runtime = "/tmp/runtime-" + std::to_string(getuid());
-        mkdir(runtime.c_str(), 0700);
-        qputenv("XDG_RUNTIME_DIR", runtime.c_str());
-    }
+    ensure_runtime_directory();
     QApplication app(argc, argv);
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();

@@ -1,3 +1,4 @@
+#include "app/app_paths.h"
 #include "view/view_navigation.h"
 #include "view/waveform_renderer.h"
 
@@ -14,6 +15,7 @@ QGuiApplication& guiApp()
     static char name[] = "renderer_test";
     static char* argv[] = {name, nullptr};
     qputenv("QT_QPA_PLATFORM", "offscreen");
+    ensure_runtime_directory();
     static QGuiApplication app(argc, argv);
     return app;
 }

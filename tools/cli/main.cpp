@@ -2,14 +2,13 @@
 // program's own texts on stderr; exit 0 on success, 1 when the operation
 // failed, 2 for usage errors.
 
+#include "app/app_paths.h"
 #include "app/headless_ui_host.h"
 #include "app/preference_store.h"
 #include "cli_args.h"
 
 #include <QGuiApplication>
 #include <csignal>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -46,12 +45,7 @@ int main(int argc, char** argv)
     // Rendering needs fonts, hence a GUI application, but never a display.
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
-    // Without a session Qt would warn that it made its own runtime folder.
-    if (!qEnvironmentVariableIsSet("XDG_RUNTIME_DIR")) {
-        const std::string runtime = "/tmp/runtime-" + std::to_string(getuid());
-        mkdir(runtime.c_str(), 0700);
-        qputenv("XDG_RUNTIME_DIR", runtime.c_str());
-    }
+    ensure_runtime_directory();
     QGuiApplication app(argc, argv);
     std::vector<std::string> args(argv + 1, argv + argc);
 
