@@ -81,7 +81,8 @@ TEST_F(FileNamesTest, FreeSpaceAndMediaControl)
 {
     EXPECT_GT(path_free_bytes(workDir()), 0.0);
     EXPECT_EQ(path_free_bytes(path("no/such/dir")), 0.0);
-    EXPECT_EQ(drive_free_bytes(3), path_free_bytes(workDir()));
+    // Other tests write files meanwhile: the same file system, give or take.
+    EXPECT_NEAR(drive_free_bytes(3), path_free_bytes(workDir()), 512.0 * 1024 * 1024);
     set_mci_error_reporting(false);
     EXPECT_EQ(send_mci_command("play cdaudio"), 0);
     EXPECT_TRUE(host.shown().empty());
