@@ -60,7 +60,7 @@ TEST_F(MainFrameTest, StartsWithNoProfileAtAll)
         EXPECT_EQ(tutor.value("Tutorials/MainWindow").toString(), QString::number(frame.winId()));
         EXPECT_TRUE(tutor.contains("Tutorials/TransportPlay"));
         // The frame timer ticks every 600 ms.
-        QTest::qWait(1300);
+        QTest::qWait(2000);
         EXPECT_GE(frame.timerTicks(), 2);
         closeTopLevels();
         frame.close();
