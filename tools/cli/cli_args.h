@@ -36,3 +36,5 @@ int run_info_command(const std::vector<std::string>& args);
 int run_open_command(const std::vector<std::string>& args);
 int run_new_command(const std::vector<std::string>& args);
 int run_render_command(const std::vector<std::string>& args);
+int run_convert_command(const std::vector<std::string>& args);
+int run_run_command(const std::vector<std::string>& args);

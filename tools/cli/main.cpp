@@ -35,6 +35,11 @@ void usage()
                  "  render FILE --width W --height H [--level N] [--first SAMPLE]\n"
                  "         [--time-format 1|24|25|30] --out FILE.png\n"
                  "                                  draw the document as the window does\n"
+                 "  convert IN OUT [--channels N] [--bits 8|16] [--rate HZ] [--adpcm]\n"
+                 "                                  save IN as OUT in another format\n"
+                 "  run IN [--select START:END] [--channel left|right|both] [--new-from-selection]\n"
+                 "         [--save OUT] [--save-selection OUT]\n"
+                 "                                  open IN and apply the steps in order\n"
                  "Questions are asked on a terminal; --yes or --no answers them all.\n";
 }
 
@@ -77,6 +82,10 @@ int main(int argc, char** argv)
         result = run_new_command(args);
     else if (command == "render")
         result = run_render_command(args);
+    else if (command == "convert")
+        result = run_convert_command(args);
+    else if (command == "run")
+        result = run_run_command(args);
     else {
         std::cerr << "ondrava-cli: unknown command " << command << "\n";
         usage();

@@ -1,0 +1,278 @@
+#include "view/document_save.h"
+
+#include "app/app_paths.h"
+#include "app/clock.h"
+#include "app/file_names.h"
+#include "app/messages.h"
+#include "app/posix_io.h"
+#include "app/progress.h"
+#include "view/child_frame.h"
+#include "wavefile/block_copier.h"
+#include "wavefile/pcm_converter.h"
+#include "wavefile/riff_file.h"
+#include "wavefile/wave_converter.h"
+#include "wavefile/wave_header.h"
+#include "wavefile/wave_state.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <new>
+#include <unistd.h>
+#include <vector>
+
+int bSaveConverts = 0;
+int bSaveCompressed = 0;
+
+namespace {
+
+std::function<void()> g_openOpenedFile;
+
+// The progress box of a save, closed however the save ends.
+struct SaveProgress {
+    HWND box = nullptr;
+    ~SaveProgress()
+    {
+        terminate_message_dialog(box);
+        restore_wait_cursor();
+        end_pcm_conversion();
+    }
+};
+
+}  // namespace
+
+void set_open_opened_file_handler(std::function<void()> handler) { g_openOpenedFile = std::move(handler); }
+
+void send_open_opened_file()
+{
+    if (g_openOpenedFile)
+        g_openOpenedFile();
+}
+
+int save_waveform_file(const std::string& target, int selectionOnly, int convert)
+{
+    CChildFrame* frame = CChildFrame::GetTheFuckingHandle();
+    return frame ? save_waveform_file(*frame, target, selectionOnly, convert) : 0;
+}
+
+int save_waveform_file(CChildFrame& f, const std::string& target, int selectionOnly, int convert)
+{
+    const std::uint32_t bytesPerSample = static_cast<std::uint32_t>(f.bytesPerSample());
+    const std::uint32_t count = selectionOnly ? f.nSelEnd - f.nSelStart : f.nTotalSamples;
+    const std::uint64_t total = static_cast<std::uint64_t>(count) * bytesPerSample;
+    std::uint64_t block = std::min<std::uint32_t>(f.nTotalSamples, 32768);
+
+    const bool converting = convert || bSaveConverts;
+    std::uint16_t channels = f.wfx.nChannels;
+    std::uint16_t bits = f.wfx.wBitsPerSample;
+    std::uint32_t rate = f.wfx.nSamplesPerSec;
+    std::vector<unsigned char> converted;
+    if (converting) {
+        channels = current_wave_format.nChannels;
+        bits = current_wave_format.wBitsPerSample;
+        rate = current_wave_format.nSamplesPerSec;
+        conversion_parameters = {f.wfx.nSamplesPerSec, bytesPerSample, f.wfx.nChannels, rate,
+                                 static_cast<std::uint32_t>(bits / 8), channels};
+        try {
+            converted.assign(converted_buffer_size(block) + 64, 0);
+        } catch (const std::bad_alloc&) {
+            NewErrMsg(5071);
+            return 0;
+        }
+    }
+    if (!destination_has_room(target, static_cast<std::uint32_t>(total))) {
+        NewErrMsg(5025);
+        return 0;
+    }
+    RiffFile out;
+    if (!out.open(target, RiffFile::Mode::Create)) {
+        NewErrMsg(5009);
+        return 0;
+    }
+    UniqueFd in(::open(f.szFileName.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!in.valid()) {
+        NewErrMsg(5009);
+        return 0;
+    }
+    long long position = selectionOnly ? static_cast<long long>(f.nSelStart) * bytesPerSample : 0;
+
+    wave_fmt_record.wFormatTag = 1;
+    wave_fmt_record.nChannels = channels;
+    wave_fmt_record.nSamplesPerSec = rate;
+    wave_fmt_record.nBlockAlign = static_cast<std::uint16_t>(channels * bits / 8);
+    wave_fmt_record.nAvgBytesPerSec = channels * bits * rate / 8;
+    wave_fmt_record.wBitsPerSample = bits;
+    if (!create_waveform_format_header(out, 0))
+        return 0;
+
+    std::vector<unsigned char> buffer;
+    try {
+        buffer.assign(static_cast<std::size_t>(2 * block) + 4, 0);
+    } catch (const std::bad_alloc&) {
+        NewErrMsg(5001);
+        return 0;
+    }
+    SaveProgress progress;
+    progress.box = display_message_dialog("Saving file ...", 0);
+    current_progress_box = progress.box;
+    show_percent_done(progress.box, 0);
+    if (converting && !begin_pcm_conversion()) {
+        NewErrMsg(5071);
+        return 0;
+    }
+
+    auto writeOut = [&](const unsigned char* bytes, std::size_t n) {
+        if (out.write(bytes, static_cast<long long>(n)) == static_cast<long long>(n))
+            return true;
+        ErrMsg("Cannot write output WAVE file %s: %s", target.c_str(), std::strerror(errno ? errno : ENOSPC));
+        return false;
+    };
+    std::uint64_t done = 0;
+    while (done < total) {
+        if (total - done < block)
+            block = total - done;
+        const long long got = read_fully(in.get(), buffer.data(), static_cast<long long>(block), position);
+        if (got <= 0)
+            break;
+        position += got;
+        if (converting) {
+            std::size_t n = convert_pcm_block(buffer.data(), static_cast<std::size_t>(got), converted.data(),
+                                              converted.size());
+            // The last sample of every converted block is written as silence.
+            if (bits == 16 && n >= 2)
+                converted[n - 1] = converted[n - 2] = 0;
+            if (!writeOut(converted.data(), n))
+                return 0;
+        } else if (!writeOut(buffer.data(), static_cast<std::size_t>(got))) {
+            return 0;
+        }
+        show_percent_done(progress.box, static_cast<int>(static_cast<double>(done) * 100.0 / (total + 1.0)));
+        done += static_cast<std::uint64_t>(got);
+        if (cancel_button_pressed(progress.box))
+            return 0;
+    }
+    if (converting) {
+        const std::size_t n = finish_pcm_conversion(converted.data(), converted.size());
+        if (n && !writeOut(converted.data(), n))
+            return 0;
+    }
+    if (ascend_and_update_waveform_file(out) != MMSYSERR_NOERROR) {
+        ErrMsg("Cannot write output WAVE file %s: %s", target.c_str(), std::strerror(errno ? errno : EIO));
+        return 0;
+    }
+    if (!out.close()) {
+        ErrMsg("Failed to close output file");
+        return 0;
+    }
+    f.bModified = 0;
+    return 1;
+}
+
+int save_wav_by_type(CChildFrame& f, const std::string& target, int selectionOnly)
+{
+    if (!save_waveform_file(f, target, selectionOnly, 0))
+        return 0;
+    if (!bSaveCompressed)
+        return 1;
+    const std::string compressed = join_path(user_directory(), "outadpcm.wav");
+    make_directories(user_directory());
+    ::unlink(compressed.c_str());
+    const int converted = convert_wave_file(f.hWaveWnd, target, compressed);
+    if (!converted) {
+        ::unlink(compressed.c_str());
+        return 0;
+    }
+    ::unlink(target.c_str());
+    return rename_file(target, compressed);
+}
+
+int new_file_from_selection(CChildFrame& f)
+{
+    wave_fmt_record = f.wfx;
+    new_file_counter += 1;
+    char leaf[32];
+    std::snprintf(leaf, sizeof leaf, "SAMPLE%u.WAV", new_file_counter);
+    const std::string name = current_directory_with_slash() + leaf;
+    busy_wait_ms(20);
+
+    {
+        RiffFile file;
+        if (!file.open(name, RiffFile::Mode::Create)) {
+            message_beep();
+            message_box(f.hWaveWnd, "Can't create new wave file " + name, "Record File", MB_OK | MB_ICONEXCLAMATION);
+            return 0;
+        }
+        if (!create_waveform_format_header(file, 0))
+            return 0;
+    }
+    const std::uint32_t bytes = (f.nSelEnd - f.nSelStart) * static_cast<std::uint32_t>(f.bytesPerSample());
+    bCopyOneChannel = 0;
+    if (f.wfx.nChannels == 2 && f.bLeftChannel && !f.bRightChannel) {
+        nChannelSelector = 2;
+        bCopyOneChannel = 1;
+    } else if (f.wfx.nChannels == 2 && !f.bLeftChannel) {
+        nChannelSelector = 3;
+        bCopyOneChannel = 1;
+    }
+    const int copied = f.copy_file_to_file(name, f.szFileName, bytes, f.nSelStartByte, -1, 0, "Creating new file...");
+    bCopyOneChannel = 0;
+    if (!copied)
+        return 0;
+    RiffFile file;
+    if (!file.open(name, RiffFile::Mode::ReadWrite) || file.seek(0, SEEK_END) < 0 ||
+        ascend_and_update_waveform_file(file) != MMSYSERR_NOERROR || !file.close()) {
+        NewErrMsg(5031);
+        return 0;
+    }
+    szOpenedFileName = name;
+    send_open_opened_file();
+    return 1;
+}
+
+int copy_whole_file(CChildFrame& f, const std::string& destination, const std::string& source, const char* text,
+                    int fromTheEnd)
+{
+    if (destination == source)
+        return 1;
+    UniqueFd in(::open(source.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!in.valid()) {
+        NewErrMsg(5032);
+        return 0;
+    }
+    ::unlink(destination.c_str());
+    UniqueFd out(::open(destination.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+    if (!out.valid()) {
+        message_box(nullptr, "Files 624: Cannot create output file " + destination, "Oops...", MB_OK);
+        return 0;
+    }
+    const std::uint64_t length = get_named_file_length(source);
+    std::uint64_t position = fromTheEnd && length > f.nTotalSamples ? length - f.nTotalSamples : 0;
+    std::vector<unsigned char> buffer;
+    try {
+        buffer.assign(32768, 0);
+    } catch (const std::bad_alloc&) {
+        NewErrMsg(5026);
+        return 0;
+    }
+    SaveProgress progress;
+    progress.box = display_message_dialog(text ? text : "Updating buffers ...", 1);
+    current_progress_box = progress.box;
+    show_percent_done(progress.box, 0);
+    std::uint64_t copied = 0;
+    for (;;) {
+        const long long got = read_fully(in.get(), buffer.data(), 32768, static_cast<long long>(position));
+        if (got <= 0)
+            break;
+        if (!write_fully(out.get(), buffer.data(), got)) {
+            NewErrMsg(5025);
+            return 0;
+        }
+        position += static_cast<std::uint64_t>(got);
+        copied += static_cast<std::uint64_t>(got);
+        show_percent_done(progress.box, length ? static_cast<int>(copied * 100 / length) : 100);
+        if (cancel_button_pressed(progress.box))
+            return 0;
+    }
+    return out.reset() ? 1 : 0;
+}

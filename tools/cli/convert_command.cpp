@@ -1,0 +1,45 @@
+#include "cli_args.h"
+
+#include "document_session.h"
+#include "view/child_frame.h"
+#include "view/document_save.h"
+#include "wavefile/wave_state.h"
+
+#include <iostream>
+
+// ondrava-cli convert IN OUT [--channels N] [--bits 8|16] [--rate HZ] [--adpcm]
+// Opens IN and saves it as OUT through the program's save path: the options
+// are the save dialog's format buttons, --adpcm its compression button.
+int run_convert_command(const std::vector<std::string>& argv)
+{
+    const auto args = CliArgs::parse(argv, {"channels", "bits", "rate"}, {"adpcm"});
+    if (!args || args->positionals().size() != 2) {
+        std::cerr << "usage: ondrava-cli convert IN OUT [--channels 1|2] [--bits 8|16] [--rate HZ] [--adpcm]\n";
+        return kExitUsage;
+    }
+    const auto channels = args->integer("channels", 1, 2, 0);
+    const auto bits = args->integer("bits", 8, 16, 0);
+    const auto rate = args->integer("rate", 1000, 384000, 0);
+    if (!channels || !bits || !rate)
+        return kExitUsage;
+    if (*bits != 0 && *bits != 8 && *bits != 16) {
+        std::cerr << "ondrava-cli: --bits must be 8 or 16\n";
+        return kExitUsage;
+    }
+    DocumentSession session;
+    if (!session.open(args->positionals()[0]))
+        return kExitFailed;
+    CChildFrame& f = *session.active();
+    // The save dialog starts from the document's format.
+    current_wave_format.nChannels = *channels ? static_cast<std::uint16_t>(*channels) : f.wfx.nChannels;
+    current_wave_format.wBitsPerSample = *bits ? static_cast<std::uint16_t>(*bits) : f.wfx.wBitsPerSample;
+    current_wave_format.nBytesPerSample = static_cast<std::uint16_t>(current_wave_format.wBitsPerSample / 8);
+    current_wave_format.nSamplesPerSec = *rate ? static_cast<std::uint32_t>(*rate) : f.wfx.nSamplesPerSec;
+    bSaveConverts = current_wave_format.nChannels != f.wfx.nChannels ||
+                    current_wave_format.wBitsPerSample != f.wfx.wBitsPerSample ||
+                    current_wave_format.nSamplesPerSec != f.wfx.nSamplesPerSec;
+    bSaveCompressed = args->has("adpcm");
+    const int saved = save_wav_by_type(f, args->positionals()[1], 0);
+    bSaveConverts = bSaveCompressed = 0;
+    return saved ? kExitOk : kExitFailed;
+}

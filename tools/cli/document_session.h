@@ -1,0 +1,21 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+class CChildFrame;
+
+// The documents a command-line run has open, the newest active, as the main
+// frame keeps them; opening through command 11310 adds one.
+class DocumentSession {
+public:
+    DocumentSession();
+    ~DocumentSession();
+
+    bool open(const std::string& path);
+    CChildFrame* active() const { return m_documents.empty() ? nullptr : m_documents.back().get(); }
+
+private:
+    std::vector<std::unique_ptr<CChildFrame>> m_documents;
+};
