@@ -165,3 +165,52 @@ TEST_F(CliTest, RenderDrawsTheDocumentAsTheWindowDoes)
     EXPECT_EQ(cli({"render", "tone.wav", "--time-format", "29", "--out", "x.png"}).exitCode, 2);
     EXPECT_EQ(cli({"render", "missing.wav", "--out", "x.png"}).exitCode, 1);
 }
+
+TEST_F(CliTest, ConvertSavesThroughTheProgramsSavePath)
+{
+    writeFile(path("in.wav"), W::pcm(2, 44100, 16, W::randomBytes(44100 * 4, 4)));
+    Run run = cli({"convert", "in.wav", "out.wav", "--channels", "1", "--bits", "8", "--rate", "22050"});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    run = cli({"info", "out.wav"});
+    const auto info = lines(run.out);
+    ASSERT_GE(info.size(), 4u);
+    EXPECT_EQ(info[1], "channels: 1");
+    EXPECT_EQ(info[2], "rate: 22050");
+    EXPECT_EQ(info[3], "bits: 8");
+
+    run = cli({"convert", "in.wav", "packed.wav", "--adpcm"});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(run.err, "Halvorn Wave Converter: Conversion completed successfully!\n");
+    run = cli({"info", "packed.wav"});  // ADPCM is not PCM
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "Input file is not a PCM_WAVE file.\n");
+
+    EXPECT_EQ(cli({"convert", "in.wav", "bad.wav", "--rate", "48000", "--adpcm"}).exitCode, 1);
+    EXPECT_EQ(cli({"convert", "in.wav"}).exitCode, 2);
+    EXPECT_EQ(cli({"convert", "in.wav", "x.wav", "--bits", "12"}).exitCode, 2);
+    EXPECT_TRUE(filesIn(path("ondrava/work")).empty());
+}
+
+TEST_F(CliTest, RunAppliesItsStepsInOrder)
+{
+    const Bytes data = W::randomBytes(20000, 5);
+    writeFile(path("in.wav"), W::pcm(2, 22050, 16, data));
+    Run run = cli({"run", "in.wav", "--select", "100:2100", "--save-selection", "sel.wav", "--channel", "left",
+                   "--new-from-selection", "--save", "copy.wav"});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    const Bytes sel = readFile(path("sel.wav"));
+    EXPECT_EQ(Bytes(sel.begin() + 44, sel.end()), Bytes(data.begin() + 200, data.begin() + 4200));
+    // The new file from the left channel became the active document and was saved.
+    const Bytes made = readFile(path("SAMPLE1.WAV"));
+    EXPECT_EQ(readFile(path("copy.wav")), made);
+    ASSERT_EQ(made.size(), 44u + 4000u);
+    EXPECT_EQ(made[44 + 2], made[44]);  // the left sample stands in the right
+    EXPECT_EQ(made[44 + 3], made[45]);
+
+    EXPECT_EQ(cli({"run", "in.wav", "--select", "10:5"}).exitCode, 2);
+    EXPECT_EQ(cli({"run", "in.wav", "--select", "0:999999"}).exitCode, 2);
+    EXPECT_EQ(cli({"run", "in.wav", "--channel", "middle"}).exitCode, 2);
+    EXPECT_EQ(cli({"run", "in.wav", "--frobnicate"}).exitCode, 2);
+    EXPECT_EQ(cli({"run", "in.wav", "--save", "no/such/dir/x.wav"}).exitCode, 1);
+    EXPECT_TRUE(filesIn(path("ondrava/work")).empty());
+}

@@ -1,0 +1,169 @@
+#include "view/document_save.h"
+#include "wavefile/wave_header.h"
+#include "wavefile/wave_io.h"
+
+#include "support/document_test.h"
+
+#include <cmath>
+
+using Bytes = WavBuilder::Bytes;
+
+class DocumentSaveTest : public DocumentTest {
+protected:
+    void SetUp() override
+    {
+        DocumentTest::SetUp();
+        setenv("ONDRAVA_HOME", path("ondrava").c_str(), 1);
+        f = openTone(2, 16, 22050, 22050);  // one second
+        ASSERT_TRUE(f);
+        data = readFile(path("tone.wav"));
+        data.erase(data.begin(), data.begin() + 44);
+    }
+    void TearDown() override
+    {
+        bSaveConverts = bSaveCompressed = 0;
+        unsetenv("ONDRAVA_HOME");
+        f.reset();
+        DocumentTest::TearDown();
+    }
+    void chooseFormat(std::uint16_t channels, std::uint16_t bits, std::uint32_t rate)
+    {
+        current_wave_format.nChannels = channels;
+        current_wave_format.wBitsPerSample = bits;
+        current_wave_format.nBytesPerSample = static_cast<std::uint16_t>(bits / 8);
+        current_wave_format.nSamplesPerSec = rate;
+    }
+    // RMS of a file's first channel, as a fraction of full scale.
+    double level(const std::string& name)
+    {
+        const Bytes b = readFile(name);
+        EXPECT_EQ(ReadInputWaveformHeader(name, 1), 1);
+        const int bits = current_wave_format.wBitsPerSample;
+        const int frame = current_wave_format.nChannels * bits / 8;
+        double sum = 0;
+        std::size_t n = 0;
+        for (std::size_t at = 44; at + frame <= b.size(); at += static_cast<std::size_t>(frame), ++n) {
+            const double v = bits == 8 ? (b[at] - 128) / 128.0 : static_cast<std::int16_t>(b[at] | b[at + 1] << 8) / 32768.0;
+            sum += v * v;
+        }
+        return n ? std::sqrt(sum / n) : 0;
+    }
+    std::unique_ptr<CChildFrame> f;
+    Bytes data;
+};
+
+TEST_F(DocumentSaveTest, APlainSaveWritesTheWorkingBytesBehindTheHeader)
+{
+    f->bModified = 1;
+    ASSERT_EQ(save_waveform_file(*f, path("out.wav"), 0, 0), 1);
+    EXPECT_EQ(f->bModified, 0);
+    const Bytes out = readFile(path("out.wav"));
+    ASSERT_EQ(out.size(), 44 + data.size());
+    EXPECT_EQ(Bytes(out.begin() + 44, out.end()), data);
+    EXPECT_EQ(readFile(path("tone.wav")), readFile(path("out.wav")));  // the same file again
+
+    // The highlight alone: from nSelStart, nSelEnd - nSelStart units.
+    f->nSelStart = 1000;
+    f->nSelEnd = 3000;
+    ASSERT_EQ(save_waveform_file(*f, path("sel.wav"), 1, 0), 1);
+    const Bytes sel = readFile(path("sel.wav"));
+    EXPECT_EQ(Bytes(sel.begin() + 44, sel.end()), Bytes(data.begin() + 2000, data.begin() + 6000));
+}
+
+TEST_F(DocumentSaveTest, EveryFormatOfTheDialogsRoundTrips)
+{
+    const double original = level(path("tone.wav"));
+    for (std::uint16_t channels : {1, 2}) {
+        for (std::uint16_t bits : {8, 16}) {
+            for (std::uint32_t rate : {11025u, 22050u, 44100u}) {
+                chooseFormat(channels, bits, rate);
+                const std::string name = path("fmt.wav");
+                ASSERT_EQ(save_waveform_file(*f, name, 0, 1), 1);
+                const std::string label = std::to_string(channels) + "ch " + std::to_string(bits) + "bit " +
+                                          std::to_string(rate);
+                ASSERT_EQ(ReadInputWaveformHeader(name, 1), 1) << label;
+                EXPECT_EQ(current_wave_format.nChannels, channels) << label;
+                EXPECT_EQ(current_wave_format.wBitsPerSample, bits) << label;
+                EXPECT_EQ(current_wave_format.nSamplesPerSec, rate) << label;
+                const double frames = static_cast<double>(data_chunk_size) / (channels * bits / 8);
+                EXPECT_NEAR(frames, rate, rate * 0.01) << label;  // one second, give or take the filter
+                // The left channel (or the mix of both) keeps its level.
+                const double expected = channels == 1 ? original * 0.75 : original;
+                EXPECT_NEAR(level(name), expected, expected * 0.08) << label;
+                // The document itself is still the same.
+                EXPECT_EQ(f->nTotalSamples, 44100u);
+            }
+        }
+    }
+}
+
+TEST_F(DocumentSaveTest, ANewFileFromAOneChannelHighlightDoublesThatChannel)
+{
+    int opened = 0;
+    set_open_opened_file_handler([&] { ++opened; });
+    f->nSelStart = 400;
+    f->nSelEnd = 4400;
+    f->nSelStartByte = 800;
+    for (int selector : {2, 3}) {
+        f->bLeftChannel = selector == 2;
+        f->bRightChannel = selector == 3;
+        inTempDir([&] { ASSERT_EQ(new_file_from_selection(*f), 1); });
+        EXPECT_EQ(szOpenedFileName, path("SAMPLE" + std::to_string(selector - 1) + ".WAV"));
+        // Frame by frame: left copied over right, or right over the next left;
+        // the last frame stays as it was.
+        Bytes expected(data.begin() + 800, data.begin() + 800 + 8000);
+        for (std::size_t k = 0; k + 1 < 2000; ++k) {
+            const std::size_t frame = 4 * k;
+            if (selector == 2) {
+                expected[frame + 2] = expected[frame];
+                expected[frame + 3] = expected[frame + 1];
+            } else {
+                expected[frame + 4] = expected[frame + 2];
+                expected[frame + 5] = expected[frame + 3];
+            }
+        }
+        const Bytes made = readFile(szOpenedFileName);
+        ASSERT_EQ(made.size(), 44u + 8000u);
+        EXPECT_EQ(Bytes(made.begin() + 44, made.end()), expected) << selector;
+        EXPECT_EQ(made[22], 2);  // still stereo
+    }
+    EXPECT_EQ(opened, 2);
+    set_open_opened_file_handler({});
+    EXPECT_EQ(bCopyOneChannel, 0);
+}
+
+TEST_F(DocumentSaveTest, FailuresLeaveTheDocumentAsItWas)
+{
+    f->bModified = 1;
+    // A folder that does not exist.
+    EXPECT_EQ(save_waveform_file(*f, path("no/such/dir/out.wav"), 0, 0), 0);
+    EXPECT_EQ(shownTexts().back(), "Cannot open WAVE file.");
+    // A full disk.
+    int result = -1;
+    withFileSizeLimit(20000, [&] { result = save_waveform_file(*f, path("full.wav"), 0, 0); });
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(shownTexts().back().rfind("Cannot write output WAVE file " + path("full.wav") + ": ", 0), 0u);
+    EXPECT_EQ(f->bModified, 1);
+    // Cancel: the target stays incomplete, its sizes unpatched.
+    host.cancelAfterPolls(1);
+    EXPECT_EQ(save_waveform_file(*f, path("cancel.wav"), 0, 0), 0);
+    const Bytes cancelled = readFile(path("cancel.wav"));
+    ASSERT_GT(cancelled.size(), 44u);
+    EXPECT_EQ(cancelled[40] | cancelled[41] | cancelled[42] | cancelled[43], 0);
+    EXPECT_EQ(f->bModified, 1);
+    EXPECT_EQ(f->nTotalSamples, 44100u);
+}
+
+TEST_F(DocumentSaveTest, ACompressedSaveLeavesAnAdpcmFileUnderTheChosenName)
+{
+    bSaveCompressed = 1;
+    ASSERT_EQ(save_wav_by_type(*f, path("packed.wav"), 0), 1);
+    std::unique_ptr<wave_io_info> info;
+    ASSERT_EQ(wioFileOpen(&info, path("packed.wav").c_str(), 0), WIOERR_NOERROR);
+    EXPECT_EQ(info->fmt[0], 2);
+    EXPECT_FALSE(file_exists(path("ondrava/outadpcm.wav")));
+    // 48 kHz cannot be compressed: the plain file stays, the save fails.
+    chooseFormat(2, 16, 48000);
+    bSaveConverts = 1;
+    EXPECT_EQ(save_wav_by_type(*f, path("48k.wav"), 0), 0);
+}
