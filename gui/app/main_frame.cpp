@@ -16,6 +16,8 @@
 #include "view/child_frame_window.h"
 #include "view/display_levels.h"
 #include "view/document_open.h"
+#include "view/open_by_type.h"
+#include "wavefile/file_types.h"
 #include "view/time_format.h"
 #include "wavefile/wave_header.h"
 #include "wavefile/wave_state.h"
@@ -281,7 +283,8 @@ QMdiSubWindow* CMainFrame::addDocument(ChildFrameWindow* window)
 
 bool CMainFrame::openFile(const QString& path)
 {
-    szOpenedFileName = path.toStdString();
+    if (!open_by_type(path.toStdString(), file_type_of(path.toStdString())))
+        return false;
     auto frame = std::make_unique<CChildFrame>();
     if (!open_document(*frame))
         return false;

@@ -8,6 +8,7 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QDesktopServices>
+#include <QFileDialog>
 #include <QFileInfo>
 #include <QLabel>
 #include <QLineEdit>
@@ -181,4 +182,12 @@ bool QtUiHost::runNewFileDialog()
 {
     NewFileDialog dialog(m_main);
     return dialog.exec() == QDialog::Accepted;
+}
+
+std::string QtUiHost::askSaveFileName(const std::string& title, const std::string& suggestion)
+{
+    return QFileDialog::getSaveFileName(m_main, QString::fromStdString(title), QString::fromStdString(suggestion),
+                                        QStringLiteral("Microsoft PCM Files (*.wav)"), nullptr,
+                                        QFileDialog::DontUseNativeDialog)
+        .toStdString();
 }

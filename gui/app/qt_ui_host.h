@@ -29,6 +29,7 @@ public:
     void showHelp(const std::string& helpFile, int contextId) override;
     void setWaitCursor(bool on) override;
     bool runNewFileDialog() override;
+    std::string askSaveFileName(const std::string& title, const std::string& suggestion) override;
 
     ProgressBox* progressBox() const { return m_progress; }
     // The painter an owner-drawn button is painting with, for the duration of its paint.

@@ -5,7 +5,9 @@
 #include "app/messages.h"
 #include "app/ui_host.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <filesystem>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
@@ -74,6 +76,23 @@ int rename_file(const std::string& newName, const std::string& oldName)
         return 0;
     }
     return 1;
+}
+
+int move_file(const std::string& newName, const std::string& oldName)
+{
+    if (std::rename(oldName.c_str(), newName.c_str()) == 0)
+        return 1;
+    if (errno == EXDEV) {
+        std::error_code error;
+        std::filesystem::copy_file(oldName, newName, std::filesystem::copy_options::overwrite_existing, error);
+        if (!error) {
+            std::filesystem::remove(oldName, error);
+            return 1;
+        }
+        std::filesystem::remove(newName, error);
+    }
+    ErrMsg("Failed to rename file");
+    return 0;
 }
 
 void show_file_size(HWND dialog, const std::string& name)

@@ -22,6 +22,9 @@ std::uint64_t get_named_file_length(const std::string& name);
 int file_exists(const std::string& name);
 // Renames; on failure tells the user "Failed to rename file". 1 on success.
 int rename_file(const std::string& newName, const std::string& oldName);
+// Moves a file, also to another file system (by copying); on failure tells
+// the user "Failed to rename file". 1 on success.
+int move_file(const std::string& newName, const std::string& oldName);
 // Writes "%ld bytes" with the file's size into control 417 of the dialog.
 void show_file_size(HWND dialog, const std::string& name);
 

@@ -138,3 +138,20 @@ void HeadlessUiHost::redrawTerminalLine()
     m_terminalLine = line;
     std::cerr << "\r\033[K" << line << std::flush;
 }
+
+std::string HeadlessUiHost::askSaveFileName(const std::string& title, const std::string& suggestion)
+{
+    if (!m_script.empty()) {
+        const int answer = m_script.front();
+        m_script.pop_front();
+        return answer == IDOK || answer == IDYES ? suggestion : std::string();
+    }
+    if (m_interactive && isatty(STDIN_FILENO) == 1) {
+        std::cerr << title << " [" << suggestion << "]: " << std::flush;
+        std::string line;
+        if (!std::getline(std::cin, line))
+            return {};
+        return line.empty() ? suggestion : line;
+    }
+    return m_defaultAgree ? suggestion : std::string();
+}

@@ -68,6 +68,9 @@ public:
     void showHelp(const std::string& helpFile, int contextId) override;
     void setWaitCursor(bool) override {}
     bool runNewFileDialog() override { return true; }
+    // The suggestion when questions are agreed to; on a terminal the name typed
+    // (an empty line takes the suggestion); otherwise cancelled.
+    std::string askSaveFileName(const std::string& title, const std::string& suggestion) override;
 
 private:
     int answerFor(unsigned style, const std::string& text);

@@ -59,6 +59,10 @@ public:
     virtual void showHelp(const std::string& helpFile, int contextId) = 0;
     virtual void setWaitCursor(bool on) = 0;
 
+    // Asks for the name of a file to write (a save dialog titled `title`);
+    // empty when cancelled.
+    virtual std::string askSaveFileName(const std::string& title, const std::string& suggestion) = 0;
+
     // The "CREATENEWFILE" dialog: lets the user set channels, bits and rate in
     // the current wave format. Returns false when cancelled.
     virtual bool runNewFileDialog() = 0;

@@ -8,6 +8,8 @@
 #include "edit/edit_menu_state.h"
 #include "view/child_frame.h"
 #include "view/display_levels.h"
+#include "view/open_by_type.h"
+#include "wavefile/file_types.h"
 #include "wavefile/wave_header.h"
 #include "wavefile/wave_state.h"
 
@@ -131,7 +133,8 @@ int open_document(CChildFrame& f, bool newEmpty)
 
 std::unique_ptr<CChildFrame> open_document_file(const std::string& path)
 {
-    szOpenedFileName = path;
+    if (!open_by_type(path, file_type_of(path)))
+        return nullptr;
     auto frame = std::make_unique<CChildFrame>();
     if (!open_document(*frame))
         return nullptr;

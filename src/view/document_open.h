@@ -22,5 +22,6 @@ int load_document_file(CChildFrame& frame);
 // the frame is destroyed.
 int open_document(CChildFrame& frame, bool newEmpty = false);
 
-// Opens a file as a new document and makes it the active one; null on failure.
+// Opens a file as a new document by its type (ADPCM is decoded first) and
+// makes it the active one; null on failure.
 std::unique_ptr<CChildFrame> open_document_file(const std::string& path);

@@ -184,7 +184,7 @@ int save_wav_by_type(CChildFrame& f, const std::string& target, int selectionOnl
         return 0;
     }
     ::unlink(target.c_str());
-    return rename_file(target, compressed);
+    return move_file(target, compressed);
 }
 
 int new_file_from_selection(CChildFrame& f)

@@ -4,6 +4,7 @@
 #include "support/wav_builder.h"
 
 #include <QImage>
+#include <filesystem>
 #include <fcntl.h>
 #include <spawn.h>
 #include <sstream>
@@ -213,4 +214,23 @@ TEST_F(CliTest, RunAppliesItsStepsInOrder)
     EXPECT_EQ(cli({"run", "in.wav", "--frobnicate"}).exitCode, 2);
     EXPECT_EQ(cli({"run", "in.wav", "--save", "no/such/dir/x.wav"}).exitCode, 1);
     EXPECT_TRUE(filesIn(path("ondrava/work")).empty());
+}
+
+TEST_F(CliTest, AnAdpcmFileOpensThroughTheHelperWhenTheUserAgrees)
+{
+    writeFile(path("in.wav"), W::pcm(1, 22050, 16, W::randomBytes(44100, 6)));
+    ASSERT_EQ(cli({"convert", "in.wav", "packed.wav", "--adpcm"}).exitCode, 0);
+    // Refused: nothing opens.
+    Run run = cli({"--no", "open", "packed.wav"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.err.find("is a compressed ADPCM file.\nConvert to PCM?"), std::string::npos);
+    EXPECT_FALSE(std::filesystem::exists(path("packed.pcm.wav")));
+    // Agreed: the helper decodes it into the suggested name, 8-bit PCM, and it opens.
+    run = cli({"--yes", "open", "packed.wav"});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(lines(run.out).at(0), "total_samples: 22264");  // 22 whole blocks of 1012 samples
+    run = cli({"info", "packed.pcm.wav"});
+    EXPECT_EQ(lines(run.out).at(3), "bits: 8");
+    EXPECT_FALSE(std::filesystem::exists(path("ondrava/outadpcm.wav")));
+    EXPECT_FALSE(std::filesystem::exists(path("ondrava/finished")));
 }

@@ -197,17 +197,24 @@ TEST_F(DocumentOpenTest, BadFilesGiveTheirMessageAndLeaveNothingBehind)
     const std::vector<Case> cases = {
         {{}, "End of input file."},
         {truncated, "Truncated input file."},
+        // An ADPCM file without "fact": the user is asked, and says no.
         {W::riff({W::chunk("fmt ", W::fmtBody(2, 1, 22050, 4, 20)), W::chunk("data", {1, 2})}),
-         "Input file is not a PCM_WAVE file."},
+         "This wave file does not have a 'fact' chunk and requires one! This is completely invalid and MUST be "
+         "fixed! Attempt to load it anyway?"},
+        // A format that is neither PCM nor ADPCM.
+        {W::riff({W::chunk("fmt ", W::fmtBody(0x55, 1, 22050, 0, 30)), W::chunk("fact", {1, 0, 0, 0}),
+                  W::chunk("data", {1, 2})}),
+         nullptr},
         {noData, "No 'data' chunk in input file."},
         {W::riff({W::chunk("data", {1, 2}), fmt}), "No 'data' chunk in input file."},
         {W::riff({fmt, W::chunk("data", {1, 2})}, "WAVE", 2), "No 'fmt' chunk on input file."},
     };
     for (const Case& c : cases) {
         host.clearShown();
-        EXPECT_EQ(openBytes(c.file), nullptr) << c.message;
-        EXPECT_EQ(shownTexts(), std::vector<std::string>{c.message});
-        EXPECT_TRUE(filesIn(workDir()).empty()) << c.message;
+        EXPECT_EQ(openBytes(c.file), nullptr) << (c.message ? c.message : "unknown format");
+        const std::string message = c.message ? c.message : path("in.wav") + " has an unknown (non-PCM) format.";
+        EXPECT_EQ(shownTexts(), std::vector<std::string>{message});
+        EXPECT_TRUE(filesIn(workDir()).empty()) << message;
     }
     for (const Bytes& file : {W::pcm(4, 22050, 16, W::randomBytes(800, 13)),
                               W::pcm(2, 22050, 24, W::randomBytes(600, 14)),

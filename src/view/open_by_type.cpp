@@ -1,0 +1,39 @@
+#include "view/open_by_type.h"
+
+#include "app/messages.h"
+#include "wavefile/adpcm_open.h"
+#include "wavefile/file_types.h"
+#include "wavefile/wave_header.h"
+#include "wavefile/wave_io.h"
+#include "wavefile/wave_state.h"
+
+#include <memory>
+
+int open_by_type(const std::string& name, int type)
+{
+    if (type != kTypeWav && type != kTypeAll) {
+        // The converters for foreign formats, AVI, RealMedia, MP3 and JAF
+        // come with the export work; until then only WAVE files open.
+        ErrMsg("%s cannot be opened: only WAVE files can be opened so far.", name.c_str());
+        return 0;
+    }
+    if (ReadInputWaveformHeader(name, 0)) {
+        szOpenedFileName = name;
+        return 1;
+    }
+    std::unique_ptr<wave_io_info> info;
+    const int walked = wioFileOpen(&info, name.c_str(), 0);
+    if (walked == WIOERR_REFUSED)
+        return 0;  // the user declined to load it
+    const std::uint16_t tag = walked == WIOERR_NOERROR ? current_wave_format.wFormatTag : 1;
+    info.reset();
+    if (tag == 1) {
+        // A RIFF WAVE file that fails the PCM check: say why.
+        ReadInputWaveformHeader(name, 1);
+        return 0;
+    }
+    if (tag == 2)
+        return convert_adpcm_file_on_open(name);
+    message_box(nullptr, name + " has an unknown (non-PCM) format.", "Unknown File Format", MB_OK | MB_ICONEXCLAMATION);
+    return 0;
+}

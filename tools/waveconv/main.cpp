@@ -1,0 +1,41 @@
+// WAVECONV.EXE SOURCE TAG: converts a WAVE file for the program that started
+// it. Writes "outadpcm.wav" in the user folder, then the marker file
+// "finished" there, which the waiting program polls for. TAG is the format
+// tag wanted: 1 for PCM (from ADPCM), 2 for ADPCM (from PCM).
+
+#include "app/app_paths.h"
+#include "app/headless_ui_host.h"
+#include "wavefile/wave_converter.h"
+
+#include <QCoreApplication>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <unistd.h>
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    if (argc != 3) {
+        std::cerr << "usage: WAVECONV.EXE SOURCE TAG\n";
+        return 2;
+    }
+    HeadlessUiHost host;
+    host.setQuiet(true);
+    setUiHost(&host);
+    const std::string dir = user_directory();
+    make_directories(dir);
+    const std::string output = join_path(dir, "outadpcm.wav");
+    const std::string marker = join_path(dir, "finished");
+    ::unlink(output.c_str());
+    const int converted = convert_wave_file(nullptr, argv[1], output);
+    if (!converted) {
+        ::unlink(output.c_str());
+        for (const auto& shown : host.shown())
+            std::cerr << shown.text << "\n";
+    }
+    std::ofstream(marker) << (converted ? "ok\n" : "failed\n");
+    setUiHost(nullptr);
+    return converted ? 0 : 1;
+}
