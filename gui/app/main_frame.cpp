@@ -16,6 +16,8 @@
 #include "view/child_frame_window.h"
 #include "view/display_levels.h"
 #include "view/document_open.h"
+#include "view/document_save.h"
+#include "wavefile/wave_file_dialogs.h"
 #include "view/open_by_type.h"
 #include "wavefile/file_types.h"
 #include "view/time_format.h"
@@ -103,10 +105,12 @@ CMainFrame::CMainFrame() : m_mdi(new QMdiArea(this)), m_timer(new QTimer(this))
         updateCommandStates();
         updatePositionDisplays();
     });
+    // The new file made from a highlight comes back through command 11310.
+    set_open_opened_file_handler([this] { onCommand(kCommandOpenOpened); });
     updateCommandStates();
 }
 
-CMainFrame::~CMainFrame() = default;
+CMainFrame::~CMainFrame() { set_open_opened_file_handler({}); }
 
 QAction* CMainFrame::addCommand(QMenu* menu, int id, const QString& fallback, const QKeySequence& keys)
 {
@@ -138,6 +142,13 @@ void CMainFrame::buildMenus()
     addCommand(m_fileMenu, kCommandNew, tr("&New..."), QKeySequence::New);
     addCommand(m_fileMenu, kCommandOpen, tr("&Open..."), QKeySequence::Open);
     addCommand(m_fileMenu, kCommandClose, tr("&Close"), QKeySequence(QStringLiteral("Ctrl+F4")));
+    m_fileMenu->addSeparator();
+    addCommand(m_fileMenu, kCommandSave, tr("&Save"), QKeySequence::Save);
+    addCommand(m_fileMenu, kCommandSaveAs, tr("Save &As..."), QKeySequence::SaveAs);
+    addCommand(m_fileMenu, kCommandSaveSelection, tr("Save Se&lection As..."));
+    addCommand(m_fileMenu, kCommandNewFromSelection, tr("New File from Selectio&n"));
+    m_fileMenu->addSeparator();
+    addCommand(m_fileMenu, kCommandDelete, tr("&Delete Waveform File..."));
     m_fileMenu->addSeparator();
     m_recentMenu = m_fileMenu->addMenu(tr("Recent &Files"));
     m_fileMenu->addSeparator();
@@ -308,12 +319,53 @@ void CMainFrame::newFile()
 
 void CMainFrame::openWithDialog()
 {
-    const QString dir = QString::fromStdString(preferences().lastUsedDirectory);
-    const QString path = QFileDialog::getOpenFileName(this, tr("Open"), dir,
-                                                      tr("Microsoft PCM Files (*.wav);;All Files (*.*)"), nullptr,
-                                                      QFileDialog::DontUseNativeDialog);
-    if (!path.isEmpty())
-        openFile(path);
+    OpenWaveDialog dialog(this);
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+        return;
+    last_file_type = dialog.selectedType();
+    openFile(dialog.selectedFiles().first());
+}
+
+void CMainFrame::save(bool askName, bool selectionOnly)
+{
+    ChildFrameWindow* doc = activeDocument();
+    if (!doc)
+        return;
+    CChildFrame& f = doc->frame();
+    std::string target = f.szPathName;
+    if (askName || target.empty()) {
+        SaveWaveDialog dialog(f, this);
+        if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+            return;
+        target = dialog.selectedFiles().first().toStdString();
+        if (dialog.selectedType() != kTypeWav && dialog.selectedType() != kTypeAll) {
+            ErrMsg("%s cannot be saved: only WAVE files can be saved so far.", target.c_str());
+            return;
+        }
+    } else {
+        bSaveConverts = bSaveCompressed = 0;
+    }
+    const bool saved = save_wav_by_type(f, target, selectionOnly ? 1 : 0) != 0;
+    bSaveConverts = bSaveCompressed = 0;
+    if (!saved || selectionOnly)
+        return;
+    if (askName) {
+        // The document now belongs to the file it was saved as.
+        f.szPathName = target;
+        f.szDisplayName = file_name_part(target);
+        doc->setWindowTitle(QString::fromStdString(f.szDisplayName));
+        if (QMdiSubWindow* sub = m_mdi->activeSubWindow())
+            sub->setWindowTitle(doc->windowTitle());
+        add_recent_file(preferences().recentFiles, target);
+        write_preferences();
+        rebuildRecentFiles();
+    }
+}
+
+void CMainFrame::newFromSelection()
+{
+    if (ChildFrameWindow* doc = activeDocument())
+        new_file_from_selection(doc->frame());
 }
 
 void CMainFrame::showPreferences()
@@ -344,6 +396,11 @@ void CMainFrame::onCommand(int id)
     }
     switch (id) {
     case kCommandNew: newFile(); break;
+    case kCommandSave: save(false, false); break;
+    case kCommandSaveAs: save(true, false); break;
+    case kCommandSaveSelection: save(true, true); break;
+    case kCommandNewFromSelection: newFromSelection(); break;
+    case kCommandDelete: delete_waveform_file(this); break;
     case kCommandOpen: openWithDialog(); break;
     case kCommandOpenOpened: openFile(QString::fromStdString(szOpenedFileName)); break;
     case kCommandClose:
@@ -373,10 +430,10 @@ void CMainFrame::updateCommandStates()
     ChildFrameWindow* doc = activeDocument();
     const bool hasDocument = doc != nullptr;
     const bool hasHighlight = doc && doc->frame().bHighlight;
-    for (int id : {1898, 1899, 87, 88, 11800, 11801, 1020, kCommandClose})
+    for (int id : {1898, 1899, 87, 88, 11800, 11801, 1020, kCommandClose, kCommandSave, kCommandSaveAs})
         if (QAction* a = action(id))
             a->setEnabled(hasDocument);
-    for (int id : {11906, 11900, 11901, 11902, 11903, 11904, 11905})
+    for (int id : {11906, 11900, 11901, 11902, 11903, 11904, 11905, kCommandSaveSelection, kCommandNewFromSelection})
         if (QAction* a = action(id))
             a->setEnabled(hasHighlight);
     if (QAction* undo = action(11602))

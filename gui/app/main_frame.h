@@ -57,6 +57,8 @@ private:
     void saveWindowPlacement();
     void newFile();
     void openWithDialog();
+    void save(bool askName, bool selectionOnly);
+    void newFromSelection();
     void showPreferences();
     QMdiSubWindow* addDocument(ChildFrameWindow* window);
 
@@ -83,3 +85,8 @@ constexpr int kCommandHelp = 57670;
 constexpr int kCommandAbout = 57664;
 constexpr int kCommandRecentFirst = 57616;  // 57616 .. 57621
 constexpr int kCommandOpenOpened = 11310;    // opens szOpenedFileName
+constexpr int kCommandSave = 57603;
+constexpr int kCommandSaveAs = 57604;
+constexpr int kCommandSaveSelection = 32901;
+constexpr int kCommandNewFromSelection = 32902;
+constexpr int kCommandDelete = 32903;

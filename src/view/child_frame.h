@@ -77,6 +77,7 @@ public:
     HWND hWaveWnd = nullptr;
     std::string szFileName;       // working file: raw samples
     std::string szDisplayName;
+    std::string szPathName;       // the WAVE file Save writes: where the document came from
     std::string szOverviewFileName;  // level 1 when the document has levels
     WaveFmtRecord wfx;
     std::uint32_t nTotalSamples = 0;

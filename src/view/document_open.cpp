@@ -116,6 +116,7 @@ int open_document(CChildFrame& f, bool newEmpty)
         return 0;
     }
     initialise_fields(f);
+    f.szPathName = szOpenedFileName;
     if (!load_document_file(f))
         return 0;
     if (newEmpty) {

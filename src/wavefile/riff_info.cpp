@@ -145,6 +145,15 @@ void set_info_item_value(InfoList& list, int index, const char* text, std::uint1
         item.edited = std::string(text);
 }
 
+std::string info_item_label(const InfoList& list, int index)
+{
+    const auto value = info_item_value(list, index);
+    char text[64];
+    std::snprintf(text, sizeof text, "%-4s%c %-25s", kItems[index].id, value && !value->empty() ? '*' : ' ',
+                  kItems[index].name);
+    return text;
+}
+
 int create_info_list(std::shared_ptr<InfoList>& list)
 {
     try {

@@ -43,6 +43,10 @@ std::optional<std::string> info_item_value(const InfoList& list, int index);
 // Sets an item's value by the editor's rules (see riff_info.cpp).
 void set_info_item_value(InfoList& list, int index, const char* text, std::uint16_t flags);
 
+// An item as the editor's list shows it: "%-4s%c %-25s" with the id, "*" when
+// the item has a value (a blank otherwise), and the name.
+std::string info_item_label(const InfoList& list, int index);
+
 // Result codes.
 constexpr int INFO_OK = 0;
 constexpr int INFO_BAD_ARGUMENT = 2;

@@ -205,3 +205,40 @@ int create_new_empty_waveform_file(int showDialog)
     szOpenedFileName = name;
     return 1;
 }
+
+bool read_wave_facts(const std::string& fileName, WaveFacts& facts)
+{
+    RiffFile file;
+    if (!file.open(fileName, RiffFile::Mode::Read))
+        return false;
+    ChunkInfo riff;
+    riff.fccType = kWave;
+    if (file.descend(riff, nullptr, MMIO_FINDRIFF) != MMSYSERR_NOERROR)
+        return false;
+    ChunkInfo fmt;
+    fmt.ckid = kFmt;
+    unsigned char record[WaveFmtRecord::kSize];
+    if (file.descend(fmt, &riff, MMIO_FINDCHUNK) != MMSYSERR_NOERROR || fmt.cksize < WaveFmtRecord::kSize ||
+        file.read(record, WaveFmtRecord::kSize) != WaveFmtRecord::kSize)
+        return false;
+    const WaveFmtRecord r = WaveFmtRecord::fromBytes(record);
+    facts = {r.wFormatTag, r.nSamplesPerSec, r.wBitsPerSample, r.nChannels};
+    return true;
+}
+
+std::string wave_format_name(std::uint16_t formatTag)
+{
+    switch (formatTag) {
+    case 1: return "MS RIFF Wave PCM";
+    case 2: return "MS RIFF Wave ADPCM";
+    default: return "Unknown Format";
+    }
+}
+
+std::string wave_facts_text(const WaveFacts& facts)
+{
+    char text[96];
+    std::snprintf(text, sizeof text, facts.channels == 1 ? "%ld kHz %d bits Mono" : "%ld kHz %d bits Stereo",
+                  static_cast<long>(facts.rate), static_cast<int>(facts.bits));
+    return text;
+}

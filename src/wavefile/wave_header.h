@@ -29,3 +29,17 @@ int create_new_empty_waveform_file(int showDialog);
 
 // The current directory with exactly one '/' after it.
 std::string current_directory_with_slash();
+
+// What the open dialog tells about a file under the cursor, read without any
+// message: the format tag, rate, bits and channels of its "fmt " chunk.
+struct WaveFacts {
+    std::uint16_t formatTag = 0;
+    std::uint32_t rate = 0;
+    std::uint16_t bits = 0;
+    std::uint16_t channels = 0;
+};
+bool read_wave_facts(const std::string& fileName, WaveFacts& facts);
+// "MS RIFF Wave PCM", "MS RIFF Wave ADPCM" or "Unknown Format".
+std::string wave_format_name(std::uint16_t formatTag);
+// "%ld kHz %d bits Mono" or "... Stereo", with the rate in Hz as it has always read.
+std::string wave_facts_text(const WaveFacts& facts);

@@ -1,0 +1,219 @@
+#include "wavefile/wave_file_dialogs.h"
+
+#include "app/app_paths.h"
+#include "app/control_drawing.h"
+#include "app/messages.h"
+#include "app/preferences.h"
+#include "app/qt_ui_host.h"
+#include "view/child_frame.h"
+#include "view/document_save.h"
+#include "wavefile/file_types.h"
+#include "wavefile/info_editor_dialog.h"
+#include "wavefile/riff_info.h"
+#include "wavefile/wave_header.h"
+#include "wavefile/wave_io.h"
+#include "wavefile/wave_state.h"
+
+#include <QButtonGroup>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QVBoxLayout>
+#include <cstdio>
+
+namespace {
+
+QStringList filtersOf(const std::vector<FileType>& types)
+{
+    QStringList filters;
+    for (const FileType& t : types) {
+        QString pattern = QString::fromLatin1(t.pattern);
+        if (!pattern.startsWith('*'))
+            pattern.prepend('*');  // the IRCAM row's ".sf" as a usable pattern
+        filters << QString::fromLatin1(t.filter).section(" (", 0, 0) + " (" + pattern + ")";
+    }
+    return filters;
+}
+
+// Adds a panel below the file dialog's own controls.
+void addPanel(QFileDialog* dialog, QWidget* panel)
+{
+    if (auto* grid = qobject_cast<QGridLayout*>(dialog->layout()))
+        grid->addWidget(panel, grid->rowCount(), 0, 1, grid->columnCount());
+}
+
+QRadioButton* option(int id, const QString& text, QWidget* parent, QButtonGroup* group)
+{
+    auto* button = new QRadioButton(text, parent);
+    button->setObjectName(QString::number(id));
+    group->addButton(button, id);
+    return button;
+}
+
+}  // namespace
+
+OpenWaveDialog::OpenWaveDialog(QWidget* parent, const QString& title)
+    : QFileDialog(parent, title), m_format(new QLabel(this)), m_facts(new QLabel(this))
+{
+    setOption(QFileDialog::DontUseNativeDialog);
+    setFileMode(QFileDialog::ExistingFile);
+    setOption(QFileDialog::ReadOnly);
+    setDirectory(QString::fromStdString(preferences().lastUsedDirectory));
+    setNameFilters(filtersOf(readable_file_types()));
+    m_format->setObjectName(QStringLiteral("260"));
+    m_facts->setObjectName(QStringLiteral("402"));
+    auto* panel = new QWidget(this);
+    auto* row = new QHBoxLayout(panel);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->addWidget(m_format);
+    row->addWidget(m_facts);
+    row->addStretch();
+    addPanel(this, panel);
+    connect(this, &QFileDialog::currentChanged, this, &OpenWaveDialog::showFactsOf);
+}
+
+int OpenWaveDialog::selectedType() const
+{
+    const int row = static_cast<int>(nameFilters().indexOf(selectedNameFilter()));
+    // The reading list lacks RealMedia and MP3: map back to the full table.
+    return row >= kTypeRealMedia ? row + 2 : std::max(row, 0);
+}
+
+void OpenWaveDialog::showFactsOf(const QString& path)
+{
+    WaveFacts facts;
+    if (!read_wave_facts(path.toStdString(), facts)) {
+        m_format->clear();
+        m_facts->clear();
+        return;
+    }
+    m_format->setText(QString::fromStdString(wave_format_name(facts.formatTag)));
+    m_facts->setText(QString::fromStdString(wave_facts_text(facts)));
+}
+
+SaveWaveDialog::SaveWaveDialog(CChildFrame& document, QWidget* parent, const QString& defaultExtension)
+    : QFileDialog(parent, QStringLiteral("Save Waveform To Disk")), m_document(document)
+{
+    setOption(QFileDialog::DontUseNativeDialog);
+    setAcceptMode(QFileDialog::AcceptSave);
+    setFileMode(QFileDialog::AnyFile);
+    setDefaultSuffix(defaultExtension);
+    setDirectory(QString::fromStdString(preferences().lastUsedDirectory));
+    const QStringList filters = filtersOf(file_types());
+    setNameFilters(filters);
+    selectNameFilter(filters[defaultExtension == QLatin1String("avi") ? kTypeAvi : kTypeWav]);
+
+    // Opening takes the document's format and clears the conversion choices.
+    current_wave_format.nChannels = document.wfx.nChannels;
+    current_wave_format.wBitsPerSample = document.wfx.wBitsPerSample;
+    current_wave_format.nBytesPerSample = static_cast<std::uint16_t>(document.wfx.wBitsPerSample / 8);
+    current_wave_format.nSamplesPerSec = document.wfx.nSamplesPerSec;
+    bSaveConverts = 0;
+    bSaveCompressed = 0;
+
+    auto* panel = new QWidget(this);
+    auto* row = new QHBoxLayout(panel);
+    row->setContentsMargins(0, 0, 0, 0);
+    struct Group {
+        QString title;
+        std::initializer_list<std::pair<int, QString>> options;
+    };
+    for (const Group& g : {Group{tr("Channels"), {{202, tr("Mono")}, {203, tr("Stereo")}}},
+                           Group{tr("Bits"), {{205, tr("8 bit")}, {207, tr("16 bit")}}},
+                           Group{tr("Rate"), {{209, tr("11025 Hz")}, {210, tr("22050 Hz")}, {211, tr("44100 Hz")}}},
+                           Group{tr("Output"), {{273, tr("PCM")}, {274, tr("Compressed (ADPCM)")}}}}) {
+        auto* box = new QGroupBox(g.title, panel);
+        auto* layout = new QVBoxLayout(box);
+        auto* group = new QButtonGroup(box);
+        for (const auto& [id, text] : g.options)
+            layout->addWidget(option(id, text, box, group));
+        connect(group, &QButtonGroup::idClicked, this, &SaveWaveDialog::press);
+        row->addWidget(box);
+    }
+    auto* info = new QPushButton(tr("&INFO..."), panel);
+    info->setObjectName(QStringLiteral("109"));
+    connect(info, &QPushButton::clicked, this, [this] { press(109); });
+    row->addWidget(info);
+    addPanel(this, panel);
+    refresh();
+}
+
+int SaveWaveDialog::selectedType() const
+{
+    return std::max(0, static_cast<int>(nameFilters().indexOf(selectedNameFilter())));
+}
+
+void SaveWaveDialog::press(int id)
+{
+    WaveFormat& f = current_wave_format;
+    switch (id) {
+    case 202: f.nChannels = 1; break;
+    case 203: f.nChannels = 2; break;
+    case 205: f.wBitsPerSample = 8; f.nBytesPerSample = 1; break;
+    case 207: f.wBitsPerSample = 16; f.nBytesPerSample = 2; break;
+    case 209: f.nSamplesPerSec = 11025; break;
+    case 210: f.nSamplesPerSec = 22050; break;
+    case 211: f.nSamplesPerSec = 44100; break;
+    case 273: bSaveCompressed = 0; break;
+    case 274: bSaveCompressed = 1; break;
+    case 109: editInfo(); return;
+    default: return;
+    }
+    bSaveConverts = f.nChannels != m_document.wfx.nChannels || f.wBitsPerSample != m_document.wfx.wBitsPerSample ||
+                    f.nSamplesPerSec != m_document.wfx.nSamplesPerSec;
+    refresh();
+}
+
+void SaveWaveDialog::refresh()
+{
+    const WaveFormat& f = current_wave_format;
+    auto check = [this](int id, bool on) {
+        if (auto* b = findChild<QRadioButton*>(QString::number(id)))
+            b->setChecked(on);
+    };
+    check(202, f.nChannels == 1);
+    check(203, f.nChannels == 2);
+    check(205, f.wBitsPerSample == 8);
+    check(207, f.wBitsPerSample == 16);
+    check(209, f.nSamplesPerSec == 11025);
+    check(210, f.nSamplesPerSec == 22050);
+    check(211, f.nSamplesPerSec == 44100);
+    check(273, !bSaveCompressed);
+    check(274, bSaveCompressed);
+}
+
+void SaveWaveDialog::editInfo()
+{
+    // The INFO list of the target file; a new recording has none yet, so a
+    // copy of the document stands in for it.
+    const QStringList chosen = selectedFiles();
+    std::string name = chosen.isEmpty() ? std::string() : chosen.first().toStdString();
+    if (m_document.szDisplayName.find("SAMPLE") != std::string::npos) {
+        name = join_path(user_directory(), "hvn.tmp");
+        make_directories(user_directory());
+        const int converts = bSaveConverts;
+        bSaveConverts = 0;
+        save_waveform_file(m_document, name, 0, 0);
+        bSaveConverts = converts;
+    }
+    std::unique_ptr<wave_io_info> info;
+    if (name.empty() || wioFileOpen(&info, name.c_str(), 0) != WIOERR_NOERROR) {
+        char text[600];
+        std::snprintf(text, sizeof text, "%s is not a valid wave file.", name.c_str());
+        message_box(handle_of(this), text, "Ondrava", MB_OK | MB_ICONEXCLAMATION);
+        return;
+    }
+    edit_info_list(this, info->pInfo);
+    info_chunk_present = 1;
+}
+
+int delete_waveform_file(QWidget* owner)
+{
+    OpenWaveDialog dialog(owner, QStringLiteral("Delete Waveform File"));
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+        return 0;
+    return std::remove(dialog.selectedFiles().first().toLocal8Bit().constData()) == 0 ? 1 : 0;
+}

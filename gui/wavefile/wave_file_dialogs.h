@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QFileDialog>
+
+class CChildFrame;
+class QLabel;
+class QRadioButton;
+
+// The open dialog: the file-type list, and the facts of the file under the
+// cursor (control 260 the format, 402 rate, bits and channels).
+class OpenWaveDialog : public QFileDialog {
+    Q_OBJECT
+public:
+    explicit OpenWaveDialog(QWidget* parent, const QString& title = tr("Open"));
+    // The type index of the chosen filter row.
+    int selectedType() const;
+    void showFactsOf(const QString& path);
+
+private:
+    QLabel* m_format;
+    QLabel* m_facts;
+};
+
+// "Save Waveform To Disk": the file-type list with the output format buttons
+// (202 mono, 203 stereo, 205 8-bit, 207 16-bit, 209/210/211 the rates), plain
+// or compressed output (273/274) and the INFO button (109). It starts from
+// the document's format; the buttons set current_wave_format, bSaveConverts
+// and bSaveCompressed at once.
+class SaveWaveDialog : public QFileDialog {
+    Q_OBJECT
+public:
+    SaveWaveDialog(CChildFrame& document, QWidget* parent, const QString& defaultExtension = QStringLiteral("wav"));
+    void press(int controlId);
+    int selectedType() const;
+
+private:
+    void refresh();
+    void editInfo();
+
+    CChildFrame& m_document;
+};
+
+// "Delete Waveform File": the chosen file is removed at once, without a
+// further question. The result of the removal (1), or 0 when cancelled.
+int delete_waveform_file(QWidget* owner);
