@@ -1,0 +1,125 @@
+#include "app/main_frame.h"
+#include "view/child_frame_window.h"
+#include "view/document_save.h"
+#include "wavefile/info_editor_dialog.h"
+#include "wavefile/riff_info.h"
+#include "wavefile/wave_file_dialogs.h"
+#include "wavefile/wave_header.h"
+
+#include "gui_test.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QRadioButton>
+
+using FileDialogsTest = GuiTest;
+
+TEST_F(FileDialogsTest, TheInfoEditorMarksValuesAndFillsInTheArtist)
+{
+    std::shared_ptr<InfoList> list;
+    ASSERT_EQ(create_info_list(list), INFO_OK);
+    set_info_item_value(*list, 14, "Song", INFOCHUNK_EDITED);  // INAM
+    set_info_item_value(*list, 1, "X", INFOCHUNK_EDITED);      // a one-character artist
+    InfoEditorDialog dialog(list);
+    dialog.show();
+    ASSERT_EQ(dialog.items()->count(), 23);
+    EXPECT_EQ(dialog.items()->itemText(14), "INAM* Name                     ");
+    EXPECT_EQ(dialog.items()->itemText(0), "IARL  Archival Location        ");
+    EXPECT_EQ(dialog.field(1001)->text(), "X");
+    EXPECT_EQ(dialog.findChild<QLabel*>("101")->text(),
+              QString::fromLatin1(info_item_definition(0).help));
+
+    // 150 ms after opening, an artist of fewer than two characters becomes "Unknown".
+    QTest::qWait(300);
+    EXPECT_EQ(dialog.field(1001)->text(), "Unknown");
+    dialog.commitField(1001);
+    EXPECT_EQ(info_item_value(*list, 1), "Unknown");
+
+    // A value typed into a direct field marks its item at once.
+    dialog.field(1004)->setText("(c) 2026");
+    dialog.commitField(1004);
+    EXPECT_EQ(info_item_value(*list, 4), "(c) 2026");
+    EXPECT_TRUE(dialog.items()->itemText(4).startsWith("ICOP*"));
+    // The selected item's value field edits the selected item.
+    dialog.items()->setCurrentIndex(10);
+    dialog.field(102)->setText("Speech");
+    dialog.commitField(102);
+    EXPECT_EQ(info_item_value(*list, 10), "Speech");
+    EXPECT_EQ(dialog.items()->currentIndex(), 10);
+    // Cancel keeps what was edited.
+    dialog.reject();
+    EXPECT_EQ(info_item_value(*list, 10), "Speech");
+    EXPECT_EQ(edit_info_list(nullptr, nullptr), 2);
+}
+
+TEST_F(FileDialogsTest, TheOpenDialogShowsTheFileUnderTheCursor)
+{
+    writeFile(path("a.wav"), WavBuilder::pcm(2, 22050, 16, {0, 0, 0, 0}));
+    OpenWaveDialog dialog(nullptr);
+    EXPECT_EQ(dialog.nameFilters().size(), 19);  // the reading list: no RealMedia, no MP3
+    EXPECT_EQ(dialog.nameFilters().first(), "Microsoft PCM Files (*.wav)");
+    dialog.showFactsOf(QString::fromStdString(path("a.wav")));
+    EXPECT_EQ(dialog.findChild<QLabel*>("260")->text(), "MS RIFF Wave PCM");
+    EXPECT_EQ(dialog.findChild<QLabel*>("402")->text(), "22050 kHz 16 bits Stereo");
+    writeFile(path("b.wav"), WavBuilder::riff({WavBuilder::chunk("fmt ", WavBuilder::fmtBody(2, 1, 11025, 4, 50))}));
+    dialog.showFactsOf(QString::fromStdString(path("b.wav")));
+    EXPECT_EQ(dialog.findChild<QLabel*>("260")->text(), "MS RIFF Wave ADPCM");
+    EXPECT_EQ(dialog.findChild<QLabel*>("402")->text(), "11025 kHz 4 bits Mono");
+    EXPECT_TRUE(host.shown().empty());
+}
+
+TEST_F(FileDialogsTest, TheSaveDialogStartsFromTheDocumentAndItsButtonsSetTheFormat)
+{
+    auto f = openTone(2, 16, 22050, 1000);
+    ASSERT_TRUE(f);
+    bSaveConverts = bSaveCompressed = 1;
+    SaveWaveDialog dialog(*f, nullptr);
+    EXPECT_EQ(dialog.windowTitle(), "Save Waveform To Disk");
+    EXPECT_EQ(bSaveConverts, 0);
+    EXPECT_EQ(bSaveCompressed, 0);
+    EXPECT_TRUE(dialog.findChild<QRadioButton*>("273")->isChecked());
+    EXPECT_TRUE(dialog.findChild<QRadioButton*>("203")->isChecked());
+    EXPECT_TRUE(dialog.findChild<QRadioButton*>("210")->isChecked());
+    EXPECT_EQ(dialog.selectedType(), 0);
+    dialog.press(202);
+    EXPECT_EQ(current_wave_format.nChannels, 1);
+    EXPECT_EQ(bSaveConverts, 1);
+    dialog.press(203);
+    EXPECT_EQ(bSaveConverts, 0);  // back to the document's format
+    dialog.press(211);
+    dialog.press(205);
+    EXPECT_EQ(current_wave_format.nSamplesPerSec, 44100u);
+    EXPECT_EQ(current_wave_format.nBytesPerSample, 1);
+    dialog.press(274);
+    EXPECT_EQ(bSaveCompressed, 1);
+    EXPECT_TRUE(dialog.findChild<QRadioButton*>("274")->isChecked());
+    SaveWaveDialog avi(*f, nullptr, QStringLiteral("avi"));
+    EXPECT_EQ(avi.selectedType(), 16);
+    bSaveConverts = bSaveCompressed = 0;
+}
+
+TEST_F(FileDialogsTest, TheFileMenuSavesAndMakesNewFilesFromTheHighlight)
+{
+    {
+        auto tone = openTone(2, 16, 22050, 4000);
+    }
+    CMainFrame frame;
+    ASSERT_TRUE(frame.openFile(QString::fromStdString(path("tone.wav"))));
+    CChildFrame& doc = frame.activeDocument()->frame();
+    const auto original = readFile(path("tone.wav"));
+    doc.bModified = 1;
+    frame.onCommand(kCommandSave);  // writes the file the document came from
+    EXPECT_EQ(doc.bModified, 0);
+    EXPECT_EQ(readFile(path("tone.wav")), original);
+
+    doc.bHighlight = 1;
+    doc.nSelStart = 400;
+    doc.nSelEnd = 2400;
+    doc.nSelStartByte = 800;
+    inTempDir([&] { frame.onCommand(kCommandNewFromSelection); });
+    ASSERT_EQ(frame.documents().size(), 2);  // opened through command 11310
+    EXPECT_EQ(frame.activeDocument()->frame().szDisplayName, "SAMPLE1.WAV");
+    EXPECT_EQ(frame.activeDocument()->frame().nTotalSamples, 2000u);
+    frame.close();
+}
