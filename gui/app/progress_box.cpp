@@ -1,10 +1,9 @@
 #include "app/progress_box.h"
 
-#include <QApplication>
-#include <QDateTime>
+#include "app/cancel_watcher.h"
+
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QMouseEvent>
 #include <QPainter>
 #include <QPushButton>
 
@@ -35,7 +34,8 @@ private:
 };
 
 ProgressBox::ProgressBox(QWidget* parent, const QString& text, bool showCancel)
-    : QWidget(parent), m_bar(new Bar(this)), m_timeLeft(new QLabel(this)), m_cancel(new QPushButton(tr("Cancel"), this))
+    : QWidget(parent), m_bar(new Bar(this)), m_timeLeft(new QLabel(this)), m_cancel(new QPushButton(tr("Cancel"), this)),
+      m_watcher(nullptr)
 {
     setObjectName(QStringLiteral("MESSAGEDLG"));
     setAutoFillBackground(true);
@@ -50,7 +50,7 @@ ProgressBox::ProgressBox(QWidget* parent, const QString& text, bool showCancel)
     m_cancel->setVisible(showCancel);
     m_timeLeft->setMinimumWidth(140);
     m_bar->set(0, text);
-    qApp->installEventFilter(this);
+    m_watcher = new CancelWatcher(m_cancel);
 }
 
 void ProgressBox::setBar(int percent, const QString& barText)
@@ -62,42 +62,4 @@ void ProgressBox::setBar(int percent, const QString& barText)
 void ProgressBox::setTimeLeft(const QString& text) { m_timeLeft->setText(text); }
 QString ProgressBox::timeLeft() const { return m_timeLeft->text(); }
 
-bool ProgressBox::pollCancel()
-{
-    // Let the box paint and hear its button at most every 15 ms: a copy polls
-    // once per 32 KiB block.
-    const qint64 now = QDateTime::currentMSecsSinceEpoch();
-    if (now - m_lastPoll >= 15) {
-        m_lastPoll = now;
-        QApplication::processEvents();
-    }
-    const bool clicked = m_cancelClicked;
-    m_cancelClicked = false;
-    return clicked;
-}
-
-bool ProgressBox::eventFilter(QObject* watched, QEvent* event)
-{
-    switch (event->type()) {
-    case QEvent::MouseButtonPress: {
-        // Only a left press strictly inside the Cancel button counts; its
-        // border pixels do not.
-        auto* mouse = static_cast<QMouseEvent*>(event);
-        const QRect button(m_cancel->mapToGlobal(QPoint(0, 0)), m_cancel->size());
-        const QPoint at = mouse->globalPosition().toPoint();
-        if (mouse->button() == Qt::LeftButton && m_cancel->isVisible() && at.x() > button.left() &&
-            at.x() < button.right() && at.y() > button.top() && at.y() < button.bottom())
-            m_cancelClicked = true;
-        return true;
-    }
-    case QEvent::MouseButtonRelease:
-    case QEvent::MouseButtonDblClick:
-    case QEvent::KeyPress:
-    case QEvent::KeyRelease:
-    case QEvent::Wheel:
-        // The operation runs inline; nothing else may start meanwhile.
-        return true;
-    default:
-        return QWidget::eventFilter(watched, event);
-    }
-}
+bool ProgressBox::pollCancel() { return m_watcher->poll(); }

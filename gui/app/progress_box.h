@@ -2,6 +2,7 @@
 
 #include <QWidget>
 
+class CancelWatcher;
 class QPushButton;
 class QLabel;
 
@@ -22,15 +23,11 @@ public:
     bool pollCancel();
     QPushButton* cancelButton() const { return m_cancel; }
 
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
-
 private:
     class Bar;
     Bar* m_bar;
     QLabel* m_timeLeft;
     QPushButton* m_cancel;
+    CancelWatcher* m_watcher;
     int m_percent = 0;
-    bool m_cancelClicked = false;
-    qint64 m_lastPoll = 0;
 };

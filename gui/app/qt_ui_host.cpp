@@ -101,7 +101,27 @@ void QtUiHost::drawProgressBar(HWND box, int percent, const std::string& barText
 
 bool QtUiHost::takeCancelClick(HWND box)
 {
+    if (m_conversion && box == handle_of(m_conversion))
+        return m_conversion->pollAbort();
     return m_progress && box == handle_of(m_progress) && m_progress->pollCancel();
+}
+
+HWND QtUiHost::createConversionBox(const std::string& source, const std::string& destination)
+{
+    delete m_conversion;
+    m_conversion = new ConversionBox(m_main, QString::fromStdString(source), QString::fromStdString(destination));
+    m_conversion->show();
+    centreWindow(handle_of(m_conversion));
+    QApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+    return handle_of(m_conversion);
+}
+
+void QtUiHost::destroyConversionBox(HWND box)
+{
+    if (m_conversion && box == handle_of(m_conversion)) {
+        delete m_conversion;
+        m_conversion = nullptr;
+    }
 }
 
 void QtUiHost::drawTextOnControl(HWND parent, int controlId, const std::string& text, const ControlTextStyle& style)

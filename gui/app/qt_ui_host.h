@@ -2,6 +2,7 @@
 
 #include "app/progress_box.h"
 #include "app/ui_host.h"
+#include "wavefile/conversion_box.h"
 
 #include <QPointer>
 
@@ -29,6 +30,8 @@ public:
     void showHelp(const std::string& helpFile, int contextId) override;
     void setWaitCursor(bool on) override;
     bool runNewFileDialog() override;
+    HWND createConversionBox(const std::string& source, const std::string& destination) override;
+    void destroyConversionBox(HWND box) override;
     std::string askSaveFileName(const std::string& title, const std::string& suggestion) override;
 
     ProgressBox* progressBox() const { return m_progress; }
@@ -38,6 +41,7 @@ public:
 private:
     QMainWindow* m_main;
     QPointer<ProgressBox> m_progress;
+    QPointer<ConversionBox> m_conversion;
     QPainter* m_buttonPainter = nullptr;
 };
 

@@ -1,6 +1,7 @@
 #include "app/headless_ui_host.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <iostream>
 #include <unistd.h>
 
@@ -8,6 +9,7 @@ namespace {
 // The one progress box the headless host can show; its address is its handle.
 OpaqueWindow* const kProgressBox = reinterpret_cast<OpaqueWindow*>(0x230);
 constexpr int kTimeLeftControl = 1039;
+constexpr int kConversionPercent = 102;
 }  // namespace
 
 HeadlessUiHost::HeadlessUiHost() : m_terminal(isatty(STDERR_FILENO) == 1) {}
@@ -75,6 +77,25 @@ HWND HeadlessUiHost::createProgressBox(const std::string& text, bool)
     m_barText = text;
     m_controlTexts.erase(kTimeLeftControl);
     m_cancelRequested.store(false);
+    return kProgressBox;
+}
+
+void HeadlessUiHost::setControlText(HWND, int controlId, const std::string& text)
+{
+    m_controlTexts[controlId] = text;
+    if (controlId == kConversionPercent) {
+        m_lastPercent = std::atoi(text.c_str());
+        redrawTerminalLine();
+    }
+}
+
+HWND HeadlessUiHost::createConversionBox(const std::string& source, const std::string& destination)
+{
+    // Shown like the progress box: the two names over the bar.
+    createProgressBox(source + " -> " + destination, true);
+    m_barText = " " + source + " -> " + destination;
+    m_controlTexts[kConversionPercent] = "0%";
+    m_lastPercent = 0;
     return kProgressBox;
 }
 

@@ -58,10 +58,9 @@ public:
     bool takeCancelClick(HWND box) override;
     void drawTextOnControl(HWND parent, int controlId, const std::string& text,
                            const ControlTextStyle& style) override;
-    void setControlText(HWND, int controlId, const std::string& text) override
-    {
-        m_controlTexts[controlId] = text;
-    }
+    void setControlText(HWND, int controlId, const std::string& text) override;
+    HWND createConversionBox(const std::string& source, const std::string& destination) override;
+    void destroyConversionBox(HWND box) override { destroyProgressBox(box); }
     void paintBitmapButton(const OwnerDrawItem&, const std::string&, const std::string&,
                            bool) override {}
     void centreWindow(HWND) override {}

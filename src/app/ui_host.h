@@ -48,6 +48,12 @@ public:
     // press strictly inside its Cancel button.
     virtual bool takeCancelClick(HWND box) = 0;
 
+    // The wave converter's box: source (control 100), destination (101), the
+    // percentage (102, set with setControlText) and an abort button that
+    // takeCancelClick reports.
+    virtual HWND createConversionBox(const std::string& source, const std::string& destination) = 0;
+    virtual void destroyConversionBox(HWND box) = 0;
+
     virtual void drawTextOnControl(HWND parent, int controlId, const std::string& text,
                                    const ControlTextStyle& style) = 0;
     // Sets the plain text of a dialog control.

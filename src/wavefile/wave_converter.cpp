@@ -1,7 +1,7 @@
 #include "wavefile/wave_converter.h"
 
 #include "app/messages.h"
-#include "app/progress.h"
+#include "app/ui_host.h"
 #include "wavefile/byte_order.h"
 #include "wavefile/riff_file.h"
 #include "wavefile/riff_info.h"
@@ -45,10 +45,8 @@ struct Job {
             destination.ascend(data);
             destination.ascend(riff);
         }
-        if (box) {
-            terminate_message_dialog(box);
-            restore_wait_cursor();
-        }
+        if (box)
+            uiHost().destroyConversionBox(box);
     }
 };
 
@@ -177,11 +175,7 @@ int convert_wave_file(HWND, const std::string& sourceName, const std::string& de
     }
     job.dataOpen = true;
 
-    char text[1200];
-    std::snprintf(text, sizeof text, "%s -> %s", sourceName.c_str(), destinationName.c_str());
-    job.box = display_message_dialog(text, 1);
-    current_progress_box = job.box;
-    show_percent_done(job.box, 0);
+    job.box = uiHost().createConversionBox(sourceName, destinationName);
 
     const std::uint64_t total = info->dwDataBytes;
     std::uint64_t done = 0;
@@ -191,9 +185,11 @@ int convert_wave_file(HWND, const std::string& sourceName, const std::string& de
         const int percent = static_cast<int>(done * 100 / total);
         if (percent != shown) {
             shown = percent;
-            show_percent_done(job.box, percent);
+            char text[16];
+            std::snprintf(text, sizeof text, "%u%%", static_cast<unsigned>(percent));
+            uiHost().setControlText(job.box, 102, text);
         }
-        if (cancel_button_pressed(job.box)) {
+        if (uiHost().takeCancelClick(job.box)) {
             completed = false;
             break;
         }

@@ -11,6 +11,7 @@
 #include "gui_test.h"
 
 #include <QComboBox>
+#include <QLabel>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QStatusBar>
@@ -153,4 +154,21 @@ TEST_F(DialogTest, ThePreferenceSheetStoresEveryPage)
     colourPage->findChild<QPushButton*>("default")->click();
     again.accept();
     EXPECT_EQ(preferences().colours, Preferences::defaultColours());
+}
+
+TEST_F(QtHostTest, TheConversionBoxShowsBothNamesThePercentageAndAborts)
+{
+    HWND box = uiHost().createConversionBox("/in/a.wav", "/out/b.wav");
+    QWidget* widget = widget_of(box);
+    ASSERT_NE(widget, nullptr);
+    EXPECT_EQ(widget->findChild<QLabel*>("100")->text(), "/in/a.wav");
+    EXPECT_EQ(widget->findChild<QLabel*>("101")->text(), "/out/b.wav");
+    EXPECT_EQ(widget->findChild<QLabel*>("100")->font().styleHint(), QFont::TypeWriter);  // fixed pitch
+    uiHost().setControlText(box, 102, "42%");
+    EXPECT_EQ(widget->findChild<QLabel*>("102")->text(), "42%");
+    EXPECT_FALSE(uiHost().takeCancelClick(box));
+    auto* abort = widget->findChild<QPushButton*>("2");
+    QTest::mousePress(abort, Qt::LeftButton, Qt::NoModifier, abort->rect().center());
+    EXPECT_TRUE(uiHost().takeCancelClick(box));
+    uiHost().destroyConversionBox(box);
 }

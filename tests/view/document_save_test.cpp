@@ -167,3 +167,21 @@ TEST_F(DocumentSaveTest, ACompressedSaveLeavesAnAdpcmFileUnderTheChosenName)
     bSaveConverts = 1;
     EXPECT_EQ(save_wav_by_type(*f, path("48k.wav"), 0), 0);
 }
+
+TEST_F(DocumentSaveTest, CopyWholeFileCopiesAllOrTheDocumentsLengthFromTheEnd)
+{
+    EXPECT_EQ(copy_whole_file(*f, path("tone.wav"), path("tone.wav"), nullptr, 0), 1);
+    ASSERT_EQ(copy_whole_file(*f, path("whole.wav"), path("tone.wav"), "Copying", 0), 1);
+    EXPECT_EQ(readFile(path("whole.wav")), readFile(path("tone.wav")));
+    // From the end: the last nTotalSamples bytes of the source.
+    ASSERT_EQ(copy_whole_file(*f, path("tail.raw"), path("tone.wav"), nullptr, 1), 1);
+    const Bytes source = readFile(path("tone.wav"));
+    EXPECT_EQ(readFile(path("tail.raw")), Bytes(source.end() - f->nTotalSamples, source.end()));
+    host.cancelAfterPolls(0);
+    EXPECT_EQ(copy_whole_file(*f, path("cut.wav"), path("tone.wav"), nullptr, 0), 0);
+    EXPECT_EQ(copy_whole_file(*f, path("x.wav"), path("missing.wav"), nullptr, 0), 0);
+    EXPECT_EQ(shownTexts().back(), "Cannot open input WAVE file.");
+    EXPECT_EQ(copy_whole_file(*f, path("no/dir/x.wav"), path("tone.wav"), nullptr, 0), 0);
+    EXPECT_EQ(shownTexts().back(), "Files 624: Cannot create output file " + path("no/dir/x.wav"));
+    EXPECT_EQ(host.shown().back().caption, "Oops...");
+}

@@ -202,3 +202,16 @@ TEST_F(AdpcmTest, BadBlocksAreRefusedWithoutOutput)
     writeFile(path("zero.wav"), W::riff({W::chunk("fmt ", fmt), W::chunk("fact", {1, 0, 0, 0}), W::chunk("data", Bytes(64, 0))}));
     EXPECT_EQ(convert_wave_file(nullptr, path("zero.wav"), path("out.wav")), 0);
 }
+
+TEST_F(AdpcmTest, AnAbortedConversionSaysItsDestinationIsCorrupt)
+{
+    writeFile(path("in.wav"), tonePcm(1, 11025, 20000));
+    host.cancelAfterPolls(3);
+    EXPECT_EQ(convert_wave_file(nullptr, path("in.wav"), path("out.wav")), 0);
+    EXPECT_EQ(host.shown().back().text, "Conversion aborted--destination file is corrupt!");
+    EXPECT_EQ(host.controlText(102), "7%");  // three blocks of 1000 bytes out of 40000
+    // The sizes of what was written are patched all the same.
+    auto partial = info(path("out.wav"));
+    ASSERT_TRUE(partial);
+    EXPECT_EQ(partial->dwDataBytes, 3u * 256u);
+}
