@@ -144,7 +144,7 @@ void CMainFrame::buildMenus()
     addCommand(m_fileMenu, kCommandClose, tr("&Close"), QKeySequence(QStringLiteral("Ctrl+F4")));
     m_fileMenu->addSeparator();
     addCommand(m_fileMenu, kCommandSave, tr("&Save"), QKeySequence::Save);
-    addCommand(m_fileMenu, kCommandSaveAs, tr("Save &As..."), QKeySequence::SaveAs);
+    addCommand(m_fileMenu, kCommandSaveAs, tr("Save &As..."), QKeySequence(QStringLiteral("Ctrl+Shift+S")));
     addCommand(m_fileMenu, kCommandSaveSelection, tr("Save Se&lection As..."));
     addCommand(m_fileMenu, kCommandNewFromSelection, tr("New File from Selectio&n"));
     m_fileMenu->addSeparator();

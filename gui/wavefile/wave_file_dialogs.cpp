@@ -15,6 +15,8 @@
 #include "wavefile/wave_state.h"
 
 #include <QButtonGroup>
+#include <QDir>
+#include <QFileInfo>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
@@ -101,7 +103,15 @@ SaveWaveDialog::SaveWaveDialog(CChildFrame& document, QWidget* parent, const QSt
     setAcceptMode(QFileDialog::AcceptSave);
     setFileMode(QFileDialog::AnyFile);
     setDefaultSuffix(defaultExtension);
-    setDirectory(QString::fromStdString(preferences().lastUsedDirectory));
+    // Start beside the document's own file, with its name; a document that
+    // has none starts in the data directory.
+    const QFileInfo own(QString::fromStdString(document.szPathName));
+    if (!document.szPathName.empty() && own.dir().exists()) {
+        setDirectory(own.dir());
+        selectFile(own.fileName());
+    } else {
+        setDirectory(QString::fromStdString(preferences().lastUsedDirectory));
+    }
     const QStringList filters = filtersOf(file_types());
     setNameFilters(filters);
     selectNameFilter(filters[defaultExtension == QLatin1String("avi") ? kTypeAvi : kTypeWav]);
