@@ -4,6 +4,8 @@
 // memory of the open (all pages, from the kernel's own count) and its peak
 // anonymous memory (sampled), which is what the memory goal counts.
 
+#include "bench_wave.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
@@ -79,52 +81,6 @@ Measured run(const std::vector<std::string>& command, const std::vector<std::str
     return m;
 }
 
-void put32(std::vector<unsigned char>& b, std::uint32_t v)
-{
-    for (int i = 0; i < 4; ++i)
-        b.push_back(static_cast<unsigned char>(v >> (8 * i)));
-}
-
-void makeWave(const std::string& name, std::uint64_t dataBytes)
-{
-    std::vector<unsigned char> h;
-    auto id = [&](const char* s) { h.insert(h.end(), s, s + 4); };
-    id("RIFF");
-    put32(h, static_cast<std::uint32_t>(36 + dataBytes));
-    id("WAVE");
-    id("fmt ");
-    put32(h, 16);
-    h.insert(h.end(), {1, 0, 2, 0});
-    put32(h, 44100);
-    put32(h, 44100 * 4);
-    h.insert(h.end(), {4, 0, 16, 0});
-    id("data");
-    put32(h, static_cast<std::uint32_t>(dataBytes));
-    FILE* f = std::fopen(name.c_str(), "wb");
-    if (!f) {
-        std::perror(name.c_str());
-        std::exit(1);
-    }
-    std::fwrite(h.data(), 1, h.size(), f);
-    // Noise from a xorshift generator: every block different, quickly made.
-    std::vector<std::uint64_t> block(1 << 17);
-    std::uint64_t x = 88172645463325252ull;
-    for (std::uint64_t written = 0; written < dataBytes;) {
-        for (auto& v : block) {
-            x ^= x << 13;
-            x ^= x >> 7;
-            x ^= x << 17;
-            v = x;
-        }
-        const std::uint64_t n = std::min<std::uint64_t>(dataBytes - written, block.size() * 8);
-        std::fwrite(block.data(), 1, n, f);
-        written += n;
-    }
-    std::fflush(f);
-    fsync(fileno(f));
-    std::fclose(f);
-}
-
 double median(std::vector<double> v)
 {
     std::sort(v.begin(), v.end());
@@ -155,7 +111,14 @@ int main(int argc, char** argv)
     const std::uint64_t dataBytes = mib << 20;
     std::printf("making %s: %llu MiB of 44.1 kHz stereo 16-bit noise\n", wave.c_str(),
                 static_cast<unsigned long long>(mib));
-    makeWave(wave, dataBytes - 44 > 0 ? dataBytes - 44 : dataBytes);
+    // Noise from a xorshift generator: every block different, quickly made.
+    std::uint64_t x = 88172645463325252ull;
+    write_bench_wave(wave, dataBytes - 44, [&x](std::uint64_t, int) {
+        x ^= x << 13;
+        x ^= x >> 7;
+        x ^= x << 17;
+        return static_cast<std::int16_t>(x);
+    });
 
     const std::vector<std::string> env = {"HOME=" + dir, "ONDRAVA_HOME=" + dir + "/home",
                                           "XDG_CONFIG_HOME=" + dir + "/config", "PATH=/usr/bin:/bin"};

@@ -11,6 +11,8 @@
 #include "view/view_navigation.h"
 #include "view/waveform_renderer.h"
 
+#include "bench_wave.h"
+
 #include <QGuiApplication>
 #include <algorithm>
 #include <chrono>
@@ -21,44 +23,6 @@
 #include <string>
 #include <vector>
 
-namespace {
-
-void makeWave(const std::string& name, std::uint64_t dataBytes)
-{
-    FILE* f = std::fopen(name.c_str(), "wb");
-    if (!f) {
-        std::perror(name.c_str());
-        std::exit(1);
-    }
-    unsigned char h[44] = {'R', 'I', 'F', 'F', 0, 0, 0, 0, 'W', 'A', 'V', 'E', 'f', 'm', 't', ' ',
-                           16, 0, 0, 0, 1, 0, 2, 0, 0x44, 0xAC, 0, 0, 0x10, 0xB1, 2, 0,
-                           4, 0, 16, 0, 'd', 'a', 't', 'a', 0, 0, 0, 0};
-    const auto riff = static_cast<std::uint32_t>(36 + dataBytes);
-    const auto data = static_cast<std::uint32_t>(dataBytes);
-    for (int i = 0; i < 4; ++i) {
-        h[4 + i] = static_cast<unsigned char>(riff >> (8 * i));
-        h[40 + i] = static_cast<unsigned char>(data >> (8 * i));
-    }
-    std::fwrite(h, 1, 44, f);
-    // A slow sweep under noise, so that every column has something to draw.
-    std::vector<std::int16_t> block(1 << 18);
-    std::uint64_t x = 88172645463325252ull;
-    std::uint64_t frame = 0;
-    for (std::uint64_t written = 0; written < dataBytes; written += block.size() * 2) {
-        for (size_t i = 0; i < block.size(); i += 2, ++frame) {
-            x ^= x << 13;
-            x ^= x >> 7;
-            x ^= x << 17;
-            const double s = std::sin(frame * 0.001 * (1 + frame % 1000000 / 100000.0));
-            block[i] = static_cast<std::int16_t>(s * 12000 + static_cast<int>(x % 4000) - 2000);
-            block[i + 1] = static_cast<std::int16_t>(-s * 8000);
-        }
-        std::fwrite(block.data(), 1, std::min<std::uint64_t>(block.size() * 2, dataBytes - written), f);
-    }
-    std::fclose(f);
-}
-
-}  // namespace
 
 int main(int argc, char** argv)
 {
@@ -83,7 +47,17 @@ int main(int argc, char** argv)
     set_data_directory(dir + "/work");
     const std::string wave = dir + "/big.wav";
     std::printf("making %llu MiB of 44.1 kHz stereo 16-bit sound\n", static_cast<unsigned long long>(mib));
-    makeWave(wave, (mib << 20) - 44);
+    // A slow sweep under noise, so that every column has something to draw.
+    std::uint64_t x = 88172645463325252ull;
+    write_bench_wave(wave, (mib << 20) - 44, [&x](std::uint64_t frame, int channel) {
+        const double s = std::sin(frame * 0.001 * (1 + frame % 1000000 / 100000.0));
+        if (channel == 1)
+            return static_cast<std::int16_t>(-s * 8000);
+        x ^= x << 13;
+        x ^= x >> 7;
+        x ^= x << 17;
+        return static_cast<std::int16_t>(s * 12000 + static_cast<int>(x % 4000) - 2000);
+    });
 
     set_screen_width_pixels(1920);
     auto frame = open_document_file(wave);

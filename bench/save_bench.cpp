@@ -9,6 +9,8 @@
 #include "view/document_save.h"
 #include "wavefile/wave_state.h"
 
+#include "bench_wave.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -37,31 +39,6 @@ double timeCommand(const std::string& command)
     return seconds(start);
 }
 
-void makeWave(const std::string& name, std::uint64_t dataBytes)
-{
-    FILE* f = std::fopen(name.c_str(), "wb");
-    unsigned char h[44] = {'R', 'I', 'F', 'F', 0, 0, 0, 0, 'W', 'A', 'V', 'E', 'f', 'm', 't', ' ',
-                           16, 0, 0, 0, 1, 0, 2, 0, 0x44, 0xAC, 0, 0, 0x10, 0xB1, 2, 0,
-                           4, 0, 16, 0, 'd', 'a', 't', 'a', 0, 0, 0, 0};
-    for (int i = 0; i < 4; ++i) {
-        h[4 + i] = static_cast<unsigned char>((36 + dataBytes) >> (8 * i));
-        h[40 + i] = static_cast<unsigned char>(dataBytes >> (8 * i));
-    }
-    std::fwrite(h, 1, 44, f);
-    std::vector<std::int16_t> block(1 << 18);
-    std::uint64_t frame = 0;
-    for (std::uint64_t written = 0; written < dataBytes; written += block.size() * 2) {
-        for (std::size_t i = 0; i < block.size(); i += 2, ++frame) {
-            block[i] = static_cast<std::int16_t>(12000 * std::sin(frame * 0.0627));
-            block[i + 1] = static_cast<std::int16_t>(9000 * std::sin(frame * 0.041));
-        }
-        std::fwrite(block.data(), 1, std::min<std::uint64_t>(block.size() * 2, dataBytes - written), f);
-    }
-    std::fflush(f);
-    fsync(fileno(f));
-    std::fclose(f);
-}
-
 }  // namespace
 
 int main(int argc, char** argv)
@@ -84,7 +61,9 @@ int main(int argc, char** argv)
     set_data_directory(dir + "/work");
     const std::string wave = dir + "/big.wav";
     std::printf("making %llu MiB of 44.1 kHz stereo 16-bit sound\n", static_cast<unsigned long long>(mib));
-    makeWave(wave, (mib << 20) - 44);
+    write_bench_wave(wave, (mib << 20) - 44, [](std::uint64_t frame, int channel) {
+        return static_cast<std::int16_t>(channel == 0 ? 12000 * std::sin(frame * 0.0627) : 9000 * std::sin(frame * 0.041));
+    });
     auto frame = open_document_file(wave);
     if (!frame)
         return 1;

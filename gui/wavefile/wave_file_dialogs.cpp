@@ -8,21 +8,19 @@
 #include "view/child_frame.h"
 #include "view/document_save.h"
 #include "wavefile/file_types.h"
+#include "wavefile/format_buttons.h"
 #include "wavefile/info_editor_dialog.h"
 #include "wavefile/riff_info.h"
 #include "wavefile/wave_header.h"
 #include "wavefile/wave_io.h"
 #include "wavefile/wave_state.h"
 
-#include <QButtonGroup>
 #include <QDir>
 #include <QFileInfo>
 #include <QGridLayout>
-#include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
-#include <QRadioButton>
 #include <QVBoxLayout>
 #include <cstdio>
 
@@ -45,14 +43,6 @@ void addPanel(QFileDialog* dialog, QWidget* panel)
 {
     if (auto* grid = qobject_cast<QGridLayout*>(dialog->layout()))
         grid->addWidget(panel, grid->rowCount(), 0, 1, grid->columnCount());
-}
-
-QRadioButton* option(int id, const QString& text, QWidget* parent, QButtonGroup* group)
-{
-    auto* button = new QRadioButton(text, parent);
-    button->setObjectName(QString::number(id));
-    group->addButton(button, id);
-    return button;
 }
 
 }  // namespace
@@ -127,22 +117,7 @@ SaveWaveDialog::SaveWaveDialog(CChildFrame& document, QWidget* parent, const QSt
     auto* panel = new QWidget(this);
     auto* row = new QHBoxLayout(panel);
     row->setContentsMargins(0, 0, 0, 0);
-    struct Group {
-        QString title;
-        std::initializer_list<std::pair<int, QString>> options;
-    };
-    for (const Group& g : {Group{tr("Channels"), {{202, tr("Mono")}, {203, tr("Stereo")}}},
-                           Group{tr("Bits"), {{205, tr("8 bit")}, {207, tr("16 bit")}}},
-                           Group{tr("Rate"), {{209, tr("11025 Hz")}, {210, tr("22050 Hz")}, {211, tr("44100 Hz")}}},
-                           Group{tr("Output"), {{273, tr("PCM")}, {274, tr("Compressed (ADPCM)")}}}}) {
-        auto* box = new QGroupBox(g.title, panel);
-        auto* layout = new QVBoxLayout(box);
-        auto* group = new QButtonGroup(box);
-        for (const auto& [id, text] : g.options)
-            layout->addWidget(option(id, text, box, group));
-        connect(group, &QButtonGroup::idClicked, this, &SaveWaveDialog::press);
-        row->addWidget(box);
-    }
+    add_format_groups(panel, row, true, [this](int id) { press(id); });
     auto* info = new QPushButton(tr("&INFO..."), panel);
     info->setObjectName(QStringLiteral("109"));
     connect(info, &QPushButton::clicked, this, [this] { press(109); });
@@ -158,42 +133,21 @@ int SaveWaveDialog::selectedType() const
 
 void SaveWaveDialog::press(int id)
 {
-    WaveFormat& f = current_wave_format;
-    switch (id) {
-    case 202: f.nChannels = 1; break;
-    case 203: f.nChannels = 2; break;
-    case 205: f.wBitsPerSample = 8; f.nBytesPerSample = 1; break;
-    case 207: f.wBitsPerSample = 16; f.nBytesPerSample = 2; break;
-    case 209: f.nSamplesPerSec = 11025; break;
-    case 210: f.nSamplesPerSec = 22050; break;
-    case 211: f.nSamplesPerSec = 44100; break;
-    case 273: bSaveCompressed = 0; break;
-    case 274: bSaveCompressed = 1; break;
-    case 109: editInfo(); return;
-    default: return;
+    if (id == 109) {
+        editInfo();
+        return;
     }
+    if (id == 273 || id == 274)
+        bSaveCompressed = id == 274;
+    else if (!press_format_button(id))
+        return;
+    const WaveFormat& f = current_wave_format;
     bSaveConverts = f.nChannels != m_document.wfx.nChannels || f.wBitsPerSample != m_document.wfx.wBitsPerSample ||
                     f.nSamplesPerSec != m_document.wfx.nSamplesPerSec;
     refresh();
 }
 
-void SaveWaveDialog::refresh()
-{
-    const WaveFormat& f = current_wave_format;
-    auto check = [this](int id, bool on) {
-        if (auto* b = findChild<QRadioButton*>(QString::number(id)))
-            b->setChecked(on);
-    };
-    check(202, f.nChannels == 1);
-    check(203, f.nChannels == 2);
-    check(205, f.wBitsPerSample == 8);
-    check(207, f.wBitsPerSample == 16);
-    check(209, f.nSamplesPerSec == 11025);
-    check(210, f.nSamplesPerSec == 22050);
-    check(211, f.nSamplesPerSec == 44100);
-    check(273, !bSaveCompressed);
-    check(274, bSaveCompressed);
-}
+void SaveWaveDialog::refresh() { check_format_buttons(this, bSaveCompressed != 0); }
 
 void SaveWaveDialog::editInfo()
 {

@@ -1,0 +1,44 @@
+#pragma once
+
+// Writes the large 44.1 kHz stereo 16-bit WAV files the benchmarks work on.
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+// `frameValue(frame, channel)` gives each sample; the file is synced to disk
+// so that the timed runs do not pay for writing it.
+inline void write_bench_wave(const std::string& name, std::uint64_t dataBytes,
+                             const std::function<std::int16_t(std::uint64_t, int)>& frameValue)
+{
+    FILE* f = std::fopen(name.c_str(), "wb");
+    if (!f) {
+        std::perror(name.c_str());
+        std::exit(1);
+    }
+    unsigned char h[44] = {'R', 'I', 'F', 'F', 0, 0, 0, 0, 'W', 'A', 'V', 'E', 'f', 'm', 't', ' ',
+                           16, 0, 0, 0, 1, 0, 2, 0, 0x44, 0xAC, 0, 0, 0x10, 0xB1, 2, 0,
+                           4, 0, 16, 0, 'd', 'a', 't', 'a', 0, 0, 0, 0};
+    for (int i = 0; i < 4; ++i) {
+        h[4 + i] = static_cast<unsigned char>((36 + dataBytes) >> (8 * i));
+        h[40 + i] = static_cast<unsigned char>(dataBytes >> (8 * i));
+    }
+    std::fwrite(h, 1, 44, f);
+    std::vector<std::int16_t> block(1 << 18);
+    std::uint64_t frame = 0;
+    for (std::uint64_t written = 0; written < dataBytes; written += block.size() * 2) {
+        for (std::size_t i = 0; i < block.size(); i += 2, ++frame) {
+            block[i] = frameValue(frame, 0);
+            block[i + 1] = frameValue(frame, 1);
+        }
+        std::fwrite(block.data(), 1, std::min<std::uint64_t>(block.size() * 2, dataBytes - written), f);
+    }
+    std::fflush(f);
+    fsync(fileno(f));
+    std::fclose(f);
+}
