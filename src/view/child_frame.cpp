@@ -62,9 +62,39 @@ void CChildFrame::release_levels()
 
 void CChildFrame::removeOwnedFiles()
 {
-    for (const std::string* name : {&szFileName, &szOverviewFileName})
+    otherVersion.release();
+    // The shown version, the other version and the selection copy.
+    for (const std::string* name :
+         {&szFileName, &szOverviewFileName, &szUndoFileName, &szRedoFileName, &szSelectionCopyName})
         if (!name->empty())
             ::unlink(name->c_str());
+}
+
+void VersionState::release()
+{
+    for (DisplayLevel& level : levels) {
+        level.mapping.reset();
+        level.file.reset();
+    }
+    if (!overviewFileName.empty())
+        ::unlink(overviewFileName.c_str());
+    overviewFileName.clear();
+    coarseOverview.clear();
+}
+
+void swap_version(CChildFrame& f, VersionState& v)
+{
+    std::swap(f.szFileName, v.fileName);
+    std::swap(f.szOverviewFileName, v.overviewFileName);
+    std::swap(f.levels, v.levels);
+    std::swap(f.nLevelLength, v.nLevelLength);
+    std::swap(f.nMaxZoomLevel, v.nMaxZoomLevel);
+    std::swap(f.fMaxZoom, v.fMaxZoom);
+    std::swap(f.nTotalSamples, v.nTotalSamples);
+    std::swap(f.nSelStart, v.nSelStart);
+    std::swap(f.nSelEnd, v.nSelEnd);
+    std::swap(f.wfx, v.wfx);
+    std::swap(f.coarseOverview, v.coarseOverview);
 }
 
 CChildFrame* CChildFrame::GetTheFuckingHandle() { return g_active; }

@@ -29,6 +29,28 @@ struct TimemarkSlot {
     std::string name;
 };
 
+// The data of one version of a document that is not on screen: its file, its
+// display levels and the fields that go with them. Undo and redo swap it with
+// the frame's own.
+struct VersionState {
+    std::string fileName;
+    std::string overviewFileName;
+    std::array<DisplayLevel, kLevelSlots> levels;
+    std::array<std::uint32_t, kLevelSlots> nLevelLength{};
+    int nMaxZoomLevel = 1;
+    float fMaxZoom = 1.0f;
+    std::uint32_t nTotalSamples = 0;
+    std::uint32_t nSelStart = 0;
+    std::uint32_t nSelEnd = 0;
+    WaveFmtRecord wfx;
+    std::vector<std::int16_t> coarseOverview;
+
+    bool empty() const { return fileName.empty(); }
+    // Unmaps and closes the levels and removes the overview file; the data
+    // file is the caller's to keep or delete.
+    void release();
+};
+
 // One open waveform document and how it is shown. The document lives on its
 // working file (raw samples, no header) from opening to closing; it owns that
 // file, its overview file and their maps, and removes them when destroyed.
@@ -140,9 +162,28 @@ public:
     std::vector<unsigned char> pSaveBuffer;
     bool bSaveBufferValid = false;
 
+    // Undo and redo: the shown version is the frame's own; the other one
+    // (previous or newest) waits in otherVersion.
+    std::string szUndoFileName;  // the previous version
+    std::string szRedoFileName;  // the newest version
+    VersionState otherVersion;
+    int bUndoAvailable = 0;
+    int bRedoAvailable = 0;
+    std::string szUndoLabel;
+    std::string szRedoLabel;
+    // The length in sample units an operation gives the newest version
+    // (length-changing operations set it before committing).
+    std::uint32_t nNewVersionLength = 0;
+    // The frame's copy of its own highlight (made by Trim), in the work folder.
+    std::string szSelectionCopyName;
+
 private:
     void removeOwnedFiles();
 };
+
+// Exchanges the frame's version data (file, levels, length, selection and
+// format) with a version record.
+void swap_version(CChildFrame& frame, VersionState& version);
 
 // Makes `frame` the active document (null for none).
 void set_active_frame(CChildFrame* frame);

@@ -156,7 +156,7 @@ int map_finest_level(CChildFrame& f)
     return 1;
 }
 
-int build_overview_level(CChildFrame& f)
+int build_overview_level(CChildFrame& f, const char* progressFormat)
 {
     const std::size_t bytesPerSample = static_cast<std::size_t>(f.bytesPerSample());
     const std::size_t size = (bytesPerSample * f.nTotalSamples) >> 7;
@@ -172,7 +172,7 @@ int build_overview_level(CChildFrame& f)
         return 0;
 
     char text[600];
-    std::snprintf(text, sizeof text, "Opening file %s...", f.szDisplayName.c_str());
+    std::snprintf(text, sizeof text, progressFormat, f.szDisplayName.c_str());
     HWND box = display_message_dialog(text, 1);
     current_progress_box = box;
     show_percent_done(box, 0);

@@ -22,7 +22,7 @@ int map_finest_level(CChildFrame& frame);
 // Builds level 1: the minimum and maximum of every 256 frames per channel, in
 // a file of its own, under the progress box "Opening file %s..." whose Cancel
 // ends the build (the part built so far stays). 1 when complete, 0 otherwise.
-int build_overview_level(CChildFrame& frame);
+int build_overview_level(CChildFrame& frame, const char* progressFormat = "Opening file %s...");
 
 // Frames summarised by one entry pair of the coarse overview, and overview
 // blocks per coarse group.

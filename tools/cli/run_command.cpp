@@ -1,41 +1,68 @@
 #include "cli_args.h"
 
 #include "document_session.h"
+#include "edit/edit_operations.h"
+#include "edit/mix.h"
+#include "edit/undo.h"
 #include "view/child_frame.h"
 #include "view/document_save.h"
 #include "view/mouse_selection.h"
 
+#include <cmath>
 #include <cstdlib>
 #include <iostream>
+#include <map>
 
 // ondrava-cli run IN [STEP...]: opens IN as a document and applies the steps
 // in the order given, each as its menu command does. Positions are sample
-// units (a stereo frame counts two). Steps:
-//   --select START:END           highlight that range
-//   --channel left|right|both    which channels the highlight covers
-//   --new-from-selection         the highlight becomes SAMPLE<n>.WAV, opened as
-//                                the active document
-//   --save OUT                   save the active document as OUT
-//   --save-selection OUT         save its highlight as OUT
+// units (a stereo frame counts two). The clipboard lives in the work folder,
+// so a copy in one run can be pasted in the next.
+namespace {
+
+int usage()
+{
+    std::cerr << "usage: ondrava-cli run IN [STEP...]\n"
+                 "  --select START:END  --channel left|right|both\n"
+                 "  --copy  --cut  --paste  --replace  --crop  --trim\n"
+                 "  --mix [--clip-level X] [--dest-level Y] [--target both|left|right]\n"
+                 "  --crossfade [--curve linear|exponential]\n"
+                 "  --insert-silence SECONDS|selection  --undo  --redo\n"
+                 "  --new-from-selection  --save OUT  --save-selection OUT\n";
+    return kExitUsage;
+}
+
+// Steps and how many values each takes.
+const std::map<std::string, int> kSteps = {
+    {"--select", 1},   {"--channel", 1},    {"--save", 1},       {"--save-selection", 1}, {"--insert-silence", 1},
+    {"--clip-level", 1}, {"--dest-level", 1}, {"--target", 1},   {"--curve", 1},          {"--new-from-selection", 0},
+    {"--copy", 0},     {"--cut", 0},        {"--paste", 0},      {"--replace", 0},        {"--crop", 0},
+    {"--trim", 0},     {"--mix", 0},        {"--crossfade", 0},  {"--undo", 0},           {"--redo", 0},
+};
+
+bool parseLevel(const std::string& text, double& level)
+{
+    char* end = nullptr;
+    const double v = std::strtod(text.c_str(), &end);
+    if (*end != '\0' || v < 0.0 || v > 2.0) {
+        std::cerr << "ondrava-cli: a level runs from 0.0 to 2.0\n";
+        return false;
+    }
+    level = v;
+    return true;
+}
+
+}  // namespace
+
 int run_run_command(const std::vector<std::string>& argv)
 {
-    auto usage = [] {
-        std::cerr << "usage: ondrava-cli run IN [--select START:END] [--channel left|right|both]"
-                     " [--new-from-selection] [--save OUT] [--save-selection OUT]\n";
-        return kExitUsage;
-    };
     if (argv.empty() || argv[0].rfind("--", 0) == 0)
         return usage();
     // Check every step before doing any.
     for (size_t i = 1; i < argv.size(); ++i) {
-        const std::string& step = argv[i];
-        const bool takesValue = step == "--select" || step == "--channel" || step == "--save" || step == "--save-selection";
-        if (takesValue && i + 1 >= argv.size())
+        const auto step = kSteps.find(argv[i]);
+        if (step == kSteps.end() || i + static_cast<size_t>(step->second) >= argv.size() + (step->second ? 0 : 1))
             return usage();
-        if (!takesValue && step != "--new-from-selection")
-            return usage();
-        if (takesValue)
-            ++i;
+        i += static_cast<size_t>(step->second);
     }
     DocumentSession session;
     if (!session.open(argv[0]))
@@ -43,31 +70,99 @@ int run_run_command(const std::vector<std::string>& argv)
     for (size_t i = 1; i < argv.size(); ++i) {
         CChildFrame& f = *session.active();
         const std::string& step = argv[i];
-        if (step == "--new-from-selection") {
-            if (!new_file_from_selection(f))
-                return kExitFailed;
-            continue;
-        }
-        const std::string& value = argv[++i];
+        const std::string value = kSteps.at(step) ? argv[++i] : std::string();
+        int ok = 1;
         if (step == "--select") {
             char* end = nullptr;
             const unsigned long start = std::strtoul(value.c_str(), &end, 10);
             const unsigned long stop = *end == ':' ? std::strtoul(end + 1, &end, 10) : 0;
-            if (*end != '\0' || stop <= start || stop > f.nTotalSamples) {
+            // START:START is an insertion point: no highlight, but a place to paste.
+            if (*end != '\0' || stop < start || stop > f.nTotalSamples) {
                 std::cerr << "ondrava-cli: --select needs START:END within 0:" << f.nTotalSamples << "\n";
                 return kExitUsage;
             }
-            f.bHighlight = 1;
+            f.bHighlight = stop > start;
             set_selection_units(f, static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(stop));
         } else if (step == "--channel") {
             if (value != "left" && value != "right" && value != "both")
                 return usage();
             f.bLeftChannel = value != "right";
             f.bRightChannel = value != "left" || f.wfx.nChannels == 1;
+        } else if (step == "--clip-level") {
+            if (!parseLevel(value, mix_settings.clipLevel))
+                return kExitUsage;
+        } else if (step == "--dest-level") {
+            if (!parseLevel(value, mix_settings.destLevel))
+                return kExitUsage;
+        } else if (step == "--target") {
+            if (value != "both" && value != "left" && value != "right")
+                return usage();
+            mix_settings.target = value == "left" ? MixTarget::Left : value == "right" ? MixTarget::Right : MixTarget::Both;
+        } else if (step == "--curve") {
+            if (value != "linear" && value != "exponential")
+                return usage();
+            mix_settings.crossfadeCurve = value == "linear" ? 1 : 0;
+        } else if (step == "--mix" || step == "--crossfade") {
+            // Their settings follow them on the command line: take those first.
+            size_t j = i + 1;
+            while (j + 1 < argv.size() && (argv[j] == "--clip-level" || argv[j] == "--dest-level" ||
+                                           argv[j] == "--target" || argv[j] == "--curve")) {
+                const std::string& name = argv[j];
+                const std::string& v = argv[j + 1];
+                if ((name == "--clip-level" && !parseLevel(v, mix_settings.clipLevel)) ||
+                    (name == "--dest-level" && !parseLevel(v, mix_settings.destLevel)))
+                    return kExitUsage;
+                if (name == "--target")
+                    mix_settings.target = v == "left" ? MixTarget::Left : v == "right" ? MixTarget::Right : MixTarget::Both;
+                if (name == "--curve")
+                    mix_settings.crossfadeCurve = v == "exponential" ? 0 : 1;
+                j += 2;
+            }
+            if (step == "--crossfade")
+                mix_settings.target = MixTarget::Both;
+            i = j - 1;
+            ok = edit_operation(f, f, false, step == "--mix" ? kMix : kCrossfade);
+        } else if (step == "--copy") {
+            ok = copy_command(f);
+        } else if (step == "--cut") {
+            ok = edit_operation(f, f, true, kCut);
+        } else if (step == "--paste") {
+            ok = edit_operation(f, f, false, kPaste);
+        } else if (step == "--replace") {
+            ok = edit_operation(f, f, false, kReplace);
+        } else if (step == "--crop") {
+            ok = edit_operation(f, f, true, kCrop);
+        } else if (step == "--trim") {
+            ok = trim_command(f);
+        } else if (step == "--insert-silence") {
+            std::uint32_t units = 0;
+            if (value == "selection") {
+                if (!f.bHighlight) {
+                    std::cerr << "ondrava-cli: --insert-silence selection needs a highlight\n";
+                    return kExitFailed;
+                }
+                units = f.nSelEnd - f.nSelStart;
+            } else {
+                char* end = nullptr;
+                const double seconds = std::strtod(value.c_str(), &end);
+                if (*end != '\0' || seconds <= 0.0 || seconds > 36000.0)
+                    return usage();
+                units = static_cast<std::uint32_t>(std::lround(seconds * f.wfx.nSamplesPerSec)) * f.wfx.nChannels;
+            }
+            ok = insert_silence_command(f, units);
+        } else if (step == "--undo") {
+            if (f.bUndoAvailable)
+                undo_redo_toggle(f);
+        } else if (step == "--redo") {
+            if (f.bRedoAvailable)
+                undo_redo_toggle(f);
+        } else if (step == "--new-from-selection") {
+            ok = new_file_from_selection(f);
         } else if (step == "--save" || step == "--save-selection") {
-            if (!save_waveform_file(f, value, step == "--save-selection", 0))
-                return kExitFailed;
+            ok = save_waveform_file(f, value, step == "--save-selection", 0);
         }
+        if (!ok)
+            return kExitFailed;
     }
     return kExitOk;
 }

@@ -1,0 +1,125 @@
+#include "edit/mix.h"
+
+#include "app/messages.h"
+#include "app/posix_io.h"
+#include "app/progress.h"
+#include "app/unique_fd.h"
+#include "view/child_frame.h"
+#include "wavefile/byte_order.h"
+
+#include <algorithm>
+#include <cmath>
+#include <fcntl.h>
+#include <new>
+#include <vector>
+
+MixSettings mix_settings;
+
+namespace {
+
+struct Gains {
+    double clip = 1.0;
+    double dest = 1.0;
+};
+
+int readSample(const unsigned char* p, int bps) { return bps == 1 ? p[0] - 128 : static_cast<std::int16_t>(get_le16(p)); }
+
+void writeSample(unsigned char* p, int bps, double v)
+{
+    if (bps == 1) {
+        const long s = std::clamp<long>(static_cast<long>(v), -127, 127);
+        p[0] = static_cast<unsigned char>(s + 128);
+    } else {
+        const long s = std::clamp<long>(static_cast<long>(v), -32767, 32767);
+        put_le16(p, static_cast<std::uint16_t>(static_cast<std::int16_t>(s)));
+    }
+}
+
+}  // namespace
+
+int mix_into(const CChildFrame& d, const std::string& insertSource, std::uint64_t length, std::uint64_t start,
+             const std::string& out, bool crossfade, std::uint64_t crossfadeBytes)
+{
+    const int bps = d.bytesPerSample();
+    if (bps != 1 && bps != 2)
+        return 1;  // other widths are not mixed
+    std::vector<unsigned char> mixed, clip;
+    try {
+        mixed.assign(16384, 0);
+        clip.assign(16384, 0);
+    } catch (const std::bad_alloc&) {
+        NewErrMsg(5001);
+        return 0;
+    }
+    UniqueFd dest(::open(d.szFileName.c_str(), O_RDONLY | O_CLOEXEC));
+    UniqueFd source(::open(insertSource.c_str(), O_RDONLY | O_CLOEXEC));
+    UniqueFd target(::open(out.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
+    if (!dest.valid() || !source.valid() || !target.valid()) {
+        NewErrMsg(5070);
+        return 0;
+    }
+    const MixSettings s = mix_settings;  // a cross-fade leaves the settings as they were
+    const double step = 2.0 * bps;       // bytes per step of two sample values
+    const double n = crossfadeBytes ? static_cast<double>(crossfadeBytes) : static_cast<double>(length);
+    // The linear ramps' slopes, from the levels at the start; each takes the
+    // other stream's level.
+    const double clipSlope = step * s.destLevel / n;
+    const double destSlope = step * s.clipLevel / n;
+    const double k = -std::log(0.08) * step / n;
+
+    HWND box = display_message_dialog("Mixing waveform...", 0);
+    current_progress_box = box;
+    show_percent_done(box, 0);
+    std::uint64_t done = 0;
+    long long stepIndex = 0;
+    bool ok = true;
+    while (ok && done < length) {
+        const long long want = static_cast<long long>(std::min<std::uint64_t>(16384, length - done));
+        const long long destGot = std::max(0LL, read_fully(dest.get(), mixed.data(), want, static_cast<long long>(start + done)));
+        const long long clipGot = std::max(0LL, read_fully(source.get(), clip.data(), want, static_cast<long long>(done)));
+        if (clipGot <= 0)
+            break;
+        for (long long at = 0; at + 2 * bps <= clipGot; at += 2 * bps) {
+            ++stepIndex;
+            Gains left{s.clipLevel, s.destLevel}, right{s.clipLevel, s.destLevel};
+            if (crossfade) {
+                Gains g;
+                if (s.crossfadeCurve == 1) {
+                    g.clip = 2.0 * stepIndex * clipSlope;
+                    g.dest = 2.0 * s.destLevel - stepIndex * destSlope;
+                } else {
+                    const double e = 1.0 - std::exp(-k * stepIndex);
+                    g.clip = 2.0 * e * s.clipLevel;
+                    g.dest = 2.0 * (1.0 - e) * s.destLevel;
+                }
+                g.clip = std::min(g.clip, 2.0 * s.clipLevel);
+                g.dest = std::max(g.dest, 0.0);
+                left = right = g;
+            } else if (s.target == MixTarget::Left) {
+                left = {2.0 * s.clipLevel, 0.0};
+                right = {0.0, 2.0 * s.destLevel};
+            } else if (s.target == MixTarget::Right) {
+                left = {0.0, 2.0 * s.destLevel};
+                right = {2.0 * s.clipLevel, 0.0};
+            }
+            for (int half = 0; half < 2; ++half) {
+                const long long pos = at + half * bps;
+                Gains g = half == 0 ? left : right;
+                // Past the destination's data the clipboard stands alone.
+                if (pos + bps > destGot)
+                    g = {2.0 * s.clipLevel, 0.0};
+                const int c = readSample(clip.data() + pos, bps);
+                const int v = pos + bps <= destGot ? readSample(mixed.data() + pos, bps) : 0;
+                writeSample(mixed.data() + pos, bps, (c * g.clip + v * g.dest) * 0.5);
+            }
+        }
+        ok = write_fully(target.get(), mixed.data(), clipGot);
+        done += static_cast<std::uint64_t>(clipGot);
+        show_percent_done(box, static_cast<int>(done * 100.0 / (length + 1.0)));
+    }
+    terminate_message_dialog(box);
+    restore_wait_cursor();
+    if (!ok)
+        NewErrMsg(5025);
+    return ok ? 1 : 0;
+}

@@ -1,0 +1,153 @@
+#include "edit/pseudo_clipboard.h"
+
+#include "app/app_paths.h"
+#include "app/file_names.h"
+#include "app/messages.h"
+#include "app/posix_io.h"
+#include "app/progress.h"
+#include "app/unique_fd.h"
+#include "view/child_frame.h"
+#include "wavefile/pcm_converter.h"
+#include "wavefile/wave_state.h"
+
+#include <cstdio>
+#include <fcntl.h>
+#include <fstream>
+#include <new>
+#include <sstream>
+#include <unistd.h>
+#include <vector>
+
+HWND clipboard_source_frame = nullptr;
+
+std::string clipboard_data_path() { return join_path(data_directory(), "clipbord.clp"); }
+std::string clipboard_text_path() { return join_path(data_directory(), "cliptext.clp"); }
+std::string clipboard_converted_path() { return join_path(data_directory(), "convclip.clp"); }
+
+std::string format_text(const ClipboardFormat& f)
+{
+    char text[64];
+    std::snprintf(text, sizeof text, "%d%s%d%s%ld", f.channels, " ", f.bits, " ", f.rate);
+    return text;
+}
+
+std::optional<ClipboardFormat> parse_format_text(const std::string& text)
+{
+    ClipboardFormat f;
+    char extra = 0;
+    if (std::sscanf(text.c_str(), "%d %d %ld %c", &f.channels, &f.bits, &f.rate, &extra) != 3)
+        return std::nullopt;
+    if ((f.channels != 1 && f.channels != 2) || (f.bits != 8 && f.bits != 16) || f.rate <= 0)
+        return std::nullopt;
+    return f;
+}
+
+ClipboardFormat format_of(const CChildFrame& frame)
+{
+    return {frame.wfx.nChannels, frame.wfx.wBitsPerSample, static_cast<long>(frame.wfx.nSamplesPerSec)};
+}
+
+int copy_to_pseudo_clipboard(CChildFrame& f)
+{
+    bCopyOneChannel = 0;
+    if (f.wfx.nChannels == 2 && f.bLeftChannel != f.bRightChannel) {
+        nChannelSelector = f.bLeftChannel ? 2 : 3;
+        bCopyOneChannel = 1;
+    }
+    const std::string data = clipboard_data_path();
+    {
+        const int fd = ::open(data.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+        if (fd < 0) {
+            bCopyOneChannel = 0;
+            NewErrMsg(5031);
+            return 0;
+        }
+        ::close(fd);
+    }
+    const auto bps = static_cast<std::uint32_t>(f.bytesPerSample());
+    const std::uint32_t start = (std::min(f.nSelStart, f.nTotalSamples) * bps) & ~3u;
+    const std::uint32_t end = (std::min(f.nSelEnd, f.nTotalSamples) * bps) & ~3u;
+    const int copied =
+        f.copy_file_to_file(data, f.szFileName, end > start ? end - start : 0, start, -1, 0, "Copying file...");
+    bCopyOneChannel = 0;
+    if (!copied)
+        return 0;
+    std::ofstream text(clipboard_text_path(), std::ios::trunc);
+    text << format_text(format_of(f));
+    if (!text.flush()) {
+        NewErrMsg(5031);
+        return 0;
+    }
+    clipboard_source_frame = f.hWaveWnd;
+    return 1;
+}
+
+std::optional<InsertSource> clipboard_for(const CChildFrame& destination)
+{
+    const std::string data = clipboard_data_path();
+    const std::uint64_t length = get_named_file_length(data);
+    std::ifstream textFile(clipboard_text_path());
+    std::stringstream text;
+    text << textFile.rdbuf();
+    const auto clip = parse_format_text(text.str());
+    if (!file_exists(data) || length == 0 || !clip) {
+        NewErrMsg(5070);
+        return std::nullopt;
+    }
+    const ClipboardFormat dest = format_of(destination);
+    if (clip->channels == dest.channels && clip->bits == dest.bits && clip->rate == dest.rate)
+        return InsertSource{data, length};
+
+    // Convert the clipboard into "convclip.clp" in the destination's format.
+    conversion_parameters = {static_cast<std::uint32_t>(clip->rate), static_cast<std::uint32_t>(clip->bits / 8),
+                             static_cast<std::uint32_t>(clip->channels), static_cast<std::uint32_t>(dest.rate),
+                             static_cast<std::uint32_t>(dest.bits / 8), static_cast<std::uint32_t>(dest.channels)};
+    if (!begin_pcm_conversion()) {
+        NewErrMsg(5071);
+        return std::nullopt;
+    }
+    const std::string converted = clipboard_converted_path();
+    ::unlink(converted.c_str());
+    UniqueFd in(::open(data.c_str(), O_RDONLY | O_CLOEXEC));
+    UniqueFd out(::open(converted.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+    if (!in.valid() || !out.valid()) {
+        end_pcm_conversion();
+        NewErrMsg(5070);
+        return std::nullopt;
+    }
+    std::vector<unsigned char> input, output;
+    try {
+        input.assign(32768, 0);
+        output.assign(converted_buffer_size(32768) + 64, 0);
+    } catch (const std::bad_alloc&) {
+        end_pcm_conversion();
+        NewErrMsg(5026);
+        return std::nullopt;
+    }
+    HWND box = display_message_dialog("Reformating waveform ...", 0);
+    current_progress_box = box;
+    show_percent_done(box, 0);
+    std::uint64_t done = 0, written = 0;
+    bool ok = true;
+    while (ok && done < length) {
+        const long long got = read_fully(in.get(), input.data(), 32768);
+        if (got <= 0)
+            break;
+        done += static_cast<std::uint64_t>(got);
+        const std::size_t n = convert_pcm_block(input.data(), static_cast<std::size_t>(got), output.data(), output.size());
+        ok = write_fully(out.get(), output.data(), static_cast<long long>(n));
+        written += n;
+        show_percent_done(box, static_cast<int>(done * 100.0 / (length + 1.0)));
+    }
+    const std::size_t n = finish_pcm_conversion(output.data(), output.size());
+    ok = ok && write_fully(out.get(), output.data(), static_cast<long long>(n));
+    written += n;
+    end_pcm_conversion();
+    terminate_message_dialog(box);
+    restore_wait_cursor();
+    if (!ok || !out.reset()) {
+        NewErrMsg(5070);
+        return std::nullopt;
+    }
+    return InsertSource{converted, written};
+}

@@ -1,0 +1,167 @@
+#include "edit/undo.h"
+
+#include "app/clock.h"
+#include "app/file_names.h"
+#include "app/messages.h"
+#include "edit/edit_menu_state.h"
+#include "edit/undo_labels.h"
+#include "view/child_frame.h"
+#include "view/display_levels.h"
+#include "view/view_navigation.h"
+
+#include <algorithm>
+#include <cmath>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+void (*g_committed)(CChildFrame&) = nullptr;
+
+void notifyCommitted(CChildFrame& f)
+{
+    if (g_committed)
+        g_committed(f);
+}
+
+// Keeps the view's zoom and position where they still make sense after the
+// shown version changed.
+void fitView(CChildFrame& f, int level, std::uint32_t first)
+{
+    f.nZoomLevel = std::clamp(level, 1, f.nMaxZoomLevel);
+    f.fZoom = std::ldexp(1.0f, f.nZoomLevel - 1);
+    f.nFirstSample = std::min(first, f.nTotalSamples);
+    f.bRedrawAll = true;
+    compute_scroll_range(f);
+    update_highlight_pixels(f);
+}
+
+std::uint32_t bytesPerSample(const CChildFrame& f) { return static_cast<std::uint32_t>(f.bytesPerSample()); }
+
+}  // namespace
+
+void set_version_committed_handler(void (*handler)(CChildFrame&)) { g_committed = handler; }
+
+int setup_for_undo(HWND window, int copy)
+{
+    CChildFrame* f = frame_from_handle(window);
+    return f ? setup_for_undo(*f, copy) : 0;
+}
+
+int setup_for_redo(HWND window, int code, int copy)
+{
+    CChildFrame* f = frame_from_handle(window);
+    return f ? setup_for_redo(*f, code, copy) : 0;
+}
+
+int setup_for_undo(CChildFrame& f, int copy)
+{
+    if (f.szFileName != f.szRedoFileName) {
+        // No operation yet, or the user undid: a newest version that was
+        // undone is given up for good.
+        if (f.szFileName == f.szUndoFileName && !f.szRedoFileName.empty()) {
+            f.otherVersion.release();
+            f.otherVersion = VersionState{};
+            ::unlink(f.szRedoFileName.c_str());
+        }
+        f.szUndoFileName = f.szFileName;
+    } else {
+        // The shown file is the newest version: the one before it goes.
+        f.otherVersion.release();
+        f.otherVersion = VersionState{};
+        if (!f.szUndoFileName.empty())
+            ::unlink(f.szUndoFileName.c_str());
+        f.szUndoFileName = f.szRedoFileName;
+    }
+    make_unique_file_name(f.szRedoFileName, ".tmp");
+    busy_wait_ms(20);
+    const int fd = ::open(f.szRedoFileName.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    if (fd < 0) {
+        NewErrMsg(5031);
+        return 0;
+    }
+    ::close(fd);
+    if (!copy)
+        return 1;
+    return f.copy_file_to_file(f.szRedoFileName, f.szFileName, f.nSelEnd * bytesPerSample(f), 0, -1, 0,
+                               "Copying file...");
+}
+
+int setup_for_redo(CChildFrame& f, int code, int copy)
+{
+    const std::uint32_t bps = bytesPerSample(f);
+    if (copy && code == 1881 &&
+        !f.copy_file_to_file(f.szRedoFileName, f.szFileName, f.nSelStart * bps, 0, -1, 0, "Copying file..."))
+        return 0;
+    if (copy && !f.copy_file_to_file(f.szRedoFileName, f.szFileName, (f.nTotalSamples - f.nSelEnd) * bps,
+                                     f.nSelEnd * bps, -1, 0, "Copying file..."))
+        return 0;
+    const std::uint32_t length = changes_length(code) ? f.nNewVersionLength : f.nTotalSamples;
+
+    // Build the newest version in the frame's place; on failure the shown
+    // version comes back untouched.
+    const int level = f.nZoomLevel;
+    const std::uint32_t first = f.nFirstSample;
+    VersionState shown;
+    swap_version(f, shown);
+    f.szFileName = f.szRedoFileName;
+    f.wfx = shown.wfx;
+    f.nTotalSamples = length;
+    f.nSelStart = std::min(shown.nSelStart, length);
+    f.nSelEnd = std::min(shown.nSelEnd, length);
+    compute_display_levels(f, screen_width_pixels());
+    bool built = true;
+    if (length * bps >= 9) {
+        built = map_finest_level(f) != 0;
+        if (built && f.nMaxZoomLevel >= 2)
+            built = build_overview_level(f, "Processing file %s...") != 0;
+    }
+    if (!built) {
+        f.release_levels();
+        if (!f.szOverviewFileName.empty())
+            ::unlink(f.szOverviewFileName.c_str());
+        swap_version(f, shown);
+        return 0;
+    }
+    f.otherVersion = std::move(shown);
+    if (const auto labels = undo_labels(code)) {
+        f.szUndoLabel = labels->first;
+        f.szRedoLabel = labels->second;
+    }
+    edit_menu_state().undoCommand = kUndoCommand;
+    edit_menu_state().undoText = f.szUndoLabel.empty() ? kPlainUndoText : f.szUndoLabel;
+    f.bRedoAvailable = 0;
+    f.bUndoAvailable = 1;
+    f.bModified = 1;
+    fitView(f, level, first);
+    notifyCommitted(f);
+    return 1;
+}
+
+void undo_redo_toggle(CChildFrame& f)
+{
+    if (f.otherVersion.empty())
+        return;
+    const int level = f.nZoomLevel;
+    const std::uint32_t first = f.nFirstSample;
+    swap_version(f, f.otherVersion);
+    if (f.bUndoAvailable) {
+        f.bUndoAvailable = 0;
+        f.bRedoAvailable = 1;
+        edit_menu_state().undoCommand = kRedoCommand;
+        edit_menu_state().undoText = f.szRedoLabel;
+    } else {
+        f.bUndoAvailable = 1;
+        f.bRedoAvailable = 0;
+        edit_menu_state().undoCommand = kUndoCommand;
+        edit_menu_state().undoText = f.szUndoLabel;
+    }
+    fitView(f, level, first);
+    notifyCommitted(f);
+}
+
+void undo_menu_command(CChildFrame& f)
+{
+    if (f.bUndoAvailable || f.bRedoAvailable)
+        undo_redo_toggle(f);
+}

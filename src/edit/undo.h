@@ -1,0 +1,25 @@
+#pragma once
+
+#include "app/window_handle.h"
+
+class CChildFrame;
+
+// One level of undo through version files. Before an operation writes,
+// setup_for_undo makes a fresh newest version file (with `copy`, holding the
+// shown file up to the end of the selection); after it has written,
+// setup_for_redo completes and shows it. Undo and Redo then switch between
+// the previous and the newest version without copying anything.
+
+int setup_for_undo(HWND window, int copy);
+int setup_for_redo(HWND window, int code, int copy);
+int setup_for_undo(CChildFrame& frame, int copy);
+int setup_for_redo(CChildFrame& frame, int code, int copy);
+
+// Commands 11600 and 11601 (one handler that toggles) and 11602 (the menu
+// item: Undo when it is available, else Redo when that is).
+void undo_redo_toggle(CChildFrame& frame);
+void undo_menu_command(CChildFrame& frame);
+
+// Called when a commit finishes, for the window to repaint and the menus to
+// follow.
+void set_version_committed_handler(void (*handler)(CChildFrame&));
