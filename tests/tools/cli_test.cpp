@@ -234,3 +234,41 @@ TEST_F(CliTest, AnAdpcmFileOpensThroughTheHelperWhenTheUserAgrees)
     EXPECT_FALSE(std::filesystem::exists(path("ondrava/outadpcm.wav")));
     EXPECT_FALSE(std::filesystem::exists(path("ondrava/finished")));
 }
+
+TEST_F(CliTest, EditStepsAndAClipboardThatOutlivesTheRun)
+{
+    const Bytes data = W::randomBytes(40000, 8);
+    writeFile(path("a.wav"), W::pcm(2, 22050, 16, data));
+    writeFile(path("b.wav"), W::pcm(2, 22050, 16, W::randomBytes(8000, 9)));
+    // One run copies...
+    Run run = cli({"run", "a.wav", "--select", "1000:3000", "--copy"});
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    // ...the next pastes at an insertion point.
+    run = cli({"run", "b.wav", "--select", "2000:2000", "--paste", "--save", "pasted.wav"});
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    const Bytes pasted = readFile(path("pasted.wav"));
+    ASSERT_EQ(pasted.size(), 44u + 8000u + 4000u);
+    EXPECT_EQ(Bytes(pasted.begin() + 44 + 4000, pasted.begin() + 44 + 8000), Bytes(data.begin() + 2000, data.begin() + 6000));
+
+    // Cut, undo, redo: the saves in between show each version.
+    run = cli({"run", "a.wav", "--select", "0:10000", "--cut", "--save", "cut.wav", "--undo", "--save", "undone.wav",
+               "--redo", "--save", "redone.wav"});
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(readFile(path("cut.wav")).size(), 44u + 20000u);
+    EXPECT_EQ(readFile(path("undone.wav")), readFile(path("a.wav")));
+    EXPECT_EQ(readFile(path("redone.wav")), readFile(path("cut.wav")));
+
+    // Mix and cross-fade take their settings after them; silence by seconds.
+    run = cli({"run", "a.wav", "--select", "0:4000", "--copy", "--select", "8000:12000", "--mix", "--clip-level", "0.5",
+               "--target", "left", "--crossfade", "--curve", "exponential", "--insert-silence", "0.5", "--trim",
+               "--crop", "--save", "edited.wav"});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(readFile(path("edited.wav")).size(), 44u + 8000u);  // the cropped highlight
+    // Crop clears the highlight, so Trim has nothing to keep.
+    EXPECT_EQ(cli({"run", "a.wav", "--select", "0:4000", "--crop", "--trim"}).exitCode, 1);
+    EXPECT_EQ(cli({"run", "a.wav", "--mix", "--clip-level", "3"}).exitCode, 2);
+    EXPECT_EQ(cli({"run", "a.wav", "--insert-silence", "selection"}).exitCode, 1);
+    EXPECT_TRUE(filesIn(path("ondrava/work")).size() >= 2u);  // the clipboard files stay
+    for (const std::string& name : filesIn(path("ondrava/work")))
+        EXPECT_EQ(name.find(".tmp"), std::string::npos) << name;  // every version file is gone
+}
