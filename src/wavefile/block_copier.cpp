@@ -7,6 +7,7 @@
 #include "app/unique_fd.h"
 #include "wavefile/wave_state.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <new>
@@ -114,7 +115,10 @@ int copy_file_to_file(const CopyFormat& format, const std::string& destination,
     // rewrite needs every block in hand.
     bool inKernel = !bCopyOneChannel;
     while (copied < count) {
-        long got = inKernel ? kernelCopy(in.get(), out.get(), ask) : -1;
+        // In the kernel there is no buffer to fill: one call takes up to 32
+        // blocks, which spares most of the calls on a long file.
+        const long kernelAsk = static_cast<long>(std::min<std::uint64_t>(count - copied, 32ull * kCopyBlockSize));
+        long got = inKernel ? kernelCopy(in.get(), out.get(), kernelAsk) : -1;
         if (got == -1) {
             inKernel = false;
             got = static_cast<long>(read_fully(in.get(), buffer.data(), ask));
@@ -133,6 +137,8 @@ int copy_file_to_file(const CopyFormat& format, const std::string& destination,
         remaining -= static_cast<std::uint32_t>(got);
         if (remaining < static_cast<std::uint32_t>(blockSize))
             ask = static_cast<long>(remaining);
+        else
+            ask = blockSize;
         if (progress) {
             if (cancel_button_pressed(scope.box))
                 return 0;

@@ -248,11 +248,11 @@ TEST_F(DocumentOpenTest, AFullDiskWhileCopyingCreatesNoDocument)
 
 TEST_F(DocumentOpenTest, CancellingTheOverviewEndsTheOpenWithThePartBuilt)
 {
-    // The copy polls Cancel once per 32768-byte block (twice here), the
-    // overview once every ten blocks of 256 frames: Cancel on its first poll.
+    // The copy (in the kernel, up to 32 blocks a call) polls Cancel once here,
+    // the overview once every ten blocks of 256 frames: Cancel on its first poll.
     writeFile(path("in.wav"), W::pcm(1, 22050, 16, W::randomBytes(65536, 9)));
     szOpenedFileName = path("in.wav");
-    host.cancelAfterPolls(2);
+    host.cancelAfterPolls(1);
     {
         CChildFrame f;
         EXPECT_EQ(open_document(f), 0);

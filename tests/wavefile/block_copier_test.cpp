@@ -72,12 +72,21 @@ TEST_F(BlockCopierTest, ProgressIsForcedFromSixSecondsOfBytes)
 
 TEST_F(BlockCopierTest, CancelStopsTheCopy)
 {
-    writeFile(path("src"), Bytes(10 * 32768, 3));
+    // Plain copies run in the kernel 32 blocks a call and hear Cancel after
+    // each call; the one-channel rewrite copies and hears it block by block.
+    writeFile(path("src"), Bytes(200 * 32768, 3));
     writeFile(path("dst"), {});
     host.cancelAfterPolls(2);
-    EXPECT_EQ(copy(10 * 32768, 0, 0, 1), 0);
-    EXPECT_EQ(get_named_file_length(path("dst")), 3u * 32768u);
+    EXPECT_EQ(copy(200 * 32768, 0, 0, 1), 0);
+    EXPECT_EQ(get_named_file_length(path("dst")), 3u * 32u * 32768u);
     EXPECT_FALSE(host.progressOpen());
+
+    writeFile(path("dst"), {});
+    bCopyOneChannel = 1;
+    host.cancelAfterPolls(2);
+    EXPECT_EQ(copy(10 * 32768, 0, 0, 1), 0);
+    bCopyOneChannel = 0;
+    EXPECT_EQ(get_named_file_length(path("dst")), 3u * 32768u);
 }
 
 TEST_F(BlockCopierTest, AFullDiskIsReportedAndFails)
