@@ -17,6 +17,12 @@
 #include "view/display_levels.h"
 #include "view/document_open.h"
 #include "view/document_save.h"
+#include "edit/copy_selection_dialog.h"
+#include "edit/edit_operations.h"
+#include "edit/pseudo_clipboard.h"
+#include "edit/undo.h"
+#include "view/mouse_selection.h"
+#include "view/view_navigation.h"
 #include "wavefile/wave_file_dialogs.h"
 #include "view/open_by_type.h"
 #include "wavefile/file_types.h"
@@ -157,6 +163,15 @@ void CMainFrame::buildMenus()
 
     QMenu* edit = menuBar()->addMenu(tr("&Edit"));
     addCommand(edit, 11602, QString())->setEnabled(false);
+    edit->addSeparator();
+    for (int id : {11303, 11304, 11305, 11306, 11307})
+        addCommand(edit, id, QString());
+    edit->addSeparator();
+    addCommand(edit, 11302, QString());
+    addCommand(edit, 1881, QString());
+    // Clear runs through the amplify entry of the effect modules, which come later.
+    addCommand(edit, 11301, QString())->setEnabled(false);
+    addCommand(edit, 11518, QString(), QKeySequence(QStringLiteral("Alt+Shift+L")));
     edit->addSeparator();
     addCommand(edit, 1020, QString());
 
@@ -362,6 +377,55 @@ void CMainFrame::save(bool askName, bool selectionOnly)
     }
 }
 
+void CMainFrame::editCommand(int id)
+{
+    ChildFrameWindow* doc = activeDocument();
+    if (!doc)
+        return;
+    CChildFrame& f = doc->frame();
+    f.nClientWidth = doc->width();
+    f.nClientHeight = doc->height();
+    const bool inserting = id == kCopy || id == kPaste || id == kReplace || id == kMix;
+    // Without a highlight, the clipboard goes in at the caret.
+    if (inserting && id != kCopy && !f.bHighlight) {
+        const auto at = static_cast<std::uint32_t>(f.pixel_to_sample(static_cast<float>(std::max(0, f.nCaretX))) &
+                                                   static_cast<std::uint32_t>(frame_mask(f)));
+        set_selection_units(f, std::min(at, f.nTotalSamples), std::min(at, f.nTotalSamples));
+    }
+    CChildFrame* source = frame_from_handle(clipboard_source_frame);
+    switch (id) {
+    case 11602: undo_menu_command(f); break;
+    case 11600:
+    case 11601: undo_redo_toggle(f); break;
+    case kCopy: copy_command(f); break;
+    case kCut: edit_operation(f, f, true, kCut); break;
+    case kPaste:
+    case kReplace:
+    case kMix: edit_operation(source ? *source : f, f, false, id); break;
+    case kCrop: edit_operation(f, f, true, kCrop); break;
+    case kTrim: trim_command(f); break;
+    case kInsertSilence: {
+        SilenceDialog dialog(this);
+        const int result = dialog.exec();
+        if (result == kInsertSilence) {
+            if (!f.bHighlight) {
+                message_beep();
+                break;
+            }
+            insert_silence_command(f, f.nSelEnd - f.nSelStart);
+        } else if (result == 11500) {
+            const std::uint32_t seconds = static_cast<std::uint32_t>(silence_length.seconds + silence_length.minutes * 60);
+            insert_silence_command(f, seconds * f.wfx.nChannels * f.wfx.nSamplesPerSec);
+        }
+        break;
+    }
+    default: break;
+    }
+    doc->refreshAfterEdit();
+    updateCommandStates();
+    updatePositionDisplays();
+}
+
 void CMainFrame::newFromSelection()
 {
     if (ChildFrameWindow* doc = activeDocument())
@@ -395,6 +459,10 @@ void CMainFrame::onCommand(int id)
         return;
     }
     switch (id) {
+    case 11602: case 11600: case 11601: case kCopy: case kCut: case kPaste: case kReplace: case kMix:
+    case kCrop: case kTrim: case kInsertSilence:
+        editCommand(id);
+        break;
     case kCommandNew: newFile(); break;
     case kCommandSave: save(false, false); break;
     case kCommandSaveAs: save(true, false); break;
@@ -436,8 +504,13 @@ void CMainFrame::updateCommandStates()
     for (int id : {11906, 11900, 11901, 11902, 11903, 11904, 11905, kCommandSaveSelection, kCommandNewFromSelection})
         if (QAction* a = action(id))
             a->setEnabled(hasHighlight);
-    if (QAction* undo = action(11602))
+    if (QAction* undo = action(11602)) {
         undo->setText(QString::fromStdString(edit_menu_state().undoText).section('\t', 0, 0));
+        undo->setEnabled(doc && (doc->frame().bUndoAvailable || doc->frame().bRedoAvailable));
+    }
+    for (int id : {kCut, kCopy, kPaste, kReplace, kMix, kCrop, kTrim, kInsertSilence})
+        if (QAction* a = action(id))
+            a->setEnabled(hasDocument);
 }
 
 void CMainFrame::updatePositionDisplays()

@@ -59,6 +59,7 @@ private:
     void openWithDialog();
     void save(bool askName, bool selectionOnly);
     void newFromSelection();
+    void editCommand(int id);
     void showPreferences();
     QMdiSubWindow* addDocument(ChildFrameWindow* window);
 

@@ -4,6 +4,8 @@
 #include "app/qt_ui_host.h"
 #include "app/string_table.h"
 #include "audio/transport_state.h"
+#include "edit/copy_selection_dialog.h"
+#include "edit/edit_operations.h"
 #include "view/channel_cursors.h"
 #include "view/child_frame.h"
 #include "view/display_levels.h"
@@ -12,6 +14,8 @@
 
 #include <QAction>
 #include <QCloseEvent>
+#include <QDrag>
+#include <QMimeData>
 #include <QGuiApplication>
 #include <QLabel>
 #include <QMouseEvent>
@@ -20,6 +24,8 @@
 #include <QToolBar>
 
 namespace {
+
+const char* const kHighlightMime = "application/x-ondrava-highlight";
 
 // The play bar's 10 x 10 images, drawn anew.
 QIcon playBarIcon(int id)
@@ -73,6 +79,7 @@ ChildFrameWindow::ChildFrameWindow(std::unique_ptr<CChildFrame> frame, QWidget* 
     setAttribute(Qt::WA_OpaquePaintEvent);
     setMouseTracking(true);
     setFocusPolicy(Qt::StrongFocus);
+    setAcceptDrops(true);
     setWindowTitle(QString::fromStdString(m_frame->szDisplayName));
     setMinimumSize(160, nRulerHeight + nControlRowHeight + 40);
     m_frame->bColorDisplay = preferences().colorDisplay;
@@ -201,9 +208,48 @@ void ChildFrameWindow::mouseMoveEvent(QMouseEvent* event)
 {
     const QPoint at = event->position().toPoint();
     setCursor(cursor_for(cursor_at(*m_frame, at.x(), at.y())));
+    const bool wasDragging = m_frame->bHighlightDragging;
     if (mouse_moved(*m_frame, at.x(), at.y(), event->buttons() & Qt::LeftButton,
                     event->modifiers() & Qt::ShiftModifier))
         changed();
+    if (!wasDragging && m_frame->bHighlightDragging) {
+        // The highlight goes out as data: another document window takes it.
+        auto* drag = new QDrag(this);
+        auto* mime = new QMimeData;
+        mime->setData(kHighlightMime, QByteArray::number(reinterpret_cast<quintptr>(m_frame->hWaveWnd)));
+        drag->setMimeData(mime);
+        drag->exec(Qt::CopyAction);
+        m_frame->bHighlightDragging = false;
+        m_frame->bHighlightDragPending = false;
+    }
+}
+
+void ChildFrameWindow::dragEnterEvent(QDragEnterEvent* event)
+{
+    if (!event->mimeData()->hasFormat(kHighlightMime))
+        return;
+    CChildFrame* source = frame_from_handle(reinterpret_cast<HWND>(event->mimeData()->data(kHighlightMime).toULongLong()));
+    if (source && source != m_frame.get())
+        event->acceptProposedAction();
+}
+
+void ChildFrameWindow::dropEvent(QDropEvent* event)
+{
+    CChildFrame* source = frame_from_handle(reinterpret_cast<HWND>(event->mimeData()->data(kHighlightMime).toULongLong()));
+    if (!source || source == m_frame.get())
+        return;
+    event->acceptProposedAction();
+    dropHighlightFrom(*source);
+}
+
+void ChildFrameWindow::dropHighlightFrom(CChildFrame& source)
+{
+    CopySelectionDialog dialog(m_frame->bHighlight != 0, source.wfx.nChannels == 1, this);
+    const int code = dialog.exec();
+    if (code == 2)
+        return;
+    edit_operation(source, *m_frame, true, code);
+    changed(true);
 }
 
 void ChildFrameWindow::mouseReleaseEvent(QMouseEvent* event)

@@ -26,6 +26,11 @@ public:
     // Returns false when the command is not the document's.
     bool command(int id);
     static bool isViewCommand(int id);
+    // After an edit changed the shown version: scroll range, bar and picture.
+    void refreshAfterEdit() { changed(true); }
+    // A highlight dragged here from another window: the "COPYSELECTION"
+    // choice runs on this document with the clipboard copied from `source`.
+    void dropHighlightFrom(CChildFrame& source);
     QScrollBar* scrollBar() const { return m_scroll; }
     QToolBar* playBar() const { return m_playBar; }
     const QImage& lastPaint() const { return m_client; }
@@ -45,6 +50,8 @@ protected:
     void mouseReleaseEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
 
 private:
     void layoutControls();

@@ -1,0 +1,108 @@
+#include "app/main_frame.h"
+#include "edit/copy_selection_dialog.h"
+#include "edit/edit_menu_state.h"
+#include "edit/edit_operations.h"
+#include "edit/mix.h"
+#include "view/child_frame_window.h"
+#include "view/mouse_selection.h"
+
+#include "gui_test.h"
+
+#include <QAction>
+#include <QRadioButton>
+#include <QSlider>
+#include <QTimer>
+
+using EditCommandsTest = GuiTest;
+
+TEST_F(EditCommandsTest, TheCopySelectionDialogPreselectsByTheDestinationsHighlight)
+{
+    mix_settings = MixSettings{};
+    {
+        CopySelectionDialog withHighlight(true, false);
+        EXPECT_TRUE(withHighlight.button(kPaste)->isChecked());
+        EXPECT_FALSE(withHighlight.button(kCopy)->isEnabled());
+        EXPECT_TRUE(withHighlight.button(kPaste)->isEnabled());
+        EXPECT_EQ(withHighlight.chosenCode(), kPaste);
+    }
+    CopySelectionDialog dialog(false, true);
+    EXPECT_TRUE(dialog.button(kCopy)->isChecked());
+    EXPECT_FALSE(dialog.button(kPaste)->isEnabled());
+    // A mono clipboard: no channel targets, and "both" reads "&Mix".
+    EXPECT_FALSE(dialog.button(246)->isEnabled());
+    EXPECT_FALSE(dialog.button(247)->isEnabled());
+    EXPECT_EQ(dialog.button(245)->text(), "&Mix");
+    // The level bars stand inverted: position = 100 - level x 50.
+    EXPECT_EQ(dialog.levelBar(1000)->value(), 50);
+    dialog.levelBar(1000)->setSliderDown(true);
+    dialog.levelBar(1000)->setSliderPosition(20);
+    EXPECT_DOUBLE_EQ(mix_settings.clipLevel, 1.6);
+    dialog.button(11506)->click();
+    EXPECT_EQ(mix_settings.crossfadeCurve, 0);
+    mix_settings.target = MixTarget::Left;
+    dialog.button(kMix)->click();
+    EXPECT_EQ(mix_settings.target, MixTarget::Both);  // choosing an operation resets the target
+    dialog.accept();
+    EXPECT_EQ(dialog.result(), kMix);
+    CopySelectionDialog cancelled(false, false);
+    cancelled.reject();
+    EXPECT_EQ(cancelled.result(), 2);
+    mix_settings = MixSettings{};
+}
+
+TEST_F(EditCommandsTest, TheEditMenuCutsAndUndoes)
+{
+    {
+        auto tone = openTone(2, 16, 22050, 4000);
+    }
+    CMainFrame frame;
+    ASSERT_TRUE(frame.openFile(QString::fromStdString(path("tone.wav"))));
+    ChildFrameWindow* doc = frame.activeDocument();
+    doc->resize(800, 300);
+    CChildFrame& f = doc->frame();
+    f.bHighlight = 1;
+    set_selection_units(f, 1000, 3000);
+    frame.onCommand(kCut);
+    EXPECT_EQ(f.nTotalSamples, 8000u - 2000u);
+    EXPECT_EQ(frame.action(11602)->text(), "&Undo Cut...");
+    EXPECT_TRUE(frame.action(11602)->isEnabled());
+    frame.onCommand(11602);
+    EXPECT_EQ(f.nTotalSamples, 8000u);
+    EXPECT_EQ(frame.action(11602)->text(), "&Redo Cut...");
+    frame.onCommand(11602);
+    EXPECT_EQ(f.nTotalSamples, 6000u);
+    // Paste without a highlight goes in at the caret.
+    f.bHighlight = 0;
+    f.nCaretX = 0;
+    frame.onCommand(kPaste);
+    EXPECT_EQ(f.nTotalSamples, 8000u);
+    EXPECT_FALSE(frame.action(11301)->isEnabled());  // Clear waits for the effect modules
+    frame.close();
+}
+
+TEST_F(EditCommandsTest, AHighlightDroppedOnAnotherWindowRunsTheChosenOperation)
+{
+    {
+        auto a = openTone(1, 16, 22050, 3000);
+    }
+    std::filesystem::rename(path("tone.wav"), path("a.wav"));
+    {
+        auto b = openTone(1, 16, 22050, 5000);
+    }
+    CMainFrame frame;
+    ASSERT_TRUE(frame.openFile(QString::fromStdString(path("a.wav"))));
+    ASSERT_TRUE(frame.openFile(QString::fromStdString(path("tone.wav"))));
+    ChildFrameWindow* destination = frame.documents()[1];
+    CChildFrame& source = frame.documents()[0]->frame();
+    source.bHighlight = 1;
+    set_selection_units(source, 0, 1000);
+    // The dialog is answered as a user would: Insert, the preselection.
+    QTimer::singleShot(50, [] {
+        if (auto* dialog = qobject_cast<CopySelectionDialog*>(QApplication::activeModalWidget()))
+            dialog->accept();
+    });
+    destination->dropHighlightFrom(source);
+    EXPECT_EQ(destination->frame().nTotalSamples, 5000u + 1000u);
+    EXPECT_EQ(destination->frame().bUndoAvailable, 1);
+    frame.close();
+}
