@@ -160,6 +160,31 @@ TEST_F(EditTest, CuttingEverythingLeavesFourBytesAndReplacingPastTheEndGrows)
     ASSERT_EQ(edit_operation(f, f, false, kReplace), 1);
     EXPECT_EQ(shown(f), join({slice(data, 0, 2400), slice(data, 0, 3200)}));
     EXPECT_EQ(f.nTotalSamples, 1200u + 1600u);
+    undo_redo_toggle(f);
+    // Mixing past the end grows the same way; beyond the destination's data
+    // the clipboard stands alone at twice its level, halved: as it was.
+    select(f, 1200, 1300);
+    ASSERT_EQ(edit_operation(f, f, false, kMix), 1);
+    EXPECT_EQ(f.nTotalSamples, 1200u + 1600u);
+    EXPECT_EQ(slice(shown(f), 4000, 5600), slice(data, 1600, 3200));
+}
+
+TEST_F(EditTest, TransfersBetweenFilesAndMemory)
+{
+    writeFile(path("f.raw"), {1, 2, 3, 4, 5, 6, 7, 8});
+    char buffer[16] = {};
+    EXPECT_EQ(copy_file_to_memory(path("f.raw").c_str(), buffer, 2, 4, 3, 1), 4);
+    EXPECT_EQ(buffer[2], 4);
+    EXPECT_EQ(buffer[5], 7);
+    EXPECT_EQ(copy_file_to_memory(path("f.raw").c_str(), buffer, -5, 100, -1, 0), 8);  // negatives mean 0
+    EXPECT_EQ(copy_file_to_memory(path("none.raw").c_str(), buffer, 0, 4, 0, 0), 0);
+    const char patch[] = {9, 9};
+    EXPECT_EQ(copy_memory_to_file(path("f.raw").c_str(), patch, 0, 2, 6, 1), 1);
+    EXPECT_EQ(readFile(path("f.raw")), (Bytes{1, 2, 3, 4, 5, 6, 9, 9}));
+    EXPECT_EQ(copy_memory_to_file(path("none.raw").c_str(), patch, 0, 2, 0, 0), 0);  // never creates
+    EXPECT_EQ(host.shown().back().text, "CMTF: Was not able to open file " + path("none.raw"));
+    EXPECT_EQ(host.shown().back().caption, "Record File");
+    EXPECT_FALSE(file_exists(path("none.raw")));
 }
 
 TEST_F(EditTest, MixLevelsAndChannelTargetsAndCrossfades)
