@@ -4,7 +4,7 @@
 // memory of the open (all pages, from the kernel's own count) and its peak
 // anonymous memory (sampled), which is what the memory goal counts.
 
-#include "bench_wave.h"
+#include "bench_support.h"
 
 #include <algorithm>
 #include <chrono>

@@ -11,7 +11,7 @@
 #include "view/view_navigation.h"
 #include "view/waveform_renderer.h"
 
-#include "bench_wave.h"
+#include "bench_support.h"
 
 #include <QGuiApplication>
 #include <algorithm>
@@ -26,24 +26,16 @@
 
 int main(int argc, char** argv)
 {
-    std::uint64_t mib = 1024;
-    std::string dir = "bench-render-tmp";
-    for (int i = 1; i + 1 < argc; i += 2) {
-        const std::string a = argv[i];
-        if (a == "--size-mib")
-            mib = std::strtoull(argv[i + 1], nullptr, 10);
-        else if (a == "--dir")
-            dir = argv[i + 1];
-    }
+    const BenchArgs args = parse_bench_args(argc, argv, "bench-render-tmp");
+    const std::uint64_t mib = args.mib;
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    std::filesystem::remove_all(dir);
     ensure_runtime_directory();
     QGuiApplication app(argc, argv);
     HeadlessUiHost host;
     host.setQuiet(true);
     setUiHost(&host);
 
-    std::filesystem::create_directories(dir + "/work");
+    const std::string dir = prepare_bench_dir(args.dir);
     set_data_directory(dir + "/work");
     const std::string wave = dir + "/big.wav";
     std::printf("making %llu MiB of 44.1 kHz stereo 16-bit sound\n", static_cast<unsigned long long>(mib));

@@ -9,7 +9,7 @@
 #include "view/document_save.h"
 #include "wavefile/wave_state.h"
 
-#include "bench_wave.h"
+#include "bench_support.h"
 
 #include <algorithm>
 #include <chrono>
@@ -43,21 +43,12 @@ double timeCommand(const std::string& command)
 
 int main(int argc, char** argv)
 {
-    std::uint64_t mib = 1024;
-    std::string dir = "bench-save-tmp";
-    for (int i = 1; i + 1 < argc; i += 2) {
-        const std::string a = argv[i];
-        if (a == "--size-mib")
-            mib = std::strtoull(argv[i + 1], nullptr, 10);
-        else if (a == "--dir")
-            dir = argv[i + 1];
-    }
+    const BenchArgs args = parse_bench_args(argc, argv, "bench-save-tmp");
+    const std::uint64_t mib = args.mib;
     HeadlessUiHost host;
     host.setQuiet(true);
     setUiHost(&host);
-    std::filesystem::remove_all(dir);
-    std::filesystem::create_directories(dir + "/work");
-    dir = std::filesystem::absolute(dir).string();
+    const std::string dir = prepare_bench_dir(args.dir);
     set_data_directory(dir + "/work");
     const std::string wave = dir + "/big.wav";
     std::printf("making %llu MiB of 44.1 kHz stereo 16-bit sound\n", static_cast<unsigned long long>(mib));

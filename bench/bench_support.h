@@ -1,11 +1,13 @@
 #pragma once
 
-// Writes the large 44.1 kHz stereo 16-bit WAV files the benchmarks work on.
+// What the benchmarks share: their arguments, their scratch folder, and the
+// large 44.1 kHz stereo 16-bit WAV files they work on.
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <unistd.h>
@@ -41,4 +43,32 @@ inline void write_bench_wave(const std::string& name, std::uint64_t dataBytes,
     std::fflush(f);
     fsync(fileno(f));
     std::fclose(f);
+}
+
+// --size-mib N (default 1024) and --dir DIR.
+struct BenchArgs {
+    std::uint64_t mib = 1024;
+    std::string dir;
+};
+inline BenchArgs parse_bench_args(int argc, char** argv, const std::string& defaultDir)
+{
+    BenchArgs args;
+    args.dir = defaultDir;
+    for (int i = 1; i + 1 < argc; i += 2) {
+        const std::string a = argv[i];
+        if (a == "--size-mib")
+            args.mib = std::strtoull(argv[i + 1], nullptr, 10);
+        else if (a == "--dir")
+            args.dir = argv[i + 1];
+    }
+    return args;
+}
+
+// Empties the scratch folder, makes its "work" folder, and returns the
+// folder's absolute path.
+inline std::string prepare_bench_dir(const std::string& dir)
+{
+    std::filesystem::remove_all(dir);
+    std::filesystem::create_directories(dir + "/work");
+    return std::filesystem::absolute(dir).string();
 }
