@@ -1,0 +1,48 @@
+#include "audio/volume.h"
+
+#include "audio/mixer.h"
+
+#include <vector>
+
+std::uint32_t output_level = 255;
+int volume_both_channels = 1;
+int volume_uniform = 1;
+std::uint32_t mixer_previous_level = 0;
+int master_aux_device = -1;
+std::uint32_t software_volume_word = 0xFFFFFFFFu;
+
+void set_output_volume(std::uint32_t level)
+{
+    output_level = level;
+    if (volume_both_channels && volume_uniform) {
+        set_mixer_channel_volume(level, 2, 1);
+    } else if (volume_both_channels) {
+        set_mixer_channel_volume(level, 2, 0);  // the left gets the level
+        set_mixer_channel_volume(0, 1, 0);      // the right is silenced
+    } else {
+        set_mixer_channel_volume(0, 2, 0);
+        set_mixer_channel_volume(level, 1, 0);
+    }
+}
+
+int set_mixer_channel_volume(std::uint32_t level, int channel, int uniform)
+{
+    std::unique_ptr<Mixer> mixer = open_mixer();
+    if (!mixer) {
+        software_volume_word = (level & 0xFFFFu) | ((level & 0xFFFFu) << 16);
+        return 0;
+    }
+    std::vector<std::uint32_t> values;
+    if (const int error = mixer->get(values, uniform != 0))
+        return error;
+    if (values.empty())
+        return 0;
+    mixer_previous_level = values[0] / 256;
+    const std::uint32_t value = static_cast<std::uint32_t>(
+        (static_cast<std::uint64_t>(mixer->minimum()) + mixer->maximum()) * level / 256);
+    const int lineChannels = mixer->channels();
+    for (int index : {lineChannels - channel, 2 - channel})
+        if (index >= 0 && index < static_cast<int>(values.size()))
+            values[static_cast<std::size_t>(index)] = value;
+    return mixer->set(values, uniform != 0);
+}
