@@ -51,5 +51,9 @@ int file_type_of(const std::string& name)
     for (int i = 0; i < 19; ++i)
         if (ext == kExtensions[i])
             return last_file_type = i + 1;
+    // A WAVE file is a WAVE file whatever was chosen before: otherwise one
+    // foreign file would make every dropped or recent WAV file foreign too.
+    if (ext == "wav")
+        return last_file_type = kTypeWav;
     return last_file_type;
 }

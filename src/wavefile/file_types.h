@@ -21,6 +21,6 @@ constexpr int kTypeAll = 20;
 std::vector<FileType> readable_file_types();
 
 // The type of a file name by its extension (the text after the first dot,
-// any case); other extensions keep the type chosen last.
+// any case); "wav" is WAV; other extensions keep the type chosen last.
 int file_type_of(const std::string& name);
 extern int last_file_type;

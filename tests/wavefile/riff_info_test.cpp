@@ -1,4 +1,5 @@
 #include "wavefile/riff_file.h"
+#include "wavefile/file_types.h"
 #include "wavefile/riff_info.h"
 #include "wavefile/wave_io.h"
 
@@ -154,4 +155,20 @@ TEST_F(RiffInfoTest, CopiesAChunkWhole)
     source.seek(0, SEEK_SET);
     ASSERT_TRUE(destination.open(path("dst2"), RiffFile::Mode::Create));
     EXPECT_EQ(copy_riff_chunk(source, destination, ck), 0);
+}
+
+TEST(FileTypes, TheTableAndTheExtensionRule)
+{
+    ASSERT_EQ(file_types().size(), 21u);
+    EXPECT_STREQ(file_types()[0].filter, "Microsoft PCM Files (*.wav)");
+    EXPECT_STREQ(file_types()[7].pattern, ".sf");  // without a star, as it always was
+    EXPECT_STREQ(file_types()[10].filter, "Unigned binary files (*.sou)");
+    EXPECT_EQ(readable_file_types().size(), 19u);  // no RealMedia, no MP3
+    EXPECT_EQ(file_type_of("song.AIF"), 2);
+    EXPECT_EQ(file_type_of("take.1.wav"), 2);  // the text after the first dot: "1.wav" keeps the last type
+    EXPECT_EQ(file_type_of("x.mp3"), 18);
+    EXPECT_EQ(file_type_of("x.unknown"), 18);  // other extensions keep the type chosen last
+    EXPECT_EQ(file_type_of("x.wav"), 0);
+    EXPECT_EQ(file_type_of("movie.avi"), 16);
+    last_file_type = 0;
 }
