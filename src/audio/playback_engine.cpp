@@ -1,0 +1,294 @@
+#include "audio/playback_engine.h"
+
+#include "app/clock.h"
+#include "app/file_names.h"
+#include "app/messages.h"
+#include "app/posix_io.h"
+#include "audio/transport_state.h"
+#include "audio/volume.h"
+#include "edit/pseudo_clipboard.h"
+#include "view/child_frame.h"
+
+#include <algorithm>
+#include <fcntl.h>
+#include <fstream>
+#include <new>
+#include <sstream>
+#include <unistd.h>
+
+namespace {
+
+WaveOutFactory g_factory = nullptr;
+
+bool sixteenToTwentyThree(int bits) { return bits >= 16 && bits <= 23; }
+
+}  // namespace
+
+void set_wave_out_factory(WaveOutFactory factory) { g_factory = factory; }
+
+std::unique_ptr<WaveOutDevice> open_wave_out_device() { return g_factory ? g_factory() : nullptr; }
+
+PlaybackEngine& PlaybackEngine::instance()
+{
+    static PlaybackEngine engine;
+    return engine;
+}
+
+int PlaybackEngine::play_the_wavefile(CChildFrame& f)
+{
+    if (is_playing && m_device) {
+        // A second Play stops at once; the buffers the reset returns are not
+        // refilled.
+        m_stopRequested = true;
+        m_looping = false;
+        m_device->reset();
+        endOfPlayback();
+        m_device->close();
+        return 0;
+    }
+    m_device = open_wave_out_device();
+    if (!m_device)
+        return 0;
+    if (f.nTotalSamples < 30)
+        return 0;
+    set_output_volume(output_level);
+    play_current_buffer = 0;
+    loop_pass = 0;
+    playing_clipboard = false;
+    m_looping = loopPlayback;
+    const std::uint32_t bps = static_cast<std::uint32_t>(f.bytesPerSample());
+    const std::uint32_t start = f.bHighlight ? f.nSelStart : 0;
+    const std::uint32_t end = f.bHighlight ? f.nSelEnd : f.nTotalSamples;
+    const StreamFormat format{f.wfx.nChannels, f.wfx.nSamplesPerSec, f.wfx.wBitsPerSample};
+    if (!openStream(f, format, start * bps, end * bps, false))
+        return 0;
+    return 1;
+}
+
+int PlaybackEngine::play_clipboard(CChildFrame& f)
+{
+    if (is_playing)
+        return 0;
+    m_device = open_wave_out_device();
+    if (!m_device)
+        return 0;
+    playing_clipboard = true;
+    std::ifstream text(clipboard_text_path());
+    std::stringstream line;
+    line << text.rdbuf();
+    const auto clip = parse_format_text(line.str());
+    if (!clip)
+        return 0;
+    const StreamFormat format{clip->channels, static_cast<std::uint32_t>(clip->rate), clip->bits};
+    set_output_volume(output_level);
+    play_current_buffer = 0;
+    loop_pass = 0;
+    m_looping = false;
+    const auto length = static_cast<std::uint32_t>(get_named_file_length(clipboard_data_path()));
+    return openStream(f, format, 0, length, true) ? 1 : 0;
+}
+
+bool PlaybackEngine::openStream(CChildFrame& f, const StreamFormat& format, std::uint32_t startByte,
+                                std::uint32_t endByte, bool clipboard)
+{
+    const std::string path = clipboard ? clipboard_data_path() : f.szFileName;
+    m_file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (m_file < 0) {
+        NewErrMsg(clipboard ? 5009 : 5007);
+        return false;
+    }
+    const std::uint32_t rangeBytes = endByte - startByte;
+    if (clipboard) {
+        // The clipboard's buffers: a fixed size from its byte rate.
+        const std::uint32_t p = format.bytesPerSecond();
+        play_buffer_size = p < 88201 ? p * 8192 / 44100 : 65532;
+        play_buffer_count = 4;
+        play_short = false;
+    } else {
+        play_buffer_size = static_cast<std::uint32_t>(format.channels * (format.bits / 8)) * format.rate / 10;
+        const double duration = static_cast<double>(rangeBytes) / std::max<std::uint32_t>(1, format.bytesPerSecond());
+        play_buffer_count = 4;
+        if (sixteenToTwentyThree(format.bits) && (rangeBytes / 4 < play_buffer_size || duration < 1.24))
+            play_buffer_count = 1;
+        // A one-buffer ring holds the whole range: a short selection plays
+        // from a single buffer. Four buffers hold a tenth of a second each.
+        play_buffer_size = play_buffer_count == 1 ? rangeBytes
+                                                  : std::min(rangeBytes / static_cast<std::uint32_t>(play_buffer_count),
+                                                             play_buffer_size);
+        play_short = duration * (sixteenToTwentyThree(format.bits) ? 0.25 : 1.0) < 0.5;
+    }
+    try {
+        m_buffers.assign(static_cast<std::size_t>(play_buffer_count),
+                         std::vector<unsigned char>(std::max<std::uint32_t>(play_buffer_size, 1), 0));
+        m_bufferBytes.assign(static_cast<std::size_t>(play_buffer_count), 0);
+    } catch (const std::bad_alloc&) {
+        NewErrMsg(5001);
+        ::close(m_file);
+        m_file = -1;
+        return false;
+    }
+    play_total_bytes = rangeBytes;
+    play_start_offset = startByte & ~3u;
+    play_bytes_read = 0;
+    play_buffers_queued = 0;
+    for (int i = 0; i < play_buffer_count; ++i)
+        if (!fill(i))
+            break;
+    m_format = format;
+    m_frame = &f;
+    if (!m_device->open(format, this)) {
+        message_beep();
+        if (clipboard)
+            NewErrMsg(5009);
+        ::close(m_file);
+        m_file = -1;
+        return false;
+    }
+    is_playing = true;
+    transport_state().playing = true;
+    startBookkeeping();
+    return true;
+}
+
+bool PlaybackEngine::fill(int i)
+{
+    const std::int64_t left = static_cast<std::int64_t>(play_total_bytes) - play_bytes_read;
+    const std::uint32_t count = static_cast<std::uint32_t>(std::min<std::int64_t>(left, play_buffer_size));
+    if (left <= 0)
+        return false;
+    const long long got = read_fully(m_file, m_buffers[static_cast<std::size_t>(i)].data(), count,
+                                     static_cast<long long>(play_start_offset) + play_bytes_read);
+    if (got < 1)
+        return false;
+    play_bytes_read += static_cast<std::uint32_t>(got);
+    m_bufferBytes[static_cast<std::size_t>(i)] = static_cast<std::uint32_t>(got);
+    ++play_buffers_queued;
+    return true;
+}
+
+void PlaybackEngine::writeQueued()
+{
+    for (int i = 0; i < play_buffers_queued && i < play_buffer_count; ++i)
+        m_device->write(i, m_buffers[static_cast<std::size_t>(i)].data(), m_bufferBytes[static_cast<std::size_t>(i)]);
+    play_current_buffer = 0;
+}
+
+void PlaybackEngine::on_wave_out_open() { writeQueued(); }
+
+void PlaybackEngine::on_wave_out_done(int)
+{
+    --play_buffers_queued;
+    if (!is_playing)
+        return;  // returned after playback already ended
+    // The returned buffer is refilled and goes back at once, unless Stop was
+    // asked for; a one-buffer ring refills too, so nothing is cut short.
+    if (!m_stopRequested && fill(play_current_buffer)) {
+        m_device->write(play_current_buffer, m_buffers[static_cast<std::size_t>(play_current_buffer)].data(),
+                        m_bufferBytes[static_cast<std::size_t>(play_current_buffer)]);
+        play_current_buffer = (play_current_buffer + 1) % play_buffer_count;
+    }
+    if (play_buffers_queued > 0)
+        return;
+    // The pass is over.
+    if (!m_looping) {
+        m_device->reset();
+        endOfPlayback();
+        m_device->close();
+        return;
+    }
+    m_device->reset();
+    if (loop_count_enabled && ++loop_pass >= loop_count) {
+        endOfPlayback();
+        m_device->close();
+        return;
+    }
+    // Rewind without closing the device.
+    play_current_buffer = 0;
+    play_buffers_queued = 0;
+    play_bytes_read = 0;
+    for (int i = 0; i < play_buffer_count; ++i)
+        if (!fill(i))
+            break;
+    writeQueued();
+}
+
+void PlaybackEngine::on_wave_out_close()
+{
+    m_buffers.clear();
+    m_bufferBytes.clear();
+    m_device.reset();
+}
+
+void PlaybackEngine::stop_playback()
+{
+    if (!m_device || !is_playing)
+        return;
+    m_looping = false;
+    m_stopRequested = true;
+    m_device->reset();
+}
+
+void PlaybackEngine::pause_playback()
+{
+    if (!is_playing || !m_device)
+        return;
+    is_paused = !is_paused;
+    transport_state().paused = is_paused;
+    if (!is_paused) {
+        m_device->restart();
+        play_paused_total += millisecond_clock() - m_pauseTime;
+        if (!play_short && m_host)
+            m_host->startCursorTimer(*m_frame);
+    } else {
+        m_pauseTime = millisecond_clock();
+        m_device->pause();
+        if (!play_short && m_host)
+            m_host->stopCursorTimer(*m_frame);
+    }
+}
+
+float PlaybackEngine::get_play_position_ms()
+{
+    if (!m_device || !m_frame)
+        return play_position_ms;
+    const DevicePosition p = m_device->position();
+    const double bytesPerSecond = m_format.bytesPerSecond();
+    switch (p.unit) {
+    case PositionUnit::Milliseconds: play_position_ms = static_cast<float>(p.value); break;
+    case PositionUnit::Samples: play_position_ms = static_cast<float>(p.value * 1000.0 / m_format.rate); break;
+    case PositionUnit::Bytes: play_position_ms = static_cast<float>(p.value * 1000.0 / bytesPerSecond); break;
+    case PositionUnit::Smpte: {
+        const int fps = p.fps == 24 || p.fps == 25 ? p.fps : 30;
+        play_position_ms = static_cast<float>(((p.hours * 60 + p.minutes) * 60 + p.seconds) * 1000.0 +
+                                              p.frames * 1000.0 / fps);
+        break;
+    }
+    case PositionUnit::Other: break;
+    }
+    return play_position_ms;
+}
+
+void PlaybackEngine::startBookkeeping()
+{
+    m_startTime = m_pauseTime = millisecond_clock();
+    play_paused_total = 0;
+    m_stopRequested = false;
+    if (!play_short && m_host && m_frame)
+        m_host->startCursorTimer(*m_frame);
+}
+
+void PlaybackEngine::endOfPlayback()
+{
+    is_playing = false;
+    is_paused = false;
+    transport_state().playing = false;
+    transport_state().paused = false;
+    if (m_file >= 0)
+        ::close(m_file);
+    m_file = -1;
+    if (m_host && m_frame) {
+        if (!play_short)
+            m_host->stopCursorTimer(*m_frame);
+        m_host->playbackEnded(*m_frame);
+    }
+}

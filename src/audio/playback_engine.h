@@ -1,0 +1,88 @@
+#pragma once
+
+#include "audio/wave_out_device.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+class CChildFrame;
+
+// What playback asks of the window around it: the 30 ms cursor timer, the
+// position display, and the end of playback. The program installs one; the
+// command line and the tests may leave it out.
+class PlaybackHost {
+public:
+    virtual ~PlaybackHost() = default;
+    virtual void startCursorTimer(CChildFrame& frame) = 0;
+    virtual void stopCursorTimer(CChildFrame& frame) = 0;
+    virtual void playbackEnded(CChildFrame& frame) = 0;
+};
+
+// The one playback stream of the program: the document's working file (or
+// the pseudo-clipboard) is read in a ring of at most four buffers of a tenth
+// of a second, each refilled as the device returns it, until the play range is
+// used up; loops rewind without closing the device.
+class PlaybackEngine : public WaveOutListener {
+public:
+    static PlaybackEngine& instance();
+
+    void setHost(PlaybackHost* host) { m_host = host; }
+
+    // Starts the frame's highlight (or the whole file), or stops a stream
+    // that is playing. 1 when it started.
+    int play_the_wavefile(CChildFrame& frame);
+    int play_clipboard(CChildFrame& frame);
+    void stop_playback();
+    // Toggles pause; the paused time is left out of the position.
+    void pause_playback();
+    float get_play_position_ms();
+
+    void on_wave_out_open() override;
+    void on_wave_out_done(int buffer) override;
+    void on_wave_out_close() override;
+
+    // The loop-playback setting (command 11404) and the loop count.
+    bool loopPlayback = false;
+    bool loop_count_enabled = false;
+    int loop_count = 1;
+
+    // State the rest of the program reads.
+    bool is_playing = false;
+    bool is_paused = false;
+    bool play_short = false;
+    bool playing_clipboard = false;
+    int play_buffer_count = 4;
+    std::uint32_t play_buffer_size = 0;
+    int play_current_buffer = 0;
+    int play_buffers_queued = 0;
+    std::uint32_t play_start_offset = 0;
+    std::uint32_t play_total_bytes = 0;
+    std::uint32_t play_bytes_read = 0;
+    int loop_pass = 0;
+    std::uint32_t play_paused_total = 0;
+    float play_position_ms = 0.0f;
+    const std::vector<std::uint32_t>& bufferBytes() const { return m_bufferBytes; }
+
+private:
+    PlaybackEngine() = default;
+    bool openStream(CChildFrame& frame, const StreamFormat& format, std::uint32_t startByte, std::uint32_t endByte,
+                    bool clipboardSizes);
+    bool fill(int buffer);
+    void writeQueued();
+    void endOfPlayback();
+    void startBookkeeping();
+
+    PlaybackHost* m_host = nullptr;
+    std::unique_ptr<WaveOutDevice> m_device;
+    CChildFrame* m_frame = nullptr;
+    int m_file = -1;
+    StreamFormat m_format;
+    std::vector<std::vector<unsigned char>> m_buffers;
+    std::vector<std::uint32_t> m_bufferBytes;
+    bool m_stopRequested = false;
+    bool m_looping = false;
+    std::uint32_t m_startTime = 0;
+    std::uint32_t m_pauseTime = 0;
+};

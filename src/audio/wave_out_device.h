@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+// The wave output device as the playback engine sees it: buffers are written
+// in order and come back in the same order when played. Completions (open,
+// each buffer done, close) reach the listener on the user-interface thread,
+// never from the audio thread.
+struct StreamFormat {
+    int channels = 2;
+    std::uint32_t rate = 44100;
+    int bits = 16;
+    std::uint32_t bytesPerSecond() const { return rate * static_cast<std::uint32_t>(channels * bits / 8); }
+};
+
+class WaveOutListener {
+public:
+    virtual ~WaveOutListener() = default;
+    virtual void on_wave_out_open() = 0;
+    virtual void on_wave_out_done(int buffer) = 0;
+    virtual void on_wave_out_close() = 0;
+};
+
+// The units a device may report its position in.
+enum class PositionUnit { Milliseconds, Samples, Bytes, Smpte, Other };
+struct DevicePosition {
+    PositionUnit unit = PositionUnit::Bytes;
+    std::uint64_t value = 0;
+    int hours = 0, minutes = 0, seconds = 0, frames = 0, fps = 30;
+};
+
+class WaveOutDevice {
+public:
+    virtual ~WaveOutDevice() = default;
+    // Opens the stream; the open completion follows. false when the device
+    // refuses (the format, or it is gone).
+    virtual bool open(const StreamFormat& format, WaveOutListener* listener) = 0;
+    // Queues a buffer; it must stay valid until it comes back.
+    virtual void write(int buffer, const unsigned char* data, std::size_t bytes) = 0;
+    // Returns every queued buffer at once (their completions follow).
+    virtual void reset() = 0;
+    virtual void pause() = 0;
+    virtual void restart() = 0;
+    // Closes the stream; the close completion follows.
+    virtual void close() = 0;
+    virtual DevicePosition position() const = 0;
+};
+
+// The program's output device (the one chosen in the preferences), or null
+// when there is no wave output device at all.
+using WaveOutFactory = std::unique_ptr<WaveOutDevice> (*)();
+void set_wave_out_factory(WaveOutFactory factory);
+std::unique_ptr<WaveOutDevice> open_wave_out_device();

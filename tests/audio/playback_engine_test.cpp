@@ -1,0 +1,211 @@
+#include "audio/playback_engine.h"
+#include "audio/transport_state.h"
+#include "edit/pseudo_clipboard.h"
+#include "view/mouse_selection.h"
+
+#include "simulated_wave_out.h"
+#include "support/document_test.h"
+
+using Bytes = WavBuilder::Bytes;
+
+class PlaybackTest : public DocumentTest, public PlaybackHost {
+protected:
+    void SetUp() override
+    {
+        DocumentTest::SetUp();
+        SimulatedWaveOut::state() = SimulatedWaveOutState{};
+        SimulatedWaveOut::events().clear();
+        set_wave_out_factory(SimulatedWaveOut::make);
+        PlaybackEngine& e = engine();
+        e.setHost(this);
+        e.loopPlayback = false;
+        e.loop_count_enabled = false;
+        e.loop_count = 1;
+    }
+    void TearDown() override
+    {
+        PlaybackEngine& e = engine();
+        if (e.is_playing) {
+            e.stop_playback();
+            SimulatedWaveOut::deliver();
+        }
+        e.setHost(nullptr);
+        set_wave_out_factory(nullptr);
+        docs.clear();
+        DocumentTest::TearDown();
+    }
+    static PlaybackEngine& engine() { return PlaybackEngine::instance(); }
+
+    CChildFrame& open(int channels, int bits, std::uint32_t rate, std::size_t frames, std::uint32_t seed = 1)
+    {
+        data = WavBuilder::randomBytes(frames * static_cast<std::size_t>(channels * bits / 8), seed);
+        writeFile(path("play.wav"), WavBuilder::pcm(static_cast<std::uint16_t>(channels), rate,
+                                                    static_cast<std::uint16_t>(bits), data));
+        docs.push_back(open_document_file(path("play.wav")));
+        EXPECT_TRUE(docs.back());
+        return *docs.back();
+    }
+    // Runs the device until playback ends (or the step limit).
+    static void playToTheEnd(int steps = 100000)
+    {
+        SimulatedWaveOut::deliver();
+        while (engine().is_playing && steps-- > 0) {
+            SimulatedWaveOut::advance(25);
+            SimulatedWaveOut::deliver();
+        }
+        SimulatedWaveOut::deliver();
+    }
+
+    void startCursorTimer(CChildFrame&) override { ++timerStarts; }
+    void stopCursorTimer(CChildFrame&) override { ++timerStops; }
+    void playbackEnded(CChildFrame&) override { ++ends; }
+
+    Bytes data;
+    std::vector<std::unique_ptr<CChildFrame>> docs;
+    int timerStarts = 0, timerStops = 0, ends = 0;
+};
+
+TEST_F(PlaybackTest, PlaysTheWholeFileSampleForSampleThroughFourTenthSecondBuffers)
+{
+    CChildFrame& f = open(2, 16, 22050, 22050 * 2);  // two seconds
+    ASSERT_EQ(engine().play_the_wavefile(f), 1);
+    EXPECT_TRUE(engine().is_playing);
+    EXPECT_TRUE(transport_state().playing);
+    EXPECT_EQ(engine().play_buffer_count, 4);
+    EXPECT_EQ(engine().play_buffer_size, 2u * 2u * 22050u / 10u);
+    EXPECT_EQ(timerStarts, 1);
+    playToTheEnd();
+    EXPECT_EQ(SimulatedWaveOut::state().played, data);
+    EXPECT_FALSE(engine().is_playing);
+    EXPECT_FALSE(transport_state().playing);
+    EXPECT_EQ(ends, 1);
+    EXPECT_EQ(timerStops, 1);
+    EXPECT_EQ(SimulatedWaveOut::state().closes, 1);
+    for (std::size_t bytes : SimulatedWaveOut::state().writes)
+        EXPECT_LE(bytes, 8820u);  // never more than a tenth of a second in one buffer
+}
+
+TEST_F(PlaybackTest, ShortSixteenBitSelectionsPlayFromOneBufferAndWithoutCursor)
+{
+    CChildFrame& f = open(1, 16, 22050, 22050 * 3);
+    f.bHighlight = 1;
+    set_selection_units(f, 2000, 2000 + 22050);  // one second: below 1.24 s
+    ASSERT_EQ(engine().play_the_wavefile(f), 1);
+    EXPECT_EQ(engine().play_buffer_count, 1);
+    EXPECT_TRUE(engine().play_short);  // 1 s x 0.25 < 0.5 s
+    EXPECT_EQ(timerStarts, 0);
+    playToTheEnd();
+    EXPECT_EQ(SimulatedWaveOut::state().played, Bytes(data.begin() + 4000, data.begin() + 4000 + 44100));
+
+    // 8-bit: always four buffers, short only below half a second.
+    CChildFrame& g = open(1, 8, 22050, 22050 * 3, 2);
+    g.bHighlight = 1;
+    set_selection_units(g, 0, 22050);
+    SimulatedWaveOut::state().played.clear();
+    ASSERT_EQ(engine().play_the_wavefile(g), 1);
+    EXPECT_EQ(engine().play_buffer_count, 4);
+    EXPECT_FALSE(engine().play_short);
+    playToTheEnd();
+    EXPECT_EQ(SimulatedWaveOut::state().played, Bytes(data.begin(), data.begin() + 22050));
+}
+
+TEST_F(PlaybackTest, AStartInsideAFrameMovesDownToFourBytes)
+{
+    CChildFrame& f = open(1, 16, 22050, 30000);
+    f.bHighlight = 1;
+    set_selection_units(f, 1001, 21001);  // byte 2002
+    ASSERT_EQ(engine().play_the_wavefile(f), 1);
+    EXPECT_EQ(engine().play_start_offset, 2000u);
+    EXPECT_EQ(engine().play_total_bytes, 40000u);
+    playToTheEnd();
+    EXPECT_EQ(SimulatedWaveOut::state().played, Bytes(data.begin() + 2000, data.begin() + 42000));
+}
+
+TEST_F(PlaybackTest, ALoopCountPlaysTheRangeThatManyTimesAndStopEndsALoop)
+{
+    CChildFrame& f = open(1, 8, 11025, 11025 * 2);
+    engine().loopPlayback = true;
+    engine().loop_count_enabled = true;
+    engine().loop_count = 3;
+    ASSERT_EQ(engine().play_the_wavefile(f), 1);
+    playToTheEnd();
+    Bytes thrice;
+    for (int i = 0; i < 3; ++i)
+        thrice.insert(thrice.end(), data.begin(), data.end());
+    EXPECT_EQ(SimulatedWaveOut::state().played, thrice);
+    EXPECT_EQ(engine().loop_pass, 3);
+    EXPECT_EQ(SimulatedWaveOut::state().opens, 1);  // the device stays open between passes
+    EXPECT_EQ(ends, 1);
+
+    // Looping without a count until Stop: the queued buffers come back, no new pass.
+    engine().loop_count_enabled = false;
+    SimulatedWaveOut::state().played.clear();
+    ASSERT_EQ(engine().play_the_wavefile(f), 1);
+    SimulatedWaveOut::deliver();
+    for (int i = 0; i < 400; ++i) {  // ten seconds: five passes
+        SimulatedWaveOut::advance(25);
+        SimulatedWaveOut::deliver();
+    }
+    EXPECT_TRUE(engine().is_playing);
+    const std::size_t before = SimulatedWaveOut::state().played.size();
+    EXPECT_GE(before, 4 * data.size());
+    engine().stop_playback();
+    SimulatedWaveOut::deliver();
+    EXPECT_FALSE(engine().is_playing);
+    SimulatedWaveOut::advance(5000);
+    EXPECT_EQ(SimulatedWaveOut::state().played.size(), before);
+}
+
+TEST_F(PlaybackTest, PlayWhilePlayingStopsAndPauseLeavesOutThePausedTime)
+{
+    CChildFrame& f = open(2, 16, 44100, 44100 * 4);
+    ASSERT_EQ(engine().play_the_wavefile(f), 1);
+    SimulatedWaveOut::deliver();
+    for (int i = 0; i < 20; ++i) {  // half a second
+        SimulatedWaveOut::advance(25);
+        SimulatedWaveOut::deliver();
+    }
+    EXPECT_NEAR(engine().get_play_position_ms(), 500.0, 1.0);
+    engine().pause_playback();
+    EXPECT_TRUE(engine().is_paused);
+    SimulatedWaveOut::advance(1000);  // paused: nothing plays
+    SimulatedWaveOut::deliver();
+    EXPECT_NEAR(engine().get_play_position_ms(), 500.0, 1.0);
+    engine().pause_playback();
+    EXPECT_FALSE(engine().is_paused);
+    SimulatedWaveOut::advance(250);
+    SimulatedWaveOut::deliver();
+    EXPECT_NEAR(engine().get_play_position_ms(), 750.0, 1.0);
+    EXPECT_EQ(engine().play_the_wavefile(f), 0);  // a second Play stops
+    SimulatedWaveOut::deliver();
+    EXPECT_FALSE(engine().is_playing);
+    EXPECT_EQ(ends, 1);
+}
+
+TEST_F(PlaybackTest, NothingPlaysWithoutADeviceOrWithTooLittleData)
+{
+    CChildFrame& f = open(1, 8, 8000, 10000);
+    set_wave_out_factory(nullptr);
+    EXPECT_EQ(engine().play_the_wavefile(f), 0);
+    set_wave_out_factory(SimulatedWaveOut::make);
+    SimulatedWaveOut::state().refuse = true;  // the device refuses the format
+    EXPECT_EQ(engine().play_the_wavefile(f), 0);
+    EXPECT_FALSE(engine().is_playing);
+    SimulatedWaveOut::state().refuse = false;
+    CChildFrame& tiny = open(1, 8, 8000, 29, 3);
+    EXPECT_EQ(engine().play_the_wavefile(tiny), 0);
+}
+
+TEST_F(PlaybackTest, TheClipboardPlaysInItsOwnFormat)
+{
+    CChildFrame& f = open(2, 16, 22050, 22050);
+    f.bHighlight = 1;
+    set_selection_units(f, 0, 22050);
+    ASSERT_EQ(copy_to_pseudo_clipboard(f), 1);
+    ASSERT_EQ(engine().play_clipboard(f), 1);
+    EXPECT_TRUE(engine().playing_clipboard);
+    EXPECT_EQ(engine().play_buffer_size, 88200u * 8192u / 44100u);  // from a byte rate below 88201
+    playToTheEnd();
+    EXPECT_EQ(SimulatedWaveOut::state().played, Bytes(data.begin(), data.begin() + 44100));
+    EXPECT_EQ(SimulatedWaveOut::state().format.rate, 22050u);
+}
