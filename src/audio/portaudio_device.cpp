@@ -1,0 +1,258 @@
+#include "audio/portaudio_device.h"
+
+#include "app/preferences.h"
+#include "audio/spsc_queue.h"
+#include "audio/volume.h"
+#include "audio/wave_out_device.h"
+
+#include <QTimer>
+#include <alsa/asoundlib.h>
+#include <atomic>
+#include <cstring>
+#include <jack/jack.h>
+#include <portaudio.h>
+
+namespace {
+
+// PortAudio's back-ends print to stderr when there is no card or no JACK
+// server; those are expected cases here.
+void quietAlsa(const char*, int, const char*, int, const char*, ...) {}
+void quietJack(const char*) {}
+
+bool initialise()
+{
+    static const bool ready = [] {
+        snd_lib_error_set_handler(quietAlsa);
+        jack_set_error_function(quietJack);
+        jack_set_info_function(quietJack);
+        const bool ok = Pa_Initialize() == paNoError;
+        if (ok)
+            std::atexit([] { Pa_Terminate(); });
+        return ok;
+    }();
+    return ready;
+}
+
+std::vector<AudioDeviceInfo> devices(bool output)
+{
+    std::vector<AudioDeviceInfo> list;
+    if (!initialise())
+        return list;
+    const int count = Pa_GetDeviceCount();
+    for (int i = 0; i < count; ++i) {
+        const PaDeviceInfo* d = Pa_GetDeviceInfo(i);
+        const int channels = output ? d->maxOutputChannels : d->maxInputChannels;
+        if (channels <= 0)
+            continue;
+        list.push_back({static_cast<int>(list.size()), d->name, Pa_GetHostApiInfo(d->hostApi)->name, channels,
+                        d->defaultSampleRate});
+    }
+    return list;
+}
+
+// The PortAudio index of the n-th output device; the default one when there
+// is no n-th; paNoDevice when there is none at all.
+PaDeviceIndex outputIndex(int number)
+{
+    const int count = Pa_GetDeviceCount();
+    int seen = 0;
+    for (int i = 0; i < count; ++i) {
+        if (Pa_GetDeviceInfo(i)->maxOutputChannels <= 0)
+            continue;
+        if (seen++ == number)
+            return i;
+    }
+    return Pa_GetDefaultOutputDevice();
+}
+
+std::atomic<int> g_xruns{0};
+
+class PortAudioWaveOut : public WaveOutDevice {
+public:
+    explicit PortAudioWaveOut(PaDeviceIndex device) : m_device(device) {}
+    ~PortAudioWaveOut() override
+    {
+        if (m_stream) {
+            Pa_AbortStream(m_stream);
+            Pa_CloseStream(m_stream);
+        }
+    }
+
+    bool open(const StreamFormat& format, WaveOutListener* listener) override
+    {
+        m_listener = listener;
+        m_frameBytes = static_cast<std::size_t>(format.channels * format.bits / 8);
+        m_bits = format.bits;
+        m_channels = format.channels;
+        // Where no mixer exists the stream itself carries the volume.
+        m_gain[0] = (software_volume_word & 0xFFFFu) / 65535.0;
+        m_gain[1] = ((software_volume_word >> 16) & 0xFFFFu) / 65535.0;
+        PaStreamParameters out{};
+        out.device = m_device;
+        out.channelCount = format.channels;
+        out.sampleFormat = format.bits == 8 ? paUInt8 : paInt16;
+        out.suggestedLatency = Pa_GetDeviceInfo(m_device)->defaultLowOutputLatency;
+        if (Pa_OpenStream(&m_stream, nullptr, &out, format.rate, paFramesPerBufferUnspecified, paNoFlag, &callback,
+                          this) != paNoError) {
+            m_stream = nullptr;
+            return false;
+        }
+        g_xruns = 0;
+        if (Pa_StartStream(m_stream) != paNoError)
+            return false;
+        m_pendingOpen = true;
+        // Completions reach the engine from this timer, on the user-interface thread.
+        m_timer.setInterval(5);
+        QObject::connect(&m_timer, &QTimer::timeout, [this] { deliver(); });
+        m_timer.start();
+        return true;
+    }
+
+    void write(int buffer, const unsigned char* data, std::size_t bytes) override
+    {
+        m_submitted.push({buffer, data, bytes});
+    }
+
+    void reset() override
+    {
+        if (m_stream)
+            Pa_AbortStream(m_stream);
+        // The callback is stopped: everything it held or had queued comes back.
+        if (m_current.data)
+            m_done.push(m_current.index);
+        m_current = {};
+        while (auto b = m_submitted.pop())
+            m_done.push(b->index);
+        if (m_stream)
+            Pa_StartStream(m_stream);
+    }
+
+    void pause() override { m_paused = true; }
+    void restart() override { m_paused = false; }
+
+    void close() override
+    {
+        if (m_stream) {
+            Pa_AbortStream(m_stream);
+            Pa_CloseStream(m_stream);
+            m_stream = nullptr;
+        }
+        m_pendingClose = true;
+    }
+
+    DevicePosition position() const override { return {PositionUnit::Bytes, m_playedBytes.load()}; }
+
+private:
+    struct Buffer {
+        int index = -1;
+        const unsigned char* data = nullptr;
+        std::size_t bytes = 0;
+    };
+
+    void deliver()
+    {
+        if (m_pendingOpen) {
+            m_pendingOpen = false;
+            m_listener->on_wave_out_open();
+        }
+        while (auto index = m_done.pop())
+            m_listener->on_wave_out_done(*index);
+        if (m_pendingClose) {
+            m_pendingClose = false;
+            m_timer.stop();
+            m_listener->on_wave_out_close();  // may destroy this device: nothing after it
+        }
+    }
+
+    // The realtime side: copies queued bytes out with the stream gain, hands
+    // finished buffers back, plays silence when nothing is queued.
+    static int callback(const void*, void* output, unsigned long frames, const PaStreamCallbackTimeInfo*,
+                        PaStreamCallbackFlags flags, void* user)
+    {
+        auto* self = static_cast<PortAudioWaveOut*>(user);
+        auto* out = static_cast<unsigned char*>(output);
+        std::size_t needed = frames * self->m_frameBytes;
+        if (flags & paOutputUnderflow)
+            ++g_xruns;
+        if (self->m_paused) {
+            std::memset(out, self->m_bits == 8 ? 128 : 0, needed);
+            return paContinue;
+        }
+        while (needed > 0) {
+            if (!self->m_current.data) {
+                auto next = self->m_submitted.pop();
+                if (!next)
+                    break;
+                self->m_current = *next;
+                self->m_offset = 0;
+            }
+            const std::size_t take = std::min(needed, self->m_current.bytes - self->m_offset);
+            self->copyWithGain(out, self->m_current.data + self->m_offset, take);
+            out += take;
+            needed -= take;
+            self->m_offset += take;
+            self->m_playedBytes += take;
+            if (self->m_offset >= self->m_current.bytes) {
+                self->m_done.push(self->m_current.index);
+                self->m_current = {};
+            }
+        }
+        if (needed > 0)
+            std::memset(out, self->m_bits == 8 ? 128 : 0, needed);
+        return paContinue;
+    }
+
+    void copyWithGain(unsigned char* out, const unsigned char* in, std::size_t bytes) const
+    {
+        if (m_gain[0] >= 1.0 && m_gain[1] >= 1.0) {
+            std::memcpy(out, in, bytes);
+            return;
+        }
+        const std::size_t sampleBytes = static_cast<std::size_t>(m_bits / 8);
+        for (std::size_t i = 0; i < bytes / sampleBytes; ++i) {
+            const double gain = m_gain[m_channels == 2 ? i % 2 : 0];
+            if (m_bits == 8) {
+                out[i] = static_cast<unsigned char>(128 + static_cast<int>((in[i] - 128) * gain));
+            } else {
+                std::int16_t v;
+                std::memcpy(&v, in + 2 * i, 2);
+                const auto scaled = static_cast<std::int16_t>(v * gain);
+                std::memcpy(out + 2 * i, &scaled, 2);
+            }
+        }
+    }
+
+    PaDeviceIndex m_device;
+    PaStream* m_stream = nullptr;
+    WaveOutListener* m_listener = nullptr;
+    SpscQueue<Buffer, 16> m_submitted;
+    SpscQueue<int, 16> m_done;
+    Buffer m_current;
+    std::size_t m_offset = 0;
+    std::size_t m_frameBytes = 4;
+    int m_bits = 16;
+    int m_channels = 2;
+    double m_gain[2] = {1.0, 1.0};
+    std::atomic<bool> m_paused{false};
+    std::atomic<std::uint64_t> m_playedBytes{0};
+    bool m_pendingOpen = false;
+    bool m_pendingClose = false;
+    QTimer m_timer;
+};
+
+std::unique_ptr<WaveOutDevice> makePortAudioOutput()
+{
+    if (!initialise())
+        return nullptr;
+    const PaDeviceIndex device = outputIndex(preferences().waveOutputDevice);
+    if (device == paNoDevice)
+        return nullptr;
+    return std::make_unique<PortAudioWaveOut>(device);
+}
+
+}  // namespace
+
+std::vector<AudioDeviceInfo> audio_output_devices() { return devices(true); }
+std::vector<AudioDeviceInfo> audio_input_devices() { return devices(false); }
+void use_portaudio_output() { set_wave_out_factory(makePortAudioOutput); }
+int portaudio_output_xruns() { return g_xruns.load(); }

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+// The audio devices PortAudio offers (ALSA, PulseAudio or PipeWire through
+// ALSA, JACK), numbered as the preferences number them: the n-th device that
+// can play (or record).
+struct AudioDeviceInfo {
+    int number = 0;
+    std::string name;
+    std::string hostApi;
+    int channels = 0;
+    double defaultRate = 0;
+};
+std::vector<AudioDeviceInfo> audio_output_devices();
+std::vector<AudioDeviceInfo> audio_input_devices();
+
+// Makes PortAudio the program's wave output device (the one numbered in the
+// "Default Wave output device" preference, else the default one).
+void use_portaudio_output();
+// Underruns the last stream met.
+int portaudio_output_xruns();
