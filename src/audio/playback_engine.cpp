@@ -279,6 +279,8 @@ void PlaybackEngine::startBookkeeping()
 
 void PlaybackEngine::endOfPlayback()
 {
+    // The position stays where playback ended.
+    get_play_position_ms();
     is_playing = false;
     is_paused = false;
     transport_state().playing = false;

@@ -19,18 +19,21 @@ namespace {
 void quietAlsa(const char*, int, const char*, int, const char*, ...) {}
 void quietJack(const char*) {}
 
+bool g_ready = false;
+
 bool initialise()
 {
-    static const bool ready = [] {
+    static const bool once = [] {
         snd_lib_error_set_handler(quietAlsa);
         jack_set_error_function(quietJack);
         jack_set_info_function(quietJack);
-        const bool ok = Pa_Initialize() == paNoError;
-        if (ok)
-            std::atexit([] { Pa_Terminate(); });
-        return ok;
+        std::atexit(shutdown_audio);
+        return true;
     }();
-    return ready;
+    (void)once;
+    if (!g_ready)
+        g_ready = Pa_Initialize() == paNoError;
+    return g_ready;
 }
 
 std::vector<AudioDeviceInfo> devices(bool output)
@@ -110,13 +113,19 @@ public:
 
     void write(int buffer, const unsigned char* data, std::size_t bytes) override
     {
+        ++m_outstanding;
         m_submitted.push({buffer, data, bytes});
     }
 
     void reset() override
     {
+        // Nothing held: leave the stream running so the sound already handed
+        // to the host is still heard.
+        if (m_outstanding.load() == 0)
+            return;
         if (m_stream)
             Pa_AbortStream(m_stream);
+        m_outstanding = 0;
         // The callback is stopped: everything it held or had queued comes back.
         if (m_current.data)
             m_done.push(m_current.index);
@@ -133,7 +142,9 @@ public:
     void close() override
     {
         if (m_stream) {
-            Pa_AbortStream(m_stream);
+            // Stopping (not aborting) lets the host play out its own buffer,
+            // so the end of the range is not cut off.
+            Pa_StopStream(m_stream);
             Pa_CloseStream(m_stream);
             m_stream = nullptr;
         }
@@ -194,6 +205,7 @@ private:
             self->m_playedBytes += take;
             if (self->m_offset >= self->m_current.bytes) {
                 self->m_done.push(self->m_current.index);
+                --self->m_outstanding;
                 self->m_current = {};
             }
         }
@@ -235,6 +247,8 @@ private:
     double m_gain[2] = {1.0, 1.0};
     std::atomic<bool> m_paused{false};
     std::atomic<std::uint64_t> m_playedBytes{0};
+    // Buffers written and not yet handed back by the callback.
+    std::atomic<int> m_outstanding{0};
     bool m_pendingOpen = false;
     bool m_pendingClose = false;
     QTimer m_timer;
@@ -254,5 +268,12 @@ std::unique_ptr<WaveOutDevice> makePortAudioOutput()
 
 std::vector<AudioDeviceInfo> audio_output_devices() { return devices(true); }
 std::vector<AudioDeviceInfo> audio_input_devices() { return devices(false); }
+void shutdown_audio()
+{
+    if (g_ready) {
+        Pa_Terminate();
+        g_ready = false;
+    }
+}
 void use_portaudio_output() { set_wave_out_factory(makePortAudioOutput); }
 int portaudio_output_xruns() { return g_xruns.load(); }

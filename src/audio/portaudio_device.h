@@ -21,3 +21,6 @@ std::vector<AudioDeviceInfo> audio_input_devices();
 void use_portaudio_output();
 // Underruns the last stream met.
 int portaudio_output_xruns();
+// Lets go of the audio library (and its server connections); the next use
+// starts it again. Also done at exit.
+void shutdown_audio();

@@ -38,3 +38,5 @@ int run_new_command(const std::vector<std::string>& args);
 int run_render_command(const std::vector<std::string>& args);
 int run_convert_command(const std::vector<std::string>& args);
 int run_run_command(const std::vector<std::string>& args);
+int run_devices_command(const std::vector<std::string>& args);
+int run_play_command(const std::vector<std::string>& args);

@@ -19,3 +19,8 @@ public:
 private:
     std::vector<std::unique_ptr<CChildFrame>> m_documents;
 };
+
+// Applies a "START:END" selection in sample units (a stereo frame counts
+// two); START:START is an insertion point. Prints the reason when the text
+// is malformed or out of range.
+bool select_from_argument(CChildFrame& frame, const std::string& value);

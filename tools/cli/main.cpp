@@ -40,6 +40,9 @@ void usage()
                  "  run IN [--select START:END] [--channel left|right|both] [--new-from-selection]\n"
                  "         [--save OUT] [--save-selection OUT]\n"
                  "                                  open IN and apply the steps in order\n"
+                 "  devices                         list the wave output and input devices\n"
+                 "  play FILE [--select START:END] [--loop N] [--device N] [--clipboard]\n"
+                 "                                  play FILE (or the clipboard) on an output device\n"
                  "Questions are asked on a terminal; --yes or --no answers them all.\n";
 }
 
@@ -86,6 +89,10 @@ int main(int argc, char** argv)
         result = run_convert_command(args);
     else if (command == "run")
         result = run_run_command(args);
+    else if (command == "devices")
+        result = run_devices_command(args);
+    else if (command == "play")
+        result = run_play_command(args);
     else {
         std::cerr << "ondrava-cli: unknown command " << command << "\n";
         usage();

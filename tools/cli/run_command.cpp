@@ -6,7 +6,6 @@
 #include "edit/undo.h"
 #include "view/child_frame.h"
 #include "view/document_save.h"
-#include "view/mouse_selection.h"
 
 #include <cmath>
 #include <cstdlib>
@@ -73,16 +72,8 @@ int run_run_command(const std::vector<std::string>& argv)
         const std::string value = kSteps.at(step) ? argv[++i] : std::string();
         int ok = 1;
         if (step == "--select") {
-            char* end = nullptr;
-            const unsigned long start = std::strtoul(value.c_str(), &end, 10);
-            const unsigned long stop = *end == ':' ? std::strtoul(end + 1, &end, 10) : 0;
-            // START:START is an insertion point: no highlight, but a place to paste.
-            if (*end != '\0' || stop < start || stop > f.nTotalSamples) {
-                std::cerr << "ondrava-cli: --select needs START:END within 0:" << f.nTotalSamples << "\n";
+            if (!select_from_argument(f, value))
                 return kExitUsage;
-            }
-            f.bHighlight = stop > start;
-            set_selection_units(f, static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(stop));
         } else if (step == "--channel") {
             if (value != "left" && value != "right" && value != "both")
                 return usage();

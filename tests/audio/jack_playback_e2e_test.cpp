@@ -1,0 +1,244 @@
+// Playback end to end: the playback engine on the PortAudio device, through
+// a real JACK server on the dummy driver, recorded by a second JACK client
+// and compared sample by sample with the document.
+
+#include "audio/playback_engine.h"
+#include "audio/portaudio_device.h"
+#include "audio/volume.h"
+#include "view/mouse_selection.h"
+
+#include "support/document_test.h"
+#include "support/jack_server.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QThread>
+#include <cmath>
+#include <cstring>
+#include <functional>
+
+using Bytes = WavBuilder::Bytes;
+
+namespace {
+
+JackServer g_server;
+
+class JackEnvironment : public ::testing::Environment {
+public:
+    void SetUp() override { ASSERT_TRUE(g_server.start()) << "jackd -d dummy did not start"; }
+    void TearDown() override
+    {
+        shutdown_audio();
+        g_server.stop();
+    }
+};
+
+}  // namespace
+
+class JackPlaybackTest : public DocumentTest {
+protected:
+    void SetUp() override
+    {
+        DocumentTest::SetUp();
+        use_portaudio_output();
+        PlaybackEngine& e = PlaybackEngine::instance();
+        e.loopPlayback = false;
+        e.loop_count_enabled = false;
+        e.loop_count = 1;
+    }
+    void TearDown() override
+    {
+        PlaybackEngine& e = PlaybackEngine::instance();
+        if (e.is_playing)
+            e.stop_playback();
+        runUntil([&] { return e.bufferBytes().empty(); }, 2000);
+        set_wave_out_factory(nullptr);
+        docs.clear();
+        DocumentTest::TearDown();
+    }
+
+    // 16-bit stereo noise, the right channel a different sequence.
+    CChildFrame& open(std::uint32_t rate, std::size_t frames)
+    {
+        source = WavBuilder::randomBytes(frames * 4, 7);
+        writeFile(path("play.wav"), WavBuilder::pcm(2, rate, 16, source));
+        docs.push_back(open_document_file(path("play.wav")));
+        EXPECT_TRUE(docs.back());
+        return *docs.back();
+    }
+
+    // Runs the event loop (the device's completions arrive through it).
+    static bool runUntil(const std::function<bool()>& done, int milliseconds)
+    {
+        QElapsedTimer clock;
+        clock.start();
+        while (!done() && clock.elapsed() < milliseconds) {
+            QCoreApplication::processEvents();
+            QThread::msleep(2);
+        }
+        return done();
+    }
+
+    // The value the device should deliver for source frame `i`, channel `ch`:
+    // the stream gain applied as the device applies it, in JACK's float scale.
+    float expected(std::size_t i, int ch) const
+    {
+        const double gain = ((software_volume_word >> (ch ? 16 : 0)) & 0xFFFFu) / 65535.0;
+        std::int16_t v;
+        std::memcpy(&v, source.data() + 4 * i + 2 * static_cast<std::size_t>(ch), 2);
+        return static_cast<float>(gain >= 1.0 ? v : static_cast<std::int16_t>(v * gain)) / 32768.0f;
+    }
+
+    // Where the first sound of frames [first, ...) lies in the recording: the
+    // first frame the device should make non-zero, found in both.
+    long alignment(const JackRecorder& rec, std::size_t first, std::size_t last, std::size_t from = 0) const
+    {
+        std::size_t k = first;
+        while (k < last && expected(k, 0) == 0.0f)
+            ++k;
+        std::size_t r = from;
+        while (r < rec.frames() && rec.left()[r] == 0.0f)
+            ++r;
+        if (k == last || r == rec.frames())
+            return -1;
+        return static_cast<long>(r) - static_cast<long>(k - first);
+    }
+
+    // Recorded frames from `at` against source frames [first, last): the
+    // number that differ.
+    std::size_t mismatches(const JackRecorder& rec, std::size_t at, std::size_t first, std::size_t last) const
+    {
+        std::size_t bad = 0;
+        for (std::size_t i = first; i < last; ++i) {
+            const std::size_t r = at + (i - first);
+            if (r >= rec.frames() || std::fabs(rec.left()[r] - expected(i, 0)) > 1e-6f ||
+                std::fabs(rec.right()[r] - expected(i, 1)) > 1e-6f)
+                ++bad;
+        }
+        return bad;
+    }
+
+    std::vector<std::unique_ptr<CChildFrame>> docs;
+    Bytes source;
+};
+
+TEST_F(JackPlaybackTest, ASelectionReachesTheServerSampleExactAndPlaybackEnds)
+{
+    CChildFrame& f = open(JackServer::kRate, JackServer::kRate * 2);
+    // 1.5 s from frame 12000: four buffers of a tenth of a second, refilled.
+    const std::size_t first = 12000, last = 84000;
+    f.bHighlight = true;
+    set_selection_units(f, first * 2, last * 2);
+    JackRecorder rec(JackServer::kRate * 3);
+    ASSERT_TRUE(rec.open());
+    PlaybackEngine& e = PlaybackEngine::instance();
+    ASSERT_EQ(e.play_the_wavefile(f), 1);
+    EXPECT_EQ(e.play_buffer_count, 4);
+    // The engine writes its first buffers only when the open completion is
+    // delivered, so connecting now misses nothing.
+    ASSERT_EQ(rec.connectPlayers(), 2);
+    ASSERT_TRUE(runUntil([&] { return !e.is_playing; }, 5000)) << "playback never ended";
+    runUntil([&] { return rec.frames() >= JackServer::kRate * 3 || false; }, 300);
+
+    const long at = alignment(rec, first, last);
+    ASSERT_GE(at, 0) << "nothing was heard";
+    EXPECT_EQ(mismatches(rec, static_cast<std::size_t>(at), first, last), 0u);
+    // Nothing from outside the selection: silence after it.
+    for (std::size_t r = static_cast<std::size_t>(at) + (last - first); r < rec.frames(); ++r)
+        ASSERT_EQ(rec.left()[r], 0.0f) << "sound after the selection at recorded frame " << r;
+    EXPECT_EQ(portaudio_output_xruns(), 0);
+    EXPECT_NEAR(e.get_play_position_ms(), 1500.0, 1.0);
+}
+
+TEST_F(JackPlaybackTest, StopEndsAtOnceAndLoopsRepeatTheRange)
+{
+    CChildFrame& f = open(JackServer::kRate, JackServer::kRate * 10);
+    PlaybackEngine& e = PlaybackEngine::instance();
+    {
+        // Stop during a ten-second file: what was heard is the file's start.
+        JackRecorder rec(JackServer::kRate * 12);
+        ASSERT_TRUE(rec.open());
+        ASSERT_EQ(e.play_the_wavefile(f), 1);
+        ASSERT_EQ(rec.connectPlayers(), 2);
+        runUntil([] { return false; }, 400);
+        e.stop_playback();
+        QElapsedTimer clock;
+        clock.start();
+        ASSERT_TRUE(runUntil([&] { return !e.is_playing; }, 2000));
+        EXPECT_LT(clock.elapsed(), 500);
+        runUntil([&] { return e.bufferBytes().empty(); }, 1000);
+        const long at = alignment(rec, 0, 4800);
+        ASSERT_GE(at, 0);
+        EXPECT_EQ(mismatches(rec, static_cast<std::size_t>(at), 0, 9600), 0u);
+        EXPECT_LT(rec.frames(), static_cast<std::size_t>(JackServer::kRate * 2));
+    }
+    {
+        // Loop twice over 0.2 s: the range twice, then silence. A pass starts
+        // when the last one's final buffer has come back, so a few
+        // milliseconds of silence may lie between them.
+        const std::size_t first = 1000, last = 10600;
+        f.bHighlight = true;
+        set_selection_units(f, first * 2, last * 2);
+        e.loopPlayback = true;
+        e.loop_count_enabled = true;
+        e.loop_count = 2;
+        JackRecorder rec(JackServer::kRate * 3);
+        ASSERT_TRUE(rec.open());
+        ASSERT_EQ(e.play_the_wavefile(f), 1);
+        ASSERT_EQ(rec.connectPlayers(), 2);
+        ASSERT_TRUE(runUntil([&] { return !e.is_playing; }, 5000));
+        runUntil([] { return false; }, 200);
+        const long at = alignment(rec, first, last);
+        ASSERT_GE(at, 0);
+        const std::size_t n = last - first;
+        EXPECT_EQ(mismatches(rec, static_cast<std::size_t>(at), first, last), 0u);
+        const long second = alignment(rec, first, last, static_cast<std::size_t>(at) + n);
+        ASSERT_GE(second, at + static_cast<long>(n));
+        EXPECT_LT(second - at - static_cast<long>(n), JackServer::kRate / 20) << "the gap between passes";
+        EXPECT_EQ(mismatches(rec, static_cast<std::size_t>(second), first, last), 0u);
+        for (std::size_t r = static_cast<std::size_t>(second) + n; r < rec.frames(); ++r)
+            ASSERT_EQ(rec.left()[r], 0.0f) << "a third pass at recorded frame " << r;
+    }
+}
+
+TEST_F(JackPlaybackTest, ARateTheServerCannotRunIsRefusedAndNothingIsLeftOpen)
+{
+    // The server runs at 48 kHz only; a 22050 Hz document cannot open a stream.
+    CChildFrame& f = open(22050, 22050);
+    PlaybackEngine& e = PlaybackEngine::instance();
+    EXPECT_EQ(e.play_the_wavefile(f), 0);
+    EXPECT_FALSE(e.is_playing);
+    // And the next document that fits plays normally.
+    CChildFrame& g = open(JackServer::kRate, 4800);
+    ASSERT_EQ(e.play_the_wavefile(g), 1);
+    EXPECT_TRUE(runUntil([&] { return !e.is_playing; }, 3000));
+}
+
+TEST_F(JackPlaybackTest, TheCommandLineListsTheServerAndPlaysAFile)
+{
+    const auto outputs = audio_output_devices();
+    ASSERT_FALSE(outputs.empty());
+    bool jack = false;
+    for (const auto& d : outputs)
+        jack = jack || (d.hostApi.find("JACK") != std::string::npos && d.channels == 2);
+    EXPECT_TRUE(jack) << "no JACK output device listed";
+
+    open(JackServer::kRate, JackServer::kRate / 2);
+    const std::string command = std::string(ONDRAVA_CLI) + " play " + path("play.wav") + " 2>&1";
+    FILE* p = popen(command.c_str(), "r");
+    ASSERT_TRUE(p);
+    char line[256] = {};
+    std::string output;
+    while (fgets(line, sizeof line, p))
+        output += line;
+    EXPECT_EQ(pclose(p), 0) << output;
+    EXPECT_NE(output.find("played 500 ms, 0 underruns"), std::string::npos) << output;
+}
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    ::testing::InitGoogleTest(&argc, argv);
+    ::testing::AddGlobalTestEnvironment(new JackEnvironment);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,142 @@
+#pragma once
+
+// A JACK server on the dummy driver for end-to-end audio tests: started
+// under a name of its own before any audio library looks for a server, and
+// stopped at the end. JackRecorder captures what other clients play into it.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <jack/jack.h>
+#include <spawn.h>
+#include <string>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+extern char** environ;
+
+class JackServer {
+public:
+    static constexpr int kRate = 48000;
+
+    // Starts `jackd -d dummy` and waits until a client can connect.
+    bool start()
+    {
+        jack_set_error_function([](const char*) {});
+        jack_set_info_function([](const char*) {});
+        name = "ondrava-test-" + std::to_string(::getpid());
+        setenv("JACK_DEFAULT_SERVER", name.c_str(), 1);
+        setenv("JACK_NO_AUDIO_RESERVATION", "1", 1);
+        const std::string rate = std::to_string(kRate);
+        std::vector<std::string> argv = {"jackd", "-n", name, "-d", "dummy", "-r", rate, "-p", "256"};
+        std::vector<char*> args;
+        for (auto& a : argv)
+            args.push_back(a.data());
+        args.push_back(nullptr);
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
+        posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
+        const int rc = posix_spawnp(&m_pid, "jackd", &actions, nullptr, args.data(), environ);
+        posix_spawn_file_actions_destroy(&actions);
+        if (rc != 0)
+            return false;
+        for (int i = 0; i < 100; ++i) {
+            jack_status_t status;
+            if (jack_client_t* c = jack_client_open("ondrava-probe", JackNoStartServer, &status)) {
+                jack_client_close(c);
+                return true;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+        return false;
+    }
+
+    void stop()
+    {
+        if (m_pid > 0) {
+            ::kill(m_pid, SIGTERM);
+            ::waitpid(m_pid, nullptr, 0);
+            m_pid = -1;
+        }
+    }
+
+    std::string name;
+
+private:
+    pid_t m_pid = -1;
+};
+
+class JackRecorder {
+public:
+    explicit JackRecorder(std::size_t capacityFrames) : m_left(capacityFrames), m_right(capacityFrames) {}
+    ~JackRecorder() { close(); }
+
+    bool open()
+    {
+        jack_status_t status;
+        m_client = jack_client_open("ondrava-recorder", JackNoStartServer, &status);
+        if (!m_client)
+            return false;
+        m_in[0] = jack_port_register(m_client, "in_1", JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput, 0);
+        m_in[1] = jack_port_register(m_client, "in_2", JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput, 0);
+        jack_set_process_callback(m_client, &JackRecorder::process, this);
+        return m_in[0] && m_in[1] && jack_activate(m_client) == 0;
+    }
+
+    // Connects every output port of the other clients (not the server's own
+    // capture ports) to the recorder, in order. The number connected.
+    int connectPlayers()
+    {
+        int connected = 0;
+        const char** ports = jack_get_ports(m_client, nullptr, JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput);
+        for (int i = 0; ports && ports[i] && connected < 2; ++i) {
+            const std::string port = ports[i];
+            if (port.rfind("system:", 0) == 0 || port.rfind("ondrava-recorder:", 0) == 0)
+                continue;
+            if (jack_connect(m_client, ports[i], jack_port_name(m_in[connected])) == 0)
+                ++connected;
+        }
+        jack_free(ports);
+        return connected;
+    }
+
+    void close()
+    {
+        if (m_client) {
+            jack_deactivate(m_client);
+            jack_client_close(m_client);
+            m_client = nullptr;
+        }
+    }
+
+    std::size_t frames() const { return m_count.load(); }
+    const std::vector<float>& left() const { return m_left; }
+    const std::vector<float>& right() const { return m_right; }
+
+private:
+    static int process(jack_nframes_t n, void* arg)
+    {
+        auto* self = static_cast<JackRecorder*>(arg);
+        const auto* l = static_cast<const float*>(jack_port_get_buffer(self->m_in[0], n));
+        const auto* r = static_cast<const float*>(jack_port_get_buffer(self->m_in[1], n));
+        std::size_t at = self->m_count.load(std::memory_order_relaxed);
+        for (jack_nframes_t i = 0; i < n && at < self->m_left.size(); ++i, ++at) {
+            self->m_left[at] = l[i];
+            self->m_right[at] = r[i];
+        }
+        self->m_count.store(at, std::memory_order_release);
+        return 0;
+    }
+
+    jack_client_t* m_client = nullptr;
+    jack_port_t* m_in[2] = {nullptr, nullptr};
+    std::vector<float> m_left, m_right;
+    std::atomic<std::size_t> m_count{0};
+};

@@ -1,0 +1,27 @@
+#include "cli_args.h"
+
+#include "audio/portaudio_device.h"
+
+#include <iostream>
+
+// ondrava-cli devices: the wave output and input devices, numbered as the
+// "Default Wave output device" and input preferences number them.
+int run_devices_command(const std::vector<std::string>& argv)
+{
+    if (!argv.empty()) {
+        std::cerr << "usage: ondrava-cli devices\n";
+        return kExitUsage;
+    }
+    const auto print = [](const char* kind, const std::vector<AudioDeviceInfo>& list) {
+        for (const AudioDeviceInfo& d : list)
+            std::cout << kind << " " << d.number << ": " << d.name << " (" << d.hostApi << ", " << d.channels
+                      << " channels, " << d.defaultRate << " Hz)\n";
+    };
+    const auto outputs = audio_output_devices();
+    const auto inputs = audio_input_devices();
+    print("output", outputs);
+    print("input", inputs);
+    if (outputs.empty() && inputs.empty())
+        std::cout << "no audio devices\n";
+    return kExitOk;
+}
