@@ -180,6 +180,10 @@ void PlaybackEngine::on_wave_out_done(int)
     --play_buffers_queued;
     if (!is_playing)
         return;  // returned after playback already ended
+    if (m_device->lost()) {
+        m_stopRequested = true;
+        m_looping = false;
+    }
     // The returned buffer is refilled and goes back at once, unless Stop was
     // asked for; a one-buffer ring refills too, so nothing is cut short.
     if (!m_stopRequested && fill(play_current_buffer)) {
@@ -281,6 +285,9 @@ void PlaybackEngine::endOfPlayback()
 {
     // The position stays where playback ended.
     get_play_position_ms();
+    device_lost = m_device && m_device->lost();
+    if (device_lost)
+        ErrMsg("The wave output device stopped during playback.");
     is_playing = false;
     is_paused = false;
     transport_state().playing = false;

@@ -53,6 +53,7 @@ public:
     bool is_paused = false;
     bool play_short = false;
     bool playing_clipboard = false;
+    bool device_lost = false;  // the last playback ended because its device went away
     int play_buffer_count = 4;
     std::uint32_t play_buffer_size = 0;
     int play_current_buffer = 0;

@@ -20,6 +20,9 @@ void quietAlsa(const char*, int, const char*, int, const char*, ...) {}
 void quietJack(const char*) {}
 
 bool g_ready = false;
+// Streams whose server vanished; the library cannot be shut down cleanly
+// after that (it would wait on, or assert about, the dead server).
+std::atomic<int> g_lostStreams{0};
 
 bool initialise()
 {
@@ -152,6 +155,7 @@ public:
     }
 
     DevicePosition position() const override { return {PositionUnit::Bytes, m_playedBytes.load()}; }
+    bool lost() const override { return m_lost; }
 
 private:
     struct Buffer {
@@ -162,6 +166,7 @@ private:
 
     void deliver()
     {
+        checkAlive();
         if (m_pendingOpen) {
             m_pendingOpen = false;
             m_listener->on_wave_out_open();
@@ -173,6 +178,35 @@ private:
             m_timer.stop();
             m_listener->on_wave_out_close();  // may destroy this device: nothing after it
         }
+    }
+
+    // A stream that stopped by itself (the JACK server went away) or has not
+    // taken a byte for two seconds while holding buffers is gone: its buffers
+    // come back so the engine ends playback instead of waiting for ever.
+    void checkAlive()
+    {
+        if (!m_stream || m_lost || m_paused || m_outstanding.load() == 0) {
+            m_lastProgress = m_playedBytes.load();
+            m_stalledTicks = 0;
+            return;
+        }
+        const std::uint64_t played = m_playedBytes.load();
+        m_stalledTicks = played == m_lastProgress ? m_stalledTicks + 1 : 0;
+        m_lastProgress = played;
+        if (Pa_IsStreamActive(m_stream) == 1 && m_stalledTicks * m_timer.interval() < 2000)
+            return;
+        // The stream is left as it is: stopping or closing it waits on a
+        // server that no longer answers. The callback no longer runs, so its
+        // buffers are ours to hand back.
+        m_lost = true;
+        ++g_lostStreams;
+        m_stream = nullptr;
+        if (m_current.data)
+            m_done.push(m_current.index);
+        m_current = {};
+        while (auto b = m_submitted.pop())
+            m_done.push(b->index);
+        m_outstanding = 0;
     }
 
     // The realtime side: copies queued bytes out with the stream gain, hands
@@ -249,6 +283,9 @@ private:
     std::atomic<std::uint64_t> m_playedBytes{0};
     // Buffers written and not yet handed back by the callback.
     std::atomic<int> m_outstanding{0};
+    bool m_lost = false;
+    std::uint64_t m_lastProgress = 0;
+    int m_stalledTicks = 0;
     bool m_pendingOpen = false;
     bool m_pendingClose = false;
     QTimer m_timer;
@@ -270,7 +307,7 @@ std::vector<AudioDeviceInfo> audio_output_devices() { return devices(true); }
 std::vector<AudioDeviceInfo> audio_input_devices() { return devices(false); }
 void shutdown_audio()
 {
-    if (g_ready) {
+    if (g_ready && g_lostStreams.load() == 0) {
         Pa_Terminate();
         g_ready = false;
     }

@@ -46,6 +46,9 @@ public:
     // Closes the stream; the close completion follows.
     virtual void close() = 0;
     virtual DevicePosition position() const = 0;
+    // True once the device went away while holding buffers (it handed them
+    // all back); nothing more will play on it.
+    virtual bool lost() const { return false; }
 };
 
 // The program's output device (the one chosen in the preferences), or null

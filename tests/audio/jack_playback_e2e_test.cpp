@@ -13,6 +13,7 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QThread>
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <functional>
@@ -212,6 +213,34 @@ TEST_F(JackPlaybackTest, ARateTheServerCannotRunIsRefusedAndNothingIsLeftOpen)
     CChildFrame& g = open(JackServer::kRate, 4800);
     ASSERT_EQ(e.play_the_wavefile(g), 1);
     EXPECT_TRUE(runUntil([&] { return !e.is_playing; }, 3000));
+}
+
+TEST_F(JackPlaybackTest, AServerThatGoesAwayDuringPlaybackEndsItWithAMessage)
+{
+    // The command line plays a ten-second file on a server of its own, which
+    // is stopped half a second in: playback ends with the message, the
+    // program exits by itself and does not crash.
+    JackServer doomed;
+    ASSERT_TRUE(doomed.start("-doomed"));
+    g_server.makeDefault();
+    open(JackServer::kRate, JackServer::kRate * 10);
+    const std::string command = "JACK_DEFAULT_SERVER=" + doomed.name + " " + ONDRAVA_CLI + " play " +
+                                path("play.wav") + " 2>&1";
+    QElapsedTimer clock;
+    clock.start();
+    FILE* p = popen(command.c_str(), "r");
+    ASSERT_TRUE(p);
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    doomed.stop();
+    std::string output;
+    char line[256] = {};
+    while (fgets(line, sizeof line, p))
+        output += line;
+    const int status = pclose(p);
+    EXPECT_LT(clock.elapsed(), 6000) << "playback hung on the vanished server";
+    ASSERT_TRUE(WIFEXITED(status)) << output;
+    EXPECT_EQ(WEXITSTATUS(status), 1) << output;
+    EXPECT_NE(output.find("The wave output device stopped during playback."), std::string::npos) << output;
 }
 
 TEST_F(JackPlaybackTest, TheCommandLineListsTheServerAndPlaysAFile)

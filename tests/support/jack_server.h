@@ -25,12 +25,13 @@ class JackServer {
 public:
     static constexpr int kRate = 48000;
 
-    // Starts `jackd -d dummy` and waits until a client can connect.
-    bool start()
+    // Starts `jackd -d dummy` and waits until a client can connect; it
+    // becomes the default server of this process.
+    bool start(const std::string& suffix = "")
     {
         jack_set_error_function([](const char*) {});
         jack_set_info_function([](const char*) {});
-        name = "ondrava-test-" + std::to_string(::getpid());
+        name = "ondrava-test-" + std::to_string(::getpid()) + suffix;
         setenv("JACK_DEFAULT_SERVER", name.c_str(), 1);
         setenv("JACK_NO_AUDIO_RESERVATION", "1", 1);
         const std::string rate = std::to_string(kRate);
@@ -57,6 +58,8 @@ public:
         }
         return false;
     }
+
+    void makeDefault() const { setenv("JACK_DEFAULT_SERVER", name.c_str(), 1); }
 
     void stop()
     {

@@ -83,5 +83,5 @@ int run_play_command(const std::vector<std::string>& argv)
     }
     engine.setHost(nullptr);
     std::printf("played %.0f ms, %d underruns\n", engine.get_play_position_ms(), portaudio_output_xruns());
-    return kExitOk;
+    return engine.device_lost ? kExitFailed : kExitOk;
 }
