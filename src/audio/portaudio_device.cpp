@@ -27,9 +27,7 @@ std::atomic<int> g_lostStreams{0};
 bool initialise()
 {
     static const bool once = [] {
-        snd_lib_error_set_handler(quietAlsa);
-        jack_set_error_function(quietJack);
-        jack_set_info_function(quietJack);
+        silence_audio_library_printing();
         std::atexit(shutdown_audio);
         return true;
     }();
@@ -305,6 +303,13 @@ std::unique_ptr<WaveOutDevice> makePortAudioOutput()
 
 std::vector<AudioDeviceInfo> audio_output_devices() { return devices(true); }
 std::vector<AudioDeviceInfo> audio_input_devices() { return devices(false); }
+void silence_audio_library_printing()
+{
+    snd_lib_error_set_handler(quietAlsa);
+    jack_set_error_function(quietJack);
+    jack_set_info_function(quietJack);
+}
+
 void shutdown_audio()
 {
     if (g_ready && g_lostStreams.load() == 0) {

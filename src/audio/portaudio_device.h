@@ -24,3 +24,6 @@ int portaudio_output_xruns();
 // Lets go of the audio library (and its server connections); the next use
 // starts it again. Also done at exit.
 void shutdown_audio();
+// ALSA and JACK print to stderr when there is no card or no server; those
+// are expected cases, reported (if at all) by the program itself.
+void silence_audio_library_printing();

@@ -252,6 +252,23 @@ TEST_F(JackPlaybackTest, TheCommandLineListsTheServerAndPlaysAFile)
         jack = jack || (d.hostApi.find("JACK") != std::string::npos && d.channels == 2);
     EXPECT_TRUE(jack) << "no JACK output device listed";
 
+    // The command line lists the server's devices and a JACK MIDI source.
+    JackRecorder midiSource(16);
+    ASSERT_TRUE(midiSource.open());
+    {
+        FILE* p = popen((std::string(ONDRAVA_CLI) + " devices 2>&1").c_str(), "r");
+        ASSERT_TRUE(p);
+        std::string listing;
+        char line[256] = {};
+        while (fgets(line, sizeof line, p))
+            listing += line;
+        EXPECT_EQ(pclose(p), 0) << listing;
+        EXPECT_NE(listing.find("output 0: system (JACK Audio Connection Kit, 2 channels, 48000 Hz)"), std::string::npos)
+            << listing;
+        EXPECT_NE(listing.find("input 0: system"), std::string::npos) << listing;
+        EXPECT_NE(listing.find("ondrava-recorder:midi_out (Jack)"), std::string::npos) << listing;
+    }
+
     open(JackServer::kRate, JackServer::kRate / 2);
     const std::string command = std::string(ONDRAVA_CLI) + " play " + path("play.wav") + " 2>&1";
     FILE* p = popen(command.c_str(), "r");

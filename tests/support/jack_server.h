@@ -89,6 +89,8 @@ public:
             return false;
         m_in[0] = jack_port_register(m_client, "in_1", JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput, 0);
         m_in[1] = jack_port_register(m_client, "in_2", JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput, 0);
+        // A MIDI source, for the programs that list MIDI inputs.
+        jack_port_register(m_client, "midi_out", JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
         jack_set_process_callback(m_client, &JackRecorder::process, this);
         return m_in[0] && m_in[1] && jack_activate(m_client) == 0;
     }

@@ -1,11 +1,12 @@
 #include "cli_args.h"
 
 #include "audio/portaudio_device.h"
+#include "sync/midi_inputs.h"
 
 #include <iostream>
 
-// ondrava-cli devices: the wave output and input devices, numbered as the
-// "Default Wave output device" and input preferences number them.
+// ondrava-cli devices: the wave output and input devices and the MIDI
+// inputs, numbered as the device preferences number them.
 int run_devices_command(const std::vector<std::string>& argv)
 {
     if (!argv.empty()) {
@@ -21,7 +22,10 @@ int run_devices_command(const std::vector<std::string>& argv)
     const auto inputs = audio_input_devices();
     print("output", outputs);
     print("input", inputs);
-    if (outputs.empty() && inputs.empty())
+    const auto midi = midi_input_devices();
+    for (const MidiInputInfo& m : midi)
+        std::cout << "midi " << m.number << ": " << m.name << " (" << m.api << ")\n";
+    if (outputs.empty() && inputs.empty() && midi.empty())
         std::cout << "no audio devices\n";
     return kExitOk;
 }

@@ -40,7 +40,7 @@ void usage()
                  "  run IN [--select START:END] [--channel left|right|both] [--new-from-selection]\n"
                  "         [--save OUT] [--save-selection OUT]\n"
                  "                                  open IN and apply the steps in order\n"
-                 "  devices                         list the wave output and input devices\n"
+                 "  devices                         list wave output and input devices, MIDI inputs\n"
                  "  play FILE [--select START:END] [--loop N] [--device N] [--clipboard]\n"
                  "                                  play FILE (or the clipboard) on an output device\n"
                  "Questions are asked on a terminal; --yes or --no answers them all.\n";
