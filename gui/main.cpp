@@ -4,6 +4,7 @@
 #include "app/main_frame.h"
 #include "app/qt_ui_host.h"
 #include "app/termination_signals.h"
+#include "audio/portaudio_device.h"
 #include "view/display_levels.h"
 
 #include <QApplication>
@@ -17,6 +18,8 @@ int main(int argc, char** argv)
     if (QScreen* screen = QApplication::primaryScreen())
         set_screen_width_pixels(screen->geometry().width());
 
+    // Playback goes to the device the preferences name (PortAudio).
+    use_portaudio_output();
     auto* frame = new CMainFrame;
     QtUiHost host(frame);
     setUiHost(&host);

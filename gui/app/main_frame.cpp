@@ -15,6 +15,8 @@
 #include "view/child_frame.h"
 #include "view/child_frame_window.h"
 #include "view/display_levels.h"
+#include "audio/playback_engine.h"
+#include "audio/play_cursor_host.h"
 #include "view/document_open.h"
 #include "view/document_save.h"
 #include "edit/copy_selection_dialog.h"
@@ -97,8 +99,27 @@ CMainFrame::CMainFrame() : m_mdi(new QMdiArea(this)), m_timer(new QTimer(this))
         m_position[i]->setMinimumWidth(150);
         statusBar()->addPermanentWidget(m_position[i]);
     }
+    m_playPosition = new QLabel(this);
+    m_playPosition->setObjectName(QStringLiteral("playPosition"));
+    m_playPosition->setMinimumWidth(150);
+    statusBar()->addPermanentWidget(m_playPosition);
     statusBar()->showMessage(tr("Ready"));
     applyWindowPlacement();
+    // Playback reports to the document windows: the moving play cursor, the
+    // play position, the end.
+    m_playHost = new PlayCursorHost(
+        [this](CChildFrame& frame) -> ChildFrameWindow* {
+            for (ChildFrameWindow* w : documents())
+                if (&w->frame() == &frame)
+                    return w;
+            return nullptr;
+        },
+        this);
+    PlaybackEngine::instance().setHost(m_playHost);
+    connect(m_playHost, &PlayCursorHost::positionChanged, this, [this](float ms) {
+        m_playPosition->setText(tr("Play: %1 s").arg(ms / 1000.0, 0, 'f', 2));
+    });
+    connect(m_playHost, &PlayCursorHost::ended, this, [this] { m_playPosition->clear(); });
     connect(m_mdi, &QMdiArea::subWindowActivated, this, [this](QMdiSubWindow*) {
         ChildFrameWindow* doc = activeDocument();
         set_active_frame(doc ? &doc->frame() : nullptr);
@@ -116,7 +137,13 @@ CMainFrame::CMainFrame() : m_mdi(new QMdiArea(this)), m_timer(new QTimer(this))
     updateCommandStates();
 }
 
-CMainFrame::~CMainFrame() { set_open_opened_file_handler({}); }
+CMainFrame::~CMainFrame()
+{
+    PlaybackEngine& engine = PlaybackEngine::instance();
+    engine.stop_playback();
+    engine.setHost(nullptr);
+    set_open_opened_file_handler({});
+}
 
 QAction* CMainFrame::addCommand(QMenu* menu, int id, const QString& fallback, const QKeySequence& keys)
 {
@@ -485,10 +512,20 @@ void CMainFrame::onCommand(int id)
                            tr("<b>Ondrava</b><br>Recording and editing digital audio."));
         break;
     case 11401:
-    case 11403:
-        // Playback comes with the audio engine; until then there is nothing to start or stop.
-        message_beep();
+        // Plays the highlight (or the whole file); a second Play stops.
+        if (ChildFrameWindow* doc = activeDocument())
+            PlaybackEngine::instance().play_the_wavefile(doc->frame());
         break;
+    case 11402: PlaybackEngine::instance().pause_playback(); break;
+    case 11403: PlaybackEngine::instance().stop_playback(); break;
+    case 11404: {
+        PlaybackEngine& engine = PlaybackEngine::instance();
+        engine.loopPlayback = !engine.loopPlayback;
+        for (ChildFrameWindow* w : documents())
+            if (QAction* loop = w->playBar()->findChild<QAction*>(QStringLiteral("11404")))
+                loop->setChecked(engine.loopPlayback);
+        break;
+    }
     default: break;
     }
 }

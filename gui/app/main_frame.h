@@ -69,6 +69,8 @@ private:
     std::map<int, QAction*> m_actions;
     std::vector<QToolBar*> m_bars;
     QLabel* m_position[3] = {};
+    QLabel* m_playPosition = nullptr;
+    class PlayCursorHost* m_playHost = nullptr;
     QStringList m_positionTexts;
     QTimer* m_timer;
     int m_ticks = 0;

@@ -3,6 +3,7 @@
 #include "app/preferences.h"
 #include "app/qt_ui_host.h"
 #include "app/string_table.h"
+#include "audio/playback_engine.h"
 #include "audio/transport_state.h"
 #include "edit/copy_selection_dialog.h"
 #include "edit/edit_operations.h"
@@ -100,9 +101,17 @@ ChildFrameWindow::ChildFrameWindow(std::unique_ptr<CChildFrame> frame, QWidget* 
         if (m_frame->bToolTips)
             action->setToolTip(id >= 11401 && id <= 11404 ? QStringList{"Play", "Pause", "Stop", "Loop"}[id - 11401]
                                                           : toolTipOf(id));
-        // Playback arrives with the audio engine; until then its buttons rest.
-        action->setEnabled(id == 1898 || id == 1899);
-        connect(action, &QAction::triggered, this, [this, id] { command(id); });
+        // The transport buttons are the main frame's commands; zoom is ours.
+        if (id == 11404) {
+            action->setCheckable(true);
+            action->setChecked(PlaybackEngine::instance().loopPlayback);
+        }
+        connect(action, &QAction::triggered, this, [this, id] {
+            if (id >= 11401 && id <= 11404)
+                emit commandRequested(id);
+            else
+                command(id);
+        });
     }
     m_status->setObjectName(QStringLiteral("1809"));
     m_status->setFrameStyle(QFrame::Panel | QFrame::Sunken);
@@ -172,6 +181,21 @@ void ChildFrameWindow::paintEvent(QPaintEvent*)
     QPainter p(this);
     p.drawImage(0, 0, m_client);
     p.fillRect(QRect(0, height() - nControlRowHeight, width(), nControlRowHeight), palette().window());
+    if (m_playCursor >= 0) {
+        const float x = m_frame->sample_to_pixel(static_cast<std::uint32_t>(m_playCursor));
+        if (x >= 0 && x < width()) {
+            p.setPen(QPen(Qt::red, 1));
+            p.drawLine(QPointF(x, m_frame->nInfoHeight), QPointF(x, height() - nControlRowHeight - 1));
+        }
+    }
+}
+
+void ChildFrameWindow::setPlayCursor(std::int64_t sampleUnit)
+{
+    if (sampleUnit == m_playCursor)
+        return;
+    m_playCursor = sampleUnit;
+    update();
 }
 
 void ChildFrameWindow::resizeEvent(QResizeEvent*)
@@ -287,10 +311,13 @@ void ChildFrameWindow::keyPressEvent(QKeyEvent* event)
 
 void ChildFrameWindow::closeEvent(QCloseEvent* event)
 {
-    if (m_frame->query_close())
+    if (m_frame->query_close()) {
+        // A document that is playing stops before it goes.
+        PlaybackEngine::instance().stop_and_release(*m_frame);
         event->accept();
-    else
+    } else {
         event->ignore();
+    }
 }
 
 bool ChildFrameWindow::isViewCommand(int id)

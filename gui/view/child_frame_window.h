@@ -4,6 +4,7 @@
 
 #include <QImage>
 #include <QWidget>
+#include <cstdint>
 #include <memory>
 
 class CChildFrame;
@@ -35,6 +36,9 @@ public:
     QToolBar* playBar() const { return m_playBar; }
     const QImage& lastPaint() const { return m_client; }
     int timeFormat() const;
+    // The play cursor at a sample unit, or none (-1).
+    void setPlayCursor(std::int64_t sampleUnit);
+    std::int64_t playCursor() const { return m_playCursor; }
 
 signals:
     // The highlight or the view changed: position displays need redrawing.
@@ -65,4 +69,5 @@ private:
     QLabel* m_status;
     QScrollBar* m_scroll;
     bool m_syncing = false;
+    std::int64_t m_playCursor = -1;
 };

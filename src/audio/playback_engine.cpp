@@ -9,6 +9,8 @@
 #include "edit/pseudo_clipboard.h"
 #include "view/child_frame.h"
 
+#include <QCoreApplication>
+#include <QThread>
 #include <algorithm>
 #include <fcntl.h>
 #include <fstream>
@@ -173,7 +175,18 @@ void PlaybackEngine::writeQueued()
     play_current_buffer = 0;
 }
 
-void PlaybackEngine::on_wave_out_open() { writeQueued(); }
+void PlaybackEngine::on_wave_out_open()
+{
+    // Stop came before the device was ready: nothing was written, so
+    // nothing will come back; end here.
+    if (m_stopRequested && is_playing) {
+        play_buffers_queued = 0;
+        endOfPlayback();
+        m_device->close();
+        return;
+    }
+    writeQueued();
+}
 
 void PlaybackEngine::on_wave_out_done(int)
 {
@@ -230,6 +243,20 @@ void PlaybackEngine::stop_playback()
     m_looping = false;
     m_stopRequested = true;
     m_device->reset();
+}
+
+void PlaybackEngine::stop_and_release(const CChildFrame& frame)
+{
+    if (m_frame != &frame)
+        return;
+    stop_playback();
+    // Completions arrive through the event loop.
+    for (int i = 0; i < 400 && m_device; ++i) {
+        QCoreApplication::processEvents();
+        QThread::msleep(5);
+    }
+    if (!is_playing)
+        m_frame = nullptr;
 }
 
 void PlaybackEngine::pause_playback()

@@ -38,6 +38,11 @@ public:
     // Toggles pause; the paused time is left out of the position.
     void pause_playback();
     float get_play_position_ms();
+    // The document playing now, if any.
+    const CChildFrame* playing_frame() const { return is_playing ? m_frame : nullptr; }
+    // Stops playback of `frame` (a document about to close) and waits, for a
+    // bounded time, until the device has let go of it.
+    void stop_and_release(const CChildFrame& frame);
 
     void on_wave_out_open() override;
     void on_wave_out_done(int buffer) override;

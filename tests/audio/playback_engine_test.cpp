@@ -209,3 +209,20 @@ TEST_F(PlaybackTest, TheClipboardPlaysInItsOwnFormat)
     EXPECT_EQ(SimulatedWaveOut::state().played, Bytes(data.begin(), data.begin() + 44100));
     EXPECT_EQ(SimulatedWaveOut::state().format.rate, 22050u);
 }
+
+TEST_F(PlaybackTest, StopBeforeTheDeviceIsReadyEndsWithoutPlayingAnything)
+{
+    CChildFrame& f = open(2, 16, 22050, 22050 * 2);
+    ASSERT_EQ(engine().play_the_wavefile(f), 1);
+    engine().stop_playback();  // the open completion has not arrived yet
+    SimulatedWaveOut::deliver();
+    EXPECT_FALSE(engine().is_playing);
+    EXPECT_TRUE(SimulatedWaveOut::state().played.empty());
+    EXPECT_TRUE(SimulatedWaveOut::state().writes.empty());
+    EXPECT_EQ(SimulatedWaveOut::state().closes, 1);
+    EXPECT_EQ(timerStops, 1);
+    // The engine is free for the next Play.
+    ASSERT_EQ(engine().play_the_wavefile(f), 1);
+    playToTheEnd();
+    EXPECT_EQ(SimulatedWaveOut::state().played.size(), data.size());
+}

@@ -1,0 +1,89 @@
+#include "app/main_frame.h"
+#include "audio/play_cursor_host.h"
+#include "audio/playback_engine.h"
+#include "view/child_frame.h"
+#include "view/child_frame_window.h"
+
+#include "audio/simulated_wave_out.h"
+#include "gui_test.h"
+
+#include <QAction>
+#include <QLabel>
+#include <QTest>
+#include <QTimer>
+#include <QToolBar>
+
+using TransportTest = GuiTest;
+
+// Play, the 30 ms cursor, Stop and Loop from a document's play bar, on a
+// simulated device.
+TEST_F(TransportTest, ThePlayBarPlaysMovesTheCursorAndStops)
+{
+    SimulatedWaveOut::state() = SimulatedWaveOutState{};
+    SimulatedWaveOut::events().clear();
+    set_wave_out_factory(SimulatedWaveOut::make);
+    {
+        auto tone = openTone(2, 16, 22050, 22050 * 4);
+    }
+    {
+        CMainFrame frame;
+        ASSERT_TRUE(frame.openFile(QString::fromStdString(path("tone.wav"))));
+        ChildFrameWindow* doc = frame.activeDocument();
+        ASSERT_TRUE(doc);
+        doc->resize(800, 300);
+        PlaybackEngine& engine = PlaybackEngine::instance();
+        auto* bar = doc->playBar();
+        bar->findChild<QAction*>("11401")->trigger();
+        ASSERT_TRUE(engine.is_playing);
+        EXPECT_EQ(doc->playCursor(), -1);
+        SimulatedWaveOut::deliver();
+        // A second of sound played: the cursor stands a second in.
+        for (int i = 0; i < 40; ++i) {
+            SimulatedWaveOut::advance(25);
+            SimulatedWaveOut::deliver();
+        }
+        QTest::qWait(80);
+        EXPECT_NEAR(static_cast<double>(doc->playCursor()), 2.0 * 22050, 2 * 2205.0);
+        auto* position = frame.findChild<QLabel*>("playPosition");
+        ASSERT_TRUE(position);
+        EXPECT_TRUE(position->text().startsWith("Play: 1.0")) << position->text().toStdString();
+
+        // Loop is a toggle shown on the bar.
+        bar->findChild<QAction*>("11404")->trigger();
+        EXPECT_TRUE(engine.loopPlayback);
+        EXPECT_TRUE(bar->findChild<QAction*>("11404")->isChecked());
+        bar->findChild<QAction*>("11404")->trigger();
+        EXPECT_FALSE(engine.loopPlayback);
+
+        // Stop: the cursor goes and the display clears.
+        bar->findChild<QAction*>("11403")->trigger();
+        SimulatedWaveOut::deliver();
+        EXPECT_FALSE(engine.is_playing);
+        EXPECT_EQ(doc->playCursor(), -1);
+        EXPECT_TRUE(position->text().isEmpty());
+
+        // Closing a document while it plays stops playback first; the
+        // device's completions come through the event loop, as a real one's do.
+        QTimer pump;
+        QObject::connect(&pump, &QTimer::timeout, [] { SimulatedWaveOut::deliver(); });
+        pump.start(1);
+        bar->findChild<QAction*>("11401")->trigger();
+        ASSERT_TRUE(engine.is_playing);
+        doc->parentWidget()->close();
+        EXPECT_FALSE(engine.is_playing);
+        EXPECT_EQ(engine.playing_frame(), nullptr);
+    }
+    set_wave_out_factory(nullptr);
+}
+
+TEST_F(TransportTest, ThePlayCursorFoldsLoopPassesIntoTheRange)
+{
+    auto f = openTone(2, 16, 10000, 10000);
+    // 1.5 s into a loop over one second of stereo from unit 2000: half a
+    // second into the second pass.
+    EXPECT_EQ(PlayCursorHost::playing_sample(*f, 1500.0f, 2000, 22000), 2000u + 10000u);
+    EXPECT_EQ(PlayCursorHost::playing_sample(*f, 0.0f, 2000, 22000), 2000u);
+    EXPECT_EQ(PlayCursorHost::playing_sample(*f, 250.0f, 0, 0), 0u);
+    // Stereo positions stay on frame boundaries.
+    EXPECT_EQ(PlayCursorHost::playing_sample(*f, 0.15f, 0, 20000) % 2, 0u);
+}
