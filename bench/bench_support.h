@@ -1,7 +1,7 @@
 #pragma once
 
 // What the benchmarks share: their arguments, their scratch folder, and the
-// large 44.1 kHz stereo 16-bit WAV files they work on.
+// large stereo 16-bit WAV files (44.1 kHz unless said) they work on.
 
 #include <algorithm>
 #include <cstdint>
@@ -16,7 +16,8 @@
 // `frameValue(frame, channel)` gives each sample; the file is synced to disk
 // so that the timed runs do not pay for writing it.
 inline void write_bench_wave(const std::string& name, std::uint64_t dataBytes,
-                             const std::function<std::int16_t(std::uint64_t, int)>& frameValue)
+                             const std::function<std::int16_t(std::uint64_t, int)>& frameValue,
+                             std::uint32_t rate = 44100)
 {
     FILE* f = std::fopen(name.c_str(), "wb");
     if (!f) {
@@ -27,6 +28,8 @@ inline void write_bench_wave(const std::string& name, std::uint64_t dataBytes,
                            16, 0, 0, 0, 1, 0, 2, 0, 0x44, 0xAC, 0, 0, 0x10, 0xB1, 2, 0,
                            4, 0, 16, 0, 'd', 'a', 't', 'a', 0, 0, 0, 0};
     for (int i = 0; i < 4; ++i) {
+        h[24 + i] = static_cast<unsigned char>(rate >> (8 * i));
+        h[28 + i] = static_cast<unsigned char>((rate * 4) >> (8 * i));
         h[4 + i] = static_cast<unsigned char>((36 + dataBytes) >> (8 * i));
         h[40 + i] = static_cast<unsigned char>(dataBytes >> (8 * i));
     }

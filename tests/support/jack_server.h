@@ -4,7 +4,6 @@
 // under a name of its own before any audio library looks for a server, and
 // stopped at the end. JackRecorder captures what other clients play into it.
 
-#include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
