@@ -3,6 +3,8 @@
 #include "view/child_frame.h"
 #include "view/child_frame_window.h"
 
+#include <algorithm>
+
 PlayCursorHost::PlayCursorHost(std::function<ChildFrameWindow*(CChildFrame&)> findWindow, QObject* parent)
     : QObject(parent), m_findWindow(std::move(findWindow))
 {
@@ -12,11 +14,11 @@ PlayCursorHost::PlayCursorHost(std::function<ChildFrameWindow*(CChildFrame&)> fi
 
 void PlayCursorHost::startCursorTimer(CChildFrame& frame)
 {
-    // The range is fixed when playback starts: the highlight, else the file.
-    if (m_frame != &frame || !PlaybackEngine::instance().is_paused) {
-        m_rangeStart = frame.bHighlight ? frame.nSelStart : 0;
-        m_rangeEnd = frame.bHighlight ? frame.nSelEnd : frame.nTotalSamples;
-    }
+    // The range the engine plays (the highlight, the file, or from a click).
+    const PlaybackEngine& engine = PlaybackEngine::instance();
+    const std::uint32_t bps = static_cast<std::uint32_t>(std::max(1, frame.bytesPerSample()));
+    m_rangeStart = engine.play_start_offset / bps;
+    m_rangeEnd = m_rangeStart + engine.play_total_bytes / bps;
     m_frame = &frame;
     m_timer.start();
 }

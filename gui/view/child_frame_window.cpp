@@ -221,7 +221,11 @@ void ChildFrameWindow::mousePressEvent(QMouseEvent* event)
             grabMouse();
     } else if (event->button() == Qt::RightButton) {
         switch (right_button_down(*m_frame, at.x(), at.y())) {
-        case RightButtonAction::Play: emit commandRequested(11401); break;
+        case RightButtonAction::Play:
+            // Without a highlight, playback starts from the click.
+            PlaybackEngine::instance().play_from_unit = m_frame->pixel_to_sample(static_cast<float>(at.x()));
+            emit commandRequested(11401);
+            break;
         case RightButtonAction::Stop: emit commandRequested(11403); break;
         case RightButtonAction::None: break;
         }

@@ -39,6 +39,7 @@ PlaybackEngine& PlaybackEngine::instance()
 int PlaybackEngine::play_the_wavefile(CChildFrame& f)
 {
     if (is_playing && m_device) {
+        play_from_unit.reset();
         // A second Play stops at once; the buffers the reset returns are not
         // refilled.
         m_stopRequested = true;
@@ -49,18 +50,26 @@ int PlaybackEngine::play_the_wavefile(CChildFrame& f)
         return 0;
     }
     m_device = open_wave_out_device();
-    if (!m_device)
+    if (!m_device || f.nTotalSamples < 30) {
+        play_from_unit.reset();
         return 0;
-    if (f.nTotalSamples < 30)
-        return 0;
+    }
     set_output_volume(output_level);
     play_current_buffer = 0;
     loop_pass = 0;
     playing_clipboard = false;
     m_looping = loopPlayback;
     const std::uint32_t bps = static_cast<std::uint32_t>(f.bytesPerSample());
-    const std::uint32_t start = f.bHighlight ? f.nSelStart : 0;
+    // Without a highlight Play starts at the click it came from, if any.
+    const std::uint32_t channels = static_cast<std::uint32_t>(std::max<int>(1, f.wfx.nChannels));
+    const std::uint32_t from = std::min(play_from_unit.value_or(0) / channels * channels, f.nTotalSamples);
+    play_from_unit.reset();
+    const std::uint32_t start = f.bHighlight ? f.nSelStart : from;
     const std::uint32_t end = f.bHighlight ? f.nSelEnd : f.nTotalSamples;
+    if (!f.bHighlight && end < start + 30) {
+        m_device.reset();
+        return 0;  // a click at the very end: nothing to play
+    }
     const StreamFormat format{f.wfx.nChannels, f.wfx.nSamplesPerSec, f.wfx.wBitsPerSample};
     if (!openStream(f, format, start * bps, end * bps, false))
         return 0;

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -47,6 +48,10 @@ public:
     void on_wave_out_open() override;
     void on_wave_out_done(int buffer) override;
     void on_wave_out_close() override;
+
+    // A start point for the next Play when nothing is highlighted (the right
+    // button's click, in sample units); used once.
+    std::optional<std::uint32_t> play_from_unit;
 
     // The loop-playback setting (command 11404) and the loop count.
     bool loopPlayback = false;

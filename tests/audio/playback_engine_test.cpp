@@ -226,3 +226,26 @@ TEST_F(PlaybackTest, StopBeforeTheDeviceIsReadyEndsWithoutPlayingAnything)
     playToTheEnd();
     EXPECT_EQ(SimulatedWaveOut::state().played.size(), data.size());
 }
+
+TEST_F(PlaybackTest, AClickWithoutAHighlightPlaysFromThereAndAHighlightWins)
+{
+    CChildFrame& f = open(2, 16, 22050, 22050);
+    // From unit 20001 (inside a frame: moved down to 20000) to the end.
+    engine().play_from_unit = 20001;
+    ASSERT_EQ(engine().play_the_wavefile(f), 1);
+    EXPECT_FALSE(engine().play_from_unit);
+    playToTheEnd();
+    EXPECT_EQ(SimulatedWaveOut::state().played, Bytes(data.begin() + 40000, data.end()));
+    // A click at the very end plays nothing and leaves nothing open.
+    engine().play_from_unit = f.nTotalSamples;
+    EXPECT_EQ(engine().play_the_wavefile(f), 0);
+    EXPECT_FALSE(engine().is_playing);
+    // With a highlight the click does not count.
+    SimulatedWaveOut::state() = SimulatedWaveOutState{};
+    f.bHighlight = true;
+    set_selection_units(f, 100, 4100);
+    engine().play_from_unit = 30000;
+    ASSERT_EQ(engine().play_the_wavefile(f), 1);
+    playToTheEnd();
+    EXPECT_EQ(SimulatedWaveOut::state().played, Bytes(data.begin() + 200, data.begin() + 8200));
+}

@@ -87,3 +87,33 @@ TEST_F(TransportTest, ThePlayCursorFoldsLoopPassesIntoTheRange)
     // Stereo positions stay on frame boundaries.
     EXPECT_EQ(PlayCursorHost::playing_sample(*f, 0.15f, 0, 20000) % 2, 0u);
 }
+
+TEST_F(TransportTest, TheRightButtonPlaysFromTheClickAndStopsWhilePlaying)
+{
+    SimulatedWaveOut::state() = SimulatedWaveOutState{};
+    SimulatedWaveOut::events().clear();
+    set_wave_out_factory(SimulatedWaveOut::make);
+    {
+        auto tone = openTone(2, 16, 22050, 22050 * 4);
+    }
+    {
+        CMainFrame frame;
+        ASSERT_TRUE(frame.openFile(QString::fromStdString(path("tone.wav"))));
+        ChildFrameWindow* doc = frame.activeDocument();
+        doc->resize(800, 300);
+        doc->frame().bHighlight = false;
+        PlaybackEngine& engine = PlaybackEngine::instance();
+        const QPoint at(400, 150);
+        const std::uint32_t unit = doc->frame().pixel_to_sample(400.0f) & ~1u;
+        QTest::mouseClick(doc, Qt::RightButton, {}, at);
+        ASSERT_TRUE(engine.is_playing);
+        EXPECT_GT(unit, 0u);
+        EXPECT_EQ(engine.play_start_offset, unit * 2);
+        // The next right click stops.
+        SimulatedWaveOut::deliver();
+        QTest::mouseClick(doc, Qt::RightButton, {}, at);
+        SimulatedWaveOut::deliver();
+        EXPECT_FALSE(engine.is_playing);
+    }
+    set_wave_out_factory(nullptr);
+}
