@@ -17,6 +17,7 @@
 #include "view/display_levels.h"
 #include "audio/playback_engine.h"
 #include "audio/play_cursor_host.h"
+#include "audio/playback_loop_dialog.h"
 #include "view/document_open.h"
 #include "view/document_save.h"
 #include "edit/copy_selection_dialog.h"
@@ -226,6 +227,14 @@ void CMainFrame::buildMenus()
     status->setCheckable(true);
     status->setChecked(true);
     connect(status, &QAction::toggled, statusBar(), &QWidget::setVisible);
+
+    QMenu* play = menuBar()->addMenu(tr("&Play"));
+    addCommand(play, 11401, tr("&Play"));
+    addCommand(play, 11402, tr("P&ause"));
+    addCommand(play, 11403, tr("&Stop"));
+    play->addSeparator();
+    addCommand(play, 11404, tr("Lo&op playback"), QKeySequence(QStringLiteral("Alt+L")))->setCheckable(true);
+    addCommand(play, 1024, tr("Setup pla&yback loop..."), QKeySequence(QStringLiteral("Alt+R")));
 
     QMenu* options = menuBar()->addMenu(tr("&Options"));
     addCommand(options, kCommandPreferences, tr("&Preferences..."));
@@ -524,6 +533,13 @@ void CMainFrame::onCommand(int id)
         for (ChildFrameWindow* w : documents())
             if (QAction* loop = w->playBar()->findChild<QAction*>(QStringLiteral("11404")))
                 loop->setChecked(engine.loopPlayback);
+        if (QAction* loop = action(11404))
+            loop->setChecked(engine.loopPlayback);
+        break;
+    }
+    case 1024: {
+        PlaybackLoopDialog dialog(this);
+        dialog.exec();
         break;
     }
     default: break;

@@ -10,6 +10,12 @@
 
 class CChildFrame;
 
+// An SMPTE time: the start that the loop set-up stores for chase lock.
+struct SmpteTime {
+    int hours = 0, minutes = 0, seconds = 0, frames = 0;
+    int fps = 30;
+};
+
 // What playback asks of the window around it: the 30 ms cursor timer, the
 // position display, and the end of playback. The program installs one; the
 // command line and the tests may leave it out.
@@ -57,6 +63,7 @@ public:
     bool loopPlayback = false;
     bool loop_count_enabled = false;
     int loop_count = 1;
+    SmpteTime smpte_start;
 
     // State the rest of the program reads.
     bool is_playing = false;

@@ -1,5 +1,6 @@
 #include "app/main_frame.h"
 #include "audio/play_cursor_host.h"
+#include "audio/playback_loop_dialog.h"
 #include "audio/playback_engine.h"
 #include "view/child_frame.h"
 #include "view/child_frame_window.h"
@@ -9,6 +10,8 @@
 
 #include <QAction>
 #include <QLabel>
+#include <QRadioButton>
+#include <QSpinBox>
 #include <QTest>
 #include <QTimer>
 #include <QToolBar>
@@ -116,4 +119,43 @@ TEST_F(TransportTest, TheRightButtonPlaysFromTheClickAndStopsWhilePlaying)
         EXPECT_FALSE(engine.is_playing);
     }
     set_wave_out_factory(nullptr);
+}
+
+TEST_F(TransportTest, TheLoopSetUpStoresTheCountAndTheSmpteStartOnlyOnOk)
+{
+    PlaybackEngine& engine = PlaybackEngine::instance();
+    engine.loop_count = 3;
+    engine.loop_count_enabled = false;
+    engine.smpte_start = {};
+    {
+        PlaybackLoopDialog dialog;
+        EXPECT_TRUE(dialog.radio(1039)->isChecked());
+        EXPECT_EQ(dialog.spin(231)->value(), 3);
+        EXPECT_EQ(dialog.spin(231)->maximum(), 100);
+        EXPECT_EQ(dialog.spin(1886)->maximum(), 23);
+        dialog.spin(231)->setValue(7);
+        dialog.radio(1040)->setChecked(true);
+        dialog.reject();
+    }
+    EXPECT_EQ(engine.loop_count, 3);
+    EXPECT_FALSE(engine.loop_count_enabled);
+    {
+        PlaybackLoopDialog dialog;
+        dialog.spin(231)->setValue(7);
+        dialog.radio(1040)->setChecked(true);
+        dialog.spin(1883)->setValue(1);
+        dialog.spin(1884)->setValue(2);
+        dialog.spin(1885)->setValue(3);
+        dialog.spin(1886)->setValue(4);
+        dialog.accept();
+    }
+    EXPECT_EQ(engine.loop_count, 7);
+    EXPECT_TRUE(engine.loop_count_enabled);
+    EXPECT_EQ(engine.smpte_start.hours, 1);
+    EXPECT_EQ(engine.smpte_start.minutes, 2);
+    EXPECT_EQ(engine.smpte_start.seconds, 3);
+    EXPECT_EQ(engine.smpte_start.frames, 4);
+    EXPECT_EQ(engine.smpte_start.fps, 30);
+    engine.loop_count = 1;
+    engine.loop_count_enabled = false;
 }
