@@ -18,6 +18,7 @@
 #include "audio/playback_engine.h"
 #include "audio/play_cursor_host.h"
 #include "audio/playback_loop_dialog.h"
+#include "audio/play_record_time_window.h"
 #include "view/document_open.h"
 #include "view/document_save.h"
 #include "edit/copy_selection_dialog.h"
@@ -117,8 +118,15 @@ CMainFrame::CMainFrame() : m_mdi(new QMdiArea(this)), m_timer(new QTimer(this))
         },
         this);
     PlaybackEngine::instance().setHost(m_playHost);
-    connect(m_playHost, &PlayCursorHost::positionChanged, this, [this](float ms) {
-        m_playPosition->setText(tr("Play: %1 s").arg(ms / 1000.0, 0, 'f', 2));
+    connect(m_playHost, &PlayCursorHost::positionChanged, this, [this](float, const QString& text) {
+        m_playPosition->setText(tr("Play: %1").arg(text));
+        // The big time display, when the option is on.
+        if (preferences().bigTimeDisplay && !PlaybackEngine::instance().play_short) {
+            if (!m_timeWindow)
+                m_timeWindow = new PlayRecordTimeWindow(this);
+            m_timeWindow->showTime(text);
+            m_timeWindow->show();
+        }
     });
     connect(m_playHost, &PlayCursorHost::ended, this, [this] { m_playPosition->clear(); });
     connect(m_mdi, &QMdiArea::subWindowActivated, this, [this](QMdiSubWindow*) {

@@ -71,6 +71,7 @@ private:
     QLabel* m_position[3] = {};
     QLabel* m_playPosition = nullptr;
     class PlayCursorHost* m_playHost = nullptr;
+    class PlayRecordTimeWindow* m_timeWindow = nullptr;
     QStringList m_positionTexts;
     QTimer* m_timer;
     int m_ticks = 0;

@@ -1,6 +1,8 @@
 #include "audio/play_cursor_host.h"
 
+#include "app/preferences.h"
 #include "view/child_frame.h"
+#include "view/time_format.h"
 #include "view/child_frame_window.h"
 
 #include <algorithm>
@@ -52,7 +54,8 @@ void PlayCursorHost::tick()
     if (!m_frame || !engine.is_playing)
         return;
     const float ms = engine.get_play_position_ms();
+    const std::uint32_t at = playing_sample(*m_frame, ms, m_rangeStart, m_rangeEnd);
     if (ChildFrameWindow* w = m_findWindow(*m_frame))
-        w->setPlayCursor(static_cast<std::int64_t>(playing_sample(*m_frame, ms, m_rangeStart, m_rangeEnd)));
-    emit positionChanged(ms);
+        w->setPlayCursor(static_cast<std::int64_t>(at));
+    emit positionChanged(ms, QString::fromStdString(position_text(*m_frame, at, preferences().timeFormat)).trimmed());
 }

@@ -25,8 +25,9 @@ public:
                                         std::uint32_t rangeEnd);
 
 signals:
-    // The play position moved (ms from the start of the range), or playback ended.
-    void positionChanged(float milliseconds);
+    // The play position moved: ms from the start of the range, and the
+    // position in the document in the current time format.
+    void positionChanged(float milliseconds, const QString& text);
     void ended();
 
 private:

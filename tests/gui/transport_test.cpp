@@ -1,6 +1,8 @@
 #include "app/main_frame.h"
 #include "audio/play_cursor_host.h"
 #include "audio/playback_loop_dialog.h"
+#include "audio/play_record_time_window.h"
+#include "app/preferences.h"
 #include "audio/playback_engine.h"
 #include "view/child_frame.h"
 #include "view/child_frame_window.h"
@@ -35,6 +37,9 @@ TEST_F(TransportTest, ThePlayBarPlaysMovesTheCursorAndStops)
         ASSERT_TRUE(doc);
         doc->resize(800, 300);
         PlaybackEngine& engine = PlaybackEngine::instance();
+        const Preferences saved = preferences();
+        preferences().timeFormat = kTimeFormatSeconds;
+        preferences().bigTimeDisplay = true;
         auto* bar = doc->playBar();
         bar->findChild<QAction*>("11401")->trigger();
         ASSERT_TRUE(engine.is_playing);
@@ -50,6 +55,12 @@ TEST_F(TransportTest, ThePlayBarPlaysMovesTheCursorAndStops)
         auto* position = frame.findChild<QLabel*>("playPosition");
         ASSERT_TRUE(position);
         EXPECT_TRUE(position->text().startsWith("Play: 1.0")) << position->text().toStdString();
+        // The big time display shows the same position.
+        auto* big = frame.findChild<PlayRecordTimeWindow*>("PLAYRECORDTIME");
+        ASSERT_TRUE(big);
+        EXPECT_TRUE(big->isVisible());
+        EXPECT_EQ("Play: " + big->text(), position->text());
+        preferences() = saved;
 
         // Loop is a toggle shown on the bar.
         bar->findChild<QAction*>("11404")->trigger();
