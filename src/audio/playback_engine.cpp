@@ -46,7 +46,6 @@ int PlaybackEngine::play_the_wavefile(CChildFrame& f)
         m_looping = false;
         m_device->reset();
         endOfPlayback();
-        m_device->close();
         return 0;
     }
     m_device = open_wave_out_device();
@@ -191,7 +190,6 @@ void PlaybackEngine::on_wave_out_open()
     if (m_stopRequested && is_playing) {
         play_buffers_queued = 0;
         endOfPlayback();
-        m_device->close();
         return;
     }
     writeQueued();
@@ -215,17 +213,10 @@ void PlaybackEngine::on_wave_out_done(int)
     }
     if (play_buffers_queued > 0)
         return;
-    // The pass is over.
-    if (!m_looping) {
-        m_device->reset();
-        endOfPlayback();
-        m_device->close();
-        return;
-    }
+    // The pass is over: playback ends unless another pass is due.
     m_device->reset();
-    if (loop_count_enabled && ++loop_pass >= loop_count) {
+    if (!m_looping || (loop_count_enabled && ++loop_pass >= loop_count)) {
         endOfPlayback();
-        m_device->close();
         return;
     }
     // Rewind without closing the device.
@@ -336,4 +327,7 @@ void PlaybackEngine::endOfPlayback()
             m_host->stopCursorTimer(*m_frame);
         m_host->playbackEnded(*m_frame);
     }
+    // The close completion releases the buffers and the device.
+    if (m_device)
+        m_device->close();
 }

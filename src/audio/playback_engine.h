@@ -89,6 +89,7 @@ private:
                     bool clipboardSizes);
     bool fill(int buffer);
     void writeQueued();
+    // Ends the bookkeeping, tells the host, and closes the device.
     void endOfPlayback();
     void startBookkeeping();
 

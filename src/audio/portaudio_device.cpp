@@ -126,13 +126,7 @@ public:
             return;
         if (m_stream)
             Pa_AbortStream(m_stream);
-        m_outstanding = 0;
-        // The callback is stopped: everything it held or had queued comes back.
-        if (m_current.data)
-            m_done.push(m_current.index);
-        m_current = {};
-        while (auto b = m_submitted.pop())
-            m_done.push(b->index);
+        handBackHeldBuffers();
         if (m_stream)
             Pa_StartStream(m_stream);
     }
@@ -199,6 +193,13 @@ private:
         m_lost = true;
         ++g_lostStreams;
         m_stream = nullptr;
+        handBackHeldBuffers();
+    }
+
+    // Only while the callback is not running: every buffer it held or had
+    // queued comes back as done.
+    void handBackHeldBuffers()
+    {
         if (m_current.data)
             m_done.push(m_current.index);
         m_current = {};
@@ -217,11 +218,8 @@ private:
         std::size_t needed = frames * self->m_frameBytes;
         if (flags & paOutputUnderflow)
             ++g_xruns;
-        if (self->m_paused) {
-            std::memset(out, self->m_bits == 8 ? 128 : 0, needed);
-            return paContinue;
-        }
-        while (needed > 0) {
+        // Paused: nothing is taken, the whole period is silence.
+        while (needed > 0 && !self->m_paused) {
             if (!self->m_current.data) {
                 auto next = self->m_submitted.pop();
                 if (!next)
