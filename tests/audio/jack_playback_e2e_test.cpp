@@ -80,6 +80,22 @@ protected:
         return done();
     }
 
+    // Runs a shell command, stderr with stdout, calling `meanwhile` once it
+    // has started; the wait status (-1 when it could not start) and the output.
+    static int runCommand(const std::string& command, std::string& output,
+                          const std::function<void()>& meanwhile = {})
+    {
+        FILE* p = popen((command + " 2>&1").c_str(), "r");
+        if (!p)
+            return -1;
+        if (meanwhile)
+            meanwhile();
+        char line[256] = {};
+        while (fgets(line, sizeof line, p))
+            output += line;
+        return pclose(p);
+    }
+
     // The value the device should deliver for source frame `i`, channel `ch`:
     // the stream gain applied as the device applies it, in JACK's float scale.
     float expected(std::size_t i, int ch) const
@@ -224,19 +240,16 @@ TEST_F(JackPlaybackTest, AServerThatGoesAwayDuringPlaybackEndsItWithAMessage)
     ASSERT_TRUE(doomed.start("-doomed"));
     g_server.makeDefault();
     open(JackServer::kRate, JackServer::kRate * 10);
-    const std::string command = "JACK_DEFAULT_SERVER=" + doomed.name + " " + ONDRAVA_CLI + " play " +
-                                path("play.wav") + " 2>&1";
     QElapsedTimer clock;
     clock.start();
-    FILE* p = popen(command.c_str(), "r");
-    ASSERT_TRUE(p);
-    std::this_thread::sleep_for(std::chrono::milliseconds(500));
-    doomed.stop();
     std::string output;
-    char line[256] = {};
-    while (fgets(line, sizeof line, p))
-        output += line;
-    const int status = pclose(p);
+    const int status = runCommand("JACK_DEFAULT_SERVER=" + doomed.name + " " + ONDRAVA_CLI + " play " +
+                                      path("play.wav"),
+                                  output, [&] {
+                                      std::this_thread::sleep_for(std::chrono::milliseconds(500));
+                                      doomed.stop();
+                                  });
+    ASSERT_NE(status, -1);
     EXPECT_LT(clock.elapsed(), 6000) << "playback hung on the vanished server";
     ASSERT_TRUE(WIFEXITED(status)) << output;
     EXPECT_EQ(WEXITSTATUS(status), 1) << output;
@@ -256,13 +269,8 @@ TEST_F(JackPlaybackTest, TheCommandLineListsTheServerAndPlaysAFile)
     JackRecorder midiSource(16);
     ASSERT_TRUE(midiSource.open());
     {
-        FILE* p = popen((std::string(ONDRAVA_CLI) + " devices 2>&1").c_str(), "r");
-        ASSERT_TRUE(p);
         std::string listing;
-        char line[256] = {};
-        while (fgets(line, sizeof line, p))
-            listing += line;
-        EXPECT_EQ(pclose(p), 0) << listing;
+        EXPECT_EQ(runCommand(std::string(ONDRAVA_CLI) + " devices", listing), 0) << listing;
         EXPECT_NE(listing.find("output 0: system (JACK Audio Connection Kit, 2 channels, 48000 Hz)"), std::string::npos)
             << listing;
         EXPECT_NE(listing.find("input 0: system"), std::string::npos) << listing;
@@ -270,14 +278,8 @@ TEST_F(JackPlaybackTest, TheCommandLineListsTheServerAndPlaysAFile)
     }
 
     open(JackServer::kRate, JackServer::kRate / 2);
-    const std::string command = std::string(ONDRAVA_CLI) + " play " + path("play.wav") + " 2>&1";
-    FILE* p = popen(command.c_str(), "r");
-    ASSERT_TRUE(p);
-    char line[256] = {};
     std::string output;
-    while (fgets(line, sizeof line, p))
-        output += line;
-    EXPECT_EQ(pclose(p), 0) << output;
+    EXPECT_EQ(runCommand(std::string(ONDRAVA_CLI) + " play " + path("play.wav"), output), 0) << output;
     EXPECT_NE(output.find("played 500 ms, 0 underruns"), std::string::npos) << output;
 }
 

@@ -18,24 +18,42 @@
 #include <QTimer>
 #include <QToolBar>
 
-using TransportTest = GuiTest;
+// Playback from the windows, on a simulated device.
+class TransportTest : public GuiTest {
+protected:
+    void SetUp() override
+    {
+        GuiTest::SetUp();
+        SimulatedWaveOut::state() = SimulatedWaveOutState{};
+        SimulatedWaveOut::events().clear();
+        set_wave_out_factory(SimulatedWaveOut::make);
+    }
+    void TearDown() override
+    {
+        set_wave_out_factory(nullptr);
+        GuiTest::TearDown();
+    }
+    // Four seconds of a stereo tone, open in `frame` in an 800 x 300 window.
+    ChildFrameWindow* openToneIn(CMainFrame& frame)
+    {
+        openTone(2, 16, 22050, 22050 * 4);
+        if (!frame.openFile(QString::fromStdString(path("tone.wav"))))
+            return nullptr;
+        ChildFrameWindow* doc = frame.activeDocument();
+        if (doc)
+            doc->resize(800, 300);
+        return doc;
+    }
+};
 
 // Play, the 30 ms cursor, Stop and Loop from a document's play bar, on a
 // simulated device.
 TEST_F(TransportTest, ThePlayBarPlaysMovesTheCursorAndStops)
 {
-    SimulatedWaveOut::state() = SimulatedWaveOutState{};
-    SimulatedWaveOut::events().clear();
-    set_wave_out_factory(SimulatedWaveOut::make);
-    {
-        auto tone = openTone(2, 16, 22050, 22050 * 4);
-    }
     {
         CMainFrame frame;
-        ASSERT_TRUE(frame.openFile(QString::fromStdString(path("tone.wav"))));
-        ChildFrameWindow* doc = frame.activeDocument();
+        ChildFrameWindow* doc = openToneIn(frame);
         ASSERT_TRUE(doc);
-        doc->resize(800, 300);
         PlaybackEngine& engine = PlaybackEngine::instance();
         const Preferences saved = preferences();
         preferences().timeFormat = kTimeFormatSeconds;
@@ -87,7 +105,6 @@ TEST_F(TransportTest, ThePlayBarPlaysMovesTheCursorAndStops)
         EXPECT_FALSE(engine.is_playing);
         EXPECT_EQ(engine.playing_frame(), nullptr);
     }
-    set_wave_out_factory(nullptr);
 }
 
 TEST_F(TransportTest, ThePlayCursorFoldsLoopPassesIntoTheRange)
@@ -104,17 +121,10 @@ TEST_F(TransportTest, ThePlayCursorFoldsLoopPassesIntoTheRange)
 
 TEST_F(TransportTest, TheRightButtonPlaysFromTheClickAndStopsWhilePlaying)
 {
-    SimulatedWaveOut::state() = SimulatedWaveOutState{};
-    SimulatedWaveOut::events().clear();
-    set_wave_out_factory(SimulatedWaveOut::make);
-    {
-        auto tone = openTone(2, 16, 22050, 22050 * 4);
-    }
     {
         CMainFrame frame;
-        ASSERT_TRUE(frame.openFile(QString::fromStdString(path("tone.wav"))));
-        ChildFrameWindow* doc = frame.activeDocument();
-        doc->resize(800, 300);
+        ChildFrameWindow* doc = openToneIn(frame);
+        ASSERT_TRUE(doc);
         doc->frame().bHighlight = false;
         PlaybackEngine& engine = PlaybackEngine::instance();
         const QPoint at(400, 150);
@@ -129,7 +139,6 @@ TEST_F(TransportTest, TheRightButtonPlaysFromTheClickAndStopsWhilePlaying)
         SimulatedWaveOut::deliver();
         EXPECT_FALSE(engine.is_playing);
     }
-    set_wave_out_factory(nullptr);
 }
 
 TEST_F(TransportTest, TheLoopSetUpStoresTheCountAndTheSmpteStartOnlyOnOk)

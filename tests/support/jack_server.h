@@ -31,7 +31,7 @@ public:
         jack_set_error_function([](const char*) {});
         jack_set_info_function([](const char*) {});
         name = "ondrava-test-" + std::to_string(::getpid()) + suffix;
-        setenv("JACK_DEFAULT_SERVER", name.c_str(), 1);
+        makeDefault();
         setenv("JACK_NO_AUDIO_RESERVATION", "1", 1);
         const std::string rate = std::to_string(kRate);
         std::vector<std::string> argv = {"jackd", "-n", name, "-d", "dummy", "-r", rate, "-p", "256"};
