@@ -4,7 +4,6 @@
 // the longest the user-interface thread was busy at one go.
 
 #include "app/app_paths.h"
-#include "app/headless_ui_host.h"
 #include "audio/playback_engine.h"
 #include "audio/portaudio_device.h"
 #include "view/child_frame.h"
@@ -12,7 +11,7 @@
 #include "view/document_open.h"
 #include "view/waveform_renderer.h"
 
-#include "bench_support.h"
+#include "bench_session.h"
 #include "support/jack_server.h"
 
 #include <QElapsedTimer>
@@ -25,23 +24,16 @@
 
 int main(int argc, char** argv)
 {
+    const BenchArgs args = parse_bench_args(argc, argv, "bench-audio-tmp");
     double seconds = 600;
-    std::string dir = "bench-audio-tmp";
-    for (int i = 1; i + 1 < argc; i += 2) {
+    for (int i = 1; i + 1 < argc; i += 2)
         if (std::strcmp(argv[i], "--seconds") == 0)
             seconds = std::strtod(argv[i + 1], nullptr);
-        else if (std::strcmp(argv[i], "--dir") == 0)
-            dir = argv[i + 1];
-    }
     qputenv("QT_QPA_PLATFORM", "offscreen");
     ensure_runtime_directory();
     QGuiApplication app(argc, argv);
-    HeadlessUiHost host;
-    host.setQuiet(true);
-    setUiHost(&host);
-
-    dir = prepare_bench_dir(dir);
-    set_data_directory(dir + "/work");
+    const BenchSession session(args.dir);
+    const std::string& dir = session.dir;
     const std::string wave = dir + "/long.wav";
     const auto frames = static_cast<std::uint64_t>(seconds * JackServer::kRate);
     std::printf("making %.0f s of 48 kHz stereo 16-bit sound\n", seconds);

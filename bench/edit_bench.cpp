@@ -3,15 +3,13 @@
 // memory while they run (anonymous memory sampled, and the kernel's peak
 // resident size, which includes mapped file pages).
 
-#include "app/app_paths.h"
-#include "app/headless_ui_host.h"
 #include "edit/edit_operations.h"
 #include "edit/undo.h"
 #include "view/child_frame.h"
 #include "view/document_open.h"
 #include "view/mouse_selection.h"
 
-#include "bench_support.h"
+#include "bench_session.h"
 
 #include <algorithm>
 #include <atomic>
@@ -50,11 +48,8 @@ int main(int argc, char** argv)
 {
     const BenchArgs args = parse_bench_args(argc, argv, "bench-edit-tmp");
     const std::uint64_t mib = args.mib;
-    HeadlessUiHost host;
-    host.setQuiet(true);
-    setUiHost(&host);
-    const std::string dir = prepare_bench_dir(args.dir);
-    set_data_directory(dir + "/work");
+    const BenchSession session(args.dir);
+    const std::string& dir = session.dir;
     const std::string wave = dir + "/big.wav";
     std::printf("making %llu MiB of 44.1 kHz stereo 16-bit sound\n", static_cast<unsigned long long>(mib));
     write_bench_wave(wave, (mib << 20) - 44, [](std::uint64_t frame, int channel) {

@@ -4,14 +4,13 @@
 // read for one column.
 
 #include "app/app_paths.h"
-#include "app/headless_ui_host.h"
 #include "view/child_frame.h"
 #include "view/display_levels.h"
 #include "view/document_open.h"
 #include "view/view_navigation.h"
 #include "view/waveform_renderer.h"
 
-#include "bench_support.h"
+#include "bench_session.h"
 
 #include <QGuiApplication>
 #include <algorithm>
@@ -31,12 +30,8 @@ int main(int argc, char** argv)
     qputenv("QT_QPA_PLATFORM", "offscreen");
     ensure_runtime_directory();
     QGuiApplication app(argc, argv);
-    HeadlessUiHost host;
-    host.setQuiet(true);
-    setUiHost(&host);
-
-    const std::string dir = prepare_bench_dir(args.dir);
-    set_data_directory(dir + "/work");
+    const BenchSession session(args.dir);
+    const std::string& dir = session.dir;
     const std::string wave = dir + "/big.wav";
     std::printf("making %llu MiB of 44.1 kHz stereo 16-bit sound\n", static_cast<unsigned long long>(mib));
     // A slow sweep under noise, so that every column has something to draw.

@@ -2,14 +2,12 @@
 // same bytes, and converted from 44.1 kHz stereo to 22.05 kHz mono against
 // `sox` doing the same conversion. Prints the times and the ratios.
 
-#include "app/app_paths.h"
-#include "app/headless_ui_host.h"
 #include "view/child_frame.h"
 #include "view/document_open.h"
 #include "view/document_save.h"
 #include "wavefile/wave_state.h"
 
-#include "bench_support.h"
+#include "bench_session.h"
 
 #include <algorithm>
 #include <chrono>
@@ -45,11 +43,8 @@ int main(int argc, char** argv)
 {
     const BenchArgs args = parse_bench_args(argc, argv, "bench-save-tmp");
     const std::uint64_t mib = args.mib;
-    HeadlessUiHost host;
-    host.setQuiet(true);
-    setUiHost(&host);
-    const std::string dir = prepare_bench_dir(args.dir);
-    set_data_directory(dir + "/work");
+    const BenchSession session(args.dir);
+    const std::string& dir = session.dir;
     const std::string wave = dir + "/big.wav";
     std::printf("making %llu MiB of 44.1 kHz stereo 16-bit sound\n", static_cast<unsigned long long>(mib));
     write_bench_wave(wave, (mib << 20) - 44, [](std::uint64_t frame, int channel) {
