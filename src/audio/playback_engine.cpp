@@ -250,13 +250,20 @@ void PlaybackEngine::stop_and_release(const CChildFrame& frame)
     if (m_frame != &frame)
         return;
     stop_playback();
+    wait_until_released(2000);
+    if (!is_playing)
+        m_frame = nullptr;
+}
+
+bool PlaybackEngine::wait_until_released(int milliseconds)
+{
     // Completions arrive through the event loop.
-    for (int i = 0; i < 400 && m_device; ++i) {
+    for (int waited = 0; m_device && waited < milliseconds; waited += 5) {
         QCoreApplication::processEvents();
         QThread::msleep(5);
     }
-    if (!is_playing)
-        m_frame = nullptr;
+    QCoreApplication::processEvents();
+    return !m_device;
 }
 
 void PlaybackEngine::pause_playback()

@@ -50,6 +50,9 @@ public:
     // Stops playback of `frame` (a document about to close) and waits, for a
     // bounded time, until the device has let go of it.
     void stop_and_release(const CChildFrame& frame);
+    // Runs the event loop until the device's close completion has let go of
+    // it (at most `milliseconds`); true when it has.
+    bool wait_until_released(int milliseconds);
 
     void on_wave_out_open() override;
     void on_wave_out_done(int buffer) override;

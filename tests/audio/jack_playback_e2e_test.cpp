@@ -52,7 +52,7 @@ protected:
         PlaybackEngine& e = PlaybackEngine::instance();
         if (e.is_playing)
             e.stop_playback();
-        runUntil([&] { return e.bufferBytes().empty(); }, 2000);
+        e.wait_until_released(2000);
         set_wave_out_factory(nullptr);
         docs.clear();
         DocumentTest::TearDown();
@@ -183,7 +183,7 @@ TEST_F(JackPlaybackTest, StopEndsAtOnceAndLoopsRepeatTheRange)
         clock.start();
         ASSERT_TRUE(runUntil([&] { return !e.is_playing; }, 2000));
         EXPECT_LT(clock.elapsed(), 500);
-        runUntil([&] { return e.bufferBytes().empty(); }, 1000);
+        e.wait_until_released(1000);
         const long at = alignment(rec, 0, 4800);
         ASSERT_GE(at, 0);
         EXPECT_EQ(mismatches(rec, static_cast<std::size_t>(at), 0, 9600), 0u);

@@ -7,7 +7,6 @@
 #include "view/child_frame.h"
 
 #include <QCoreApplication>
-#include <QThread>
 #include <QTimer>
 #include <atomic>
 #include <csignal>
@@ -77,10 +76,7 @@ int run_play_command(const std::vector<std::string>& argv)
     poll.start(20);
     QCoreApplication::exec();
     // Let the device's close completion arrive before the engine is left alone.
-    for (int i = 0; i < 200 && !engine.bufferBytes().empty(); ++i) {
-        QThread::msleep(5);
-        QCoreApplication::processEvents();
-    }
+    engine.wait_until_released(1000);
     engine.setHost(nullptr);
     std::printf("played %.0f ms, %d underruns\n", engine.get_play_position_ms(), portaudio_output_xruns());
     return engine.device_lost ? kExitFailed : kExitOk;
