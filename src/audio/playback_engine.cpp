@@ -70,9 +70,25 @@ int PlaybackEngine::play_the_wavefile(CChildFrame& f)
         return 0;  // a click at the very end: nothing to play
     }
     const StreamFormat format{f.wfx.nChannels, f.wfx.nSamplesPerSec, f.wfx.wBitsPerSample};
-    if (!openStream(f, format, start * bps, end * bps, false))
+    if (!openStream(f, format, f.szFileName, start * bps, end * bps, false))
         return 0;
     return 1;
+}
+
+int PlaybackEngine::play_file(CChildFrame& f, const std::string& path, std::uint32_t startByte, std::uint32_t endByte)
+{
+    if (is_playing || endByte < startByte + 4)
+        return 0;
+    m_device = open_wave_out_device();
+    if (!m_device)
+        return 0;
+    set_output_volume(output_level);
+    play_current_buffer = 0;
+    loop_pass = 0;
+    playing_clipboard = false;
+    m_looping = false;
+    const StreamFormat format{f.wfx.nChannels, f.wfx.nSamplesPerSec, f.wfx.wBitsPerSample};
+    return openStream(f, format, path, startByte, endByte, false) ? 1 : 0;
 }
 
 int PlaybackEngine::play_clipboard(CChildFrame& f)
@@ -95,13 +111,12 @@ int PlaybackEngine::play_clipboard(CChildFrame& f)
     loop_pass = 0;
     m_looping = false;
     const auto length = static_cast<std::uint32_t>(get_named_file_length(clipboard_data_path()));
-    return openStream(f, format, 0, length, true) ? 1 : 0;
+    return openStream(f, format, clipboard_data_path(), 0, length, true) ? 1 : 0;
 }
 
-bool PlaybackEngine::openStream(CChildFrame& f, const StreamFormat& format, std::uint32_t startByte,
-                                std::uint32_t endByte, bool clipboard)
+bool PlaybackEngine::openStream(CChildFrame& f, const StreamFormat& format, const std::string& path,
+                                std::uint32_t startByte, std::uint32_t endByte, bool clipboard)
 {
-    const std::string path = clipboard ? clipboard_data_path() : f.szFileName;
     m_file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (m_file < 0) {
         NewErrMsg(clipboard ? 5009 : 5007);

@@ -41,6 +41,9 @@ public:
     // that is playing. 1 when it started.
     int play_the_wavefile(CChildFrame& frame);
     int play_clipboard(CChildFrame& frame);
+    // Plays bytes [startByte, endByte) of a headerless data file in the
+    // frame's format: the record dialog's take.
+    int play_file(CChildFrame& frame, const std::string& path, std::uint32_t startByte, std::uint32_t endByte);
     void stop_playback();
     // Toggles pause; the paused time is left out of the position.
     void pause_playback();
@@ -88,8 +91,8 @@ public:
 
 private:
     PlaybackEngine() = default;
-    bool openStream(CChildFrame& frame, const StreamFormat& format, std::uint32_t startByte, std::uint32_t endByte,
-                    bool clipboardSizes);
+    bool openStream(CChildFrame& frame, const StreamFormat& format, const std::string& path, std::uint32_t startByte,
+                    std::uint32_t endByte, bool clipboardSizes);
     bool fill(int buffer);
     void writeQueued();
     // Ends the bookkeeping, tells the host, and closes the device.

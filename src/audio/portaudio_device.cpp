@@ -1,73 +1,17 @@
 #include "audio/portaudio_device.h"
 
 #include "app/preferences.h"
+#include "audio/portaudio_library.h"
 #include "audio/spsc_queue.h"
 #include "audio/volume.h"
 #include "audio/wave_out_device.h"
 
 #include <QTimer>
-#include <alsa/asoundlib.h>
 #include <atomic>
 #include <cstring>
-#include <jack/jack.h>
 #include <portaudio.h>
 
 namespace {
-
-// PortAudio's back-ends print to stderr when there is no card or no JACK
-// server; those are expected cases here.
-void quietAlsa(const char*, int, const char*, int, const char*, ...) {}
-void quietJack(const char*) {}
-
-bool g_ready = false;
-// Streams whose server vanished; the library cannot be shut down cleanly
-// after that (it would wait on, or assert about, the dead server).
-std::atomic<int> g_lostStreams{0};
-
-bool initialise()
-{
-    static const bool once = [] {
-        silence_audio_library_printing();
-        std::atexit(shutdown_audio);
-        return true;
-    }();
-    (void)once;
-    if (!g_ready)
-        g_ready = Pa_Initialize() == paNoError;
-    return g_ready;
-}
-
-std::vector<AudioDeviceInfo> devices(bool output)
-{
-    std::vector<AudioDeviceInfo> list;
-    if (!initialise())
-        return list;
-    const int count = Pa_GetDeviceCount();
-    for (int i = 0; i < count; ++i) {
-        const PaDeviceInfo* d = Pa_GetDeviceInfo(i);
-        const int channels = output ? d->maxOutputChannels : d->maxInputChannels;
-        if (channels <= 0)
-            continue;
-        list.push_back({static_cast<int>(list.size()), d->name, Pa_GetHostApiInfo(d->hostApi)->name, channels,
-                        d->defaultSampleRate});
-    }
-    return list;
-}
-
-// The PortAudio index of the n-th output device; the default one when there
-// is no n-th; paNoDevice when there is none at all.
-PaDeviceIndex outputIndex(int number)
-{
-    const int count = Pa_GetDeviceCount();
-    int seen = 0;
-    for (int i = 0; i < count; ++i) {
-        if (Pa_GetDeviceInfo(i)->maxOutputChannels <= 0)
-            continue;
-        if (seen++ == number)
-            return i;
-    }
-    return Pa_GetDefaultOutputDevice();
-}
 
 std::atomic<int> g_xruns{0};
 
@@ -172,26 +116,19 @@ private:
         }
     }
 
-    // A stream that stopped by itself (the JACK server went away) or has not
-    // taken a byte for two seconds while holding buffers is gone: its buffers
-    // come back so the engine ends playback instead of waiting for ever.
+    // A stream that stopped by itself (the JACK server went away) or stalled
+    // while holding buffers is gone: its buffers come back so the engine ends
+    // playback instead of waiting for ever.
     void checkAlive()
     {
-        if (!m_stream || m_lost || m_paused || m_outstanding.load() == 0) {
-            m_lastProgress = m_playedBytes.load();
-            m_stalledTicks = 0;
-            return;
-        }
-        const std::uint64_t played = m_playedBytes.load();
-        m_stalledTicks = played == m_lastProgress ? m_stalledTicks + 1 : 0;
-        m_lastProgress = played;
-        if (Pa_IsStreamActive(m_stream) == 1 && m_stalledTicks * m_timer.interval() < 2000)
+        if (m_lost || !m_watch.gone(m_stream, m_playedBytes.load(), !m_paused && m_outstanding.load() > 0,
+                                    m_timer.interval()))
             return;
         // The stream is left as it is: stopping or closing it waits on a
         // server that no longer answers. The callback no longer runs, so its
         // buffers are ours to hand back.
         m_lost = true;
-        ++g_lostStreams;
+        portaudio_stream_lost();
         m_stream = nullptr;
         handBackHeldBuffers();
     }
@@ -280,8 +217,7 @@ private:
     // Buffers written and not yet handed back by the callback.
     std::atomic<int> m_outstanding{0};
     bool m_lost = false;
-    std::uint64_t m_lastProgress = 0;
-    int m_stalledTicks = 0;
+    StreamWatch m_watch;
     bool m_pendingOpen = false;
     bool m_pendingClose = false;
     QTimer m_timer;
@@ -289,9 +225,9 @@ private:
 
 std::unique_ptr<WaveOutDevice> makePortAudioOutput()
 {
-    if (!initialise())
+    if (!portaudio_initialise())
         return nullptr;
-    const PaDeviceIndex device = outputIndex(preferences().waveOutputDevice);
+    const PaDeviceIndex device = portaudio_device_index(true, preferences().waveOutputDevice);
     if (device == paNoDevice)
         return nullptr;
     return std::make_unique<PortAudioWaveOut>(device);
@@ -299,21 +235,5 @@ std::unique_ptr<WaveOutDevice> makePortAudioOutput()
 
 }  // namespace
 
-std::vector<AudioDeviceInfo> audio_output_devices() { return devices(true); }
-std::vector<AudioDeviceInfo> audio_input_devices() { return devices(false); }
-void silence_audio_library_printing()
-{
-    snd_lib_error_set_handler(quietAlsa);
-    jack_set_error_function(quietJack);
-    jack_set_info_function(quietJack);
-}
-
-void shutdown_audio()
-{
-    if (g_ready && g_lostStreams.load() == 0) {
-        Pa_Terminate();
-        g_ready = false;
-    }
-}
 void use_portaudio_output() { set_wave_out_factory(makePortAudioOutput); }
 int portaudio_output_xruns() { return g_xruns.load(); }

@@ -21,6 +21,12 @@ std::vector<AudioDeviceInfo> audio_input_devices();
 void use_portaudio_output();
 // Underruns the last stream met.
 int portaudio_output_xruns();
+// Makes PortAudio the program's wave input device (the one numbered in the
+// "Default Wave input device" preference, else the default one).
+void use_portaudio_input();
+// Captured frames the last input stream had to drop (no free buffer, or the
+// host reported an overflow).
+int portaudio_input_overruns();
 // Lets go of the audio library (and its server connections); the next use
 // starts it again. Also done at exit.
 void shutdown_audio();

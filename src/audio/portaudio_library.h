@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+#include <portaudio.h>
+
+// What the PortAudio output and input devices share: starting the library
+// once, finding the n-th device, and noticing a stream whose server went away.
+
+// Starts PortAudio if it is not running; false when it cannot start.
+bool portaudio_initialise();
+// The PortAudio index of the n-th device that can play (or record); the
+// default one when there is no n-th; paNoDevice when there is none at all.
+PaDeviceIndex portaudio_device_index(bool output, int number);
+// Counts a stream whose server vanished: the library is not shut down after
+// that (it would wait on, or assert about, the dead server).
+void portaudio_stream_lost();
+
+// Watches a running stream from the user-interface thread: a stream that has
+// stopped by itself (the JACK server went away) or has moved no bytes for two
+// seconds while it should have is gone.
+class StreamWatch {
+public:
+    // Call on every delivery tick; `expecting` is false while nothing should
+    // move (paused, nothing queued). True when the stream is gone.
+    bool gone(PaStream* stream, std::uint64_t progress, bool expecting, int tickMs)
+    {
+        if (!stream || !expecting) {
+            m_last = progress;
+            m_stalledTicks = 0;
+            return false;
+        }
+        m_stalledTicks = progress == m_last ? m_stalledTicks + 1 : 0;
+        m_last = progress;
+        return Pa_IsStreamActive(stream) != 1 || m_stalledTicks * tickMs >= 2000;
+    }
+
+private:
+    std::uint64_t m_last = 0;
+    int m_stalledTicks = 0;
+};
