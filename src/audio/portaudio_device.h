@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,9 @@ struct AudioDeviceInfo {
 };
 std::vector<AudioDeviceInfo> audio_output_devices();
 std::vector<AudioDeviceInfo> audio_input_devices();
+// The device that the n-th number opens: that one, else the default one;
+// nothing when there is no device at all.
+std::optional<AudioDeviceInfo> chosen_audio_device(bool output, int number);
 
 // Makes PortAudio the program's wave output device (the one numbered in the
 // "Default Wave output device" preference, else the default one).

@@ -68,6 +68,18 @@ void portaudio_stream_lost() { ++g_lostStreams; }
 std::vector<AudioDeviceInfo> audio_output_devices() { return devices(true); }
 std::vector<AudioDeviceInfo> audio_input_devices() { return devices(false); }
 
+std::optional<AudioDeviceInfo> chosen_audio_device(bool output, int number)
+{
+    if (!portaudio_initialise())
+        return std::nullopt;
+    const PaDeviceIndex index = portaudio_device_index(output, number);
+    if (index == paNoDevice)
+        return std::nullopt;
+    const PaDeviceInfo* d = Pa_GetDeviceInfo(index);
+    return AudioDeviceInfo{number, d->name, Pa_GetHostApiInfo(d->hostApi)->name, channelsOf(d, output),
+                           d->defaultSampleRate};
+}
+
 void silence_audio_library_printing()
 {
     snd_lib_error_set_handler(quietAlsa);

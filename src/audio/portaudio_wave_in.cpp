@@ -36,7 +36,9 @@ public:
         in.channelCount = format.channels;
         in.sampleFormat = format.bits == 8 ? paUInt8 : paInt16;
         in.suggestedLatency = Pa_GetDeviceInfo(m_device)->defaultLowInputLatency;
-        if (Pa_OpenStream(&m_stream, &in, nullptr, format.rate, paFramesPerBufferUnspecified, paNoFlag, &callback,
+        // No dither: a 16-bit source recorded through a float host (JACK)
+        // comes back bit for bit.
+        if (Pa_OpenStream(&m_stream, &in, nullptr, format.rate, paFramesPerBufferUnspecified, paDitherOff, &callback,
                           this) != paNoError) {
             m_stream = nullptr;
             return false;

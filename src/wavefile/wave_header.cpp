@@ -154,8 +154,11 @@ int create_new_empty_waveform_file(int showDialog)
     new_file_counter += 1;
     char leaf[32];
     std::snprintf(leaf, sizeof leaf, "SAMPLE%u.WAV", new_file_counter);
-    const std::string name = current_directory_with_slash() + leaf;
+    return create_empty_waveform_file_named(current_directory_with_slash() + leaf);
+}
 
+int create_empty_waveform_file_named(const std::string& name)
+{
     RiffFile file;
     if (!file.open(name, RiffFile::Mode::Create)) {
         message_beep();

@@ -26,6 +26,8 @@ int ReadInputWaveformHeader(const std::string& fileName, int report);
 // eight bytes 80 00 80 00 80 00 80 00 in the current wave format. The name is
 // left in szOpenedFileName. 1 on success, 0 on cancel or failure.
 int create_new_empty_waveform_file(int showDialog);
+// The same file under a given name; szOpenedFileName is set to it.
+int create_empty_waveform_file_named(const std::string& name);
 
 // The current directory with exactly one '/' after it.
 std::string current_directory_with_slash();

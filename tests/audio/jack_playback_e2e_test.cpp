@@ -8,7 +8,7 @@
 #include "view/mouse_selection.h"
 
 #include "support/document_test.h"
-#include "support/jack_server.h"
+#include "support/jack_e2e.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -20,21 +20,6 @@
 
 using Bytes = WavBuilder::Bytes;
 
-namespace {
-
-JackServer g_server;
-
-class JackEnvironment : public ::testing::Environment {
-public:
-    void SetUp() override { ASSERT_TRUE(g_server.start()) << "jackd -d dummy did not start"; }
-    void TearDown() override
-    {
-        shutdown_audio();
-        g_server.stop();
-    }
-};
-
-}  // namespace
 
 class JackPlaybackTest : public DocumentTest {
 protected:
@@ -66,34 +51,6 @@ protected:
         docs.push_back(open_document_file(path("play.wav")));
         EXPECT_TRUE(docs.back());
         return *docs.back();
-    }
-
-    // Runs the event loop (the device's completions arrive through it).
-    static bool runUntil(const std::function<bool()>& done, int milliseconds)
-    {
-        QElapsedTimer clock;
-        clock.start();
-        while (!done() && clock.elapsed() < milliseconds) {
-            QCoreApplication::processEvents();
-            QThread::msleep(2);
-        }
-        return done();
-    }
-
-    // Runs a shell command, stderr with stdout, calling `meanwhile` once it
-    // has started; the wait status (-1 when it could not start) and the output.
-    static int runCommand(const std::string& command, std::string& output,
-                          const std::function<void()>& meanwhile = {})
-    {
-        FILE* p = popen((command + " 2>&1").c_str(), "r");
-        if (!p)
-            return -1;
-        if (meanwhile)
-            meanwhile();
-        char line[256] = {};
-        while (fgets(line, sizeof line, p))
-            output += line;
-        return pclose(p);
     }
 
     // The value the device should deliver for source frame `i`, channel `ch`:
@@ -283,12 +240,14 @@ TEST_F(JackPlaybackTest, TheCommandLineListsTheServerAndPlaysAFile)
     std::string output;
     EXPECT_EQ(runCommand(std::string(ONDRAVA_CLI) + " play " + path("play.wav"), output), 0) << output;
     EXPECT_NE(output.find("played 500 ms, "), std::string::npos) << output;
-}
-
-int main(int argc, char** argv)
-{
-    QCoreApplication app(argc, argv);
-    ::testing::InitGoogleTest(&argc, argv);
-    ::testing::AddGlobalTestEnvironment(new JackEnvironment);
-    return RUN_ALL_TESTS();
+    // The options: a quarter of it, twice, on device 0; an unknown option is
+    // a usage error.
+    output.clear();
+    EXPECT_EQ(runCommand(std::string(ONDRAVA_CLI) + " play " + path("play.wav") + " --select 0:24000 --loop 2 --device 0",
+                         output),
+              0)
+        << output;
+    output.clear();
+    const int status = runCommand(std::string(ONDRAVA_CLI) + " play " + path("play.wav") + " --loops 2", output);
+    EXPECT_EQ(WEXITSTATUS(status), 2) << output;
 }

@@ -144,3 +144,79 @@ private:
     std::vector<float> m_left, m_right;
     std::atomic<std::size_t> m_count{0};
 };
+
+// A JACK client that plays a signal into the other clients' input ports:
+// silence until play() is called, then the signal once, then silence.
+class JackPlayer {
+public:
+    JackPlayer(std::vector<float> left, std::vector<float> right) : m_left(std::move(left)), m_right(std::move(right)) {}
+    ~JackPlayer() { close(); }
+
+    bool open()
+    {
+        jack_status_t status;
+        m_client = jack_client_open("ondrava-player", JackNoStartServer, &status);
+        if (!m_client)
+            return false;
+        m_out[0] = jack_port_register(m_client, "out_1", JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput, 0);
+        m_out[1] = jack_port_register(m_client, "out_2", JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput, 0);
+        jack_set_process_callback(m_client, &JackPlayer::process, this);
+        return m_out[0] && m_out[1] && jack_activate(m_client) == 0;
+    }
+
+    // Connects out_1 and out_2 to the first two input ports of the other
+    // clients (not the server's playback ports, not the test recorder); may
+    // be called again until both are. The number connected.
+    int connectToListeners()
+    {
+        int connected = 0;
+        int listener = 0;
+        const char** ports = jack_get_ports(m_client, nullptr, JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput);
+        for (int i = 0; ports && ports[i] && listener < 2; ++i) {
+            const std::string port = ports[i];
+            if (port.rfind("system:", 0) == 0 || port.rfind("ondrava-recorder:", 0) == 0)
+                continue;
+            jack_port_t* out = m_out[listener++];
+            if (jack_port_connected_to(out, ports[i]) || jack_connect(m_client, jack_port_name(out), ports[i]) == 0)
+                ++connected;
+        }
+        jack_free(ports);
+        return connected;
+    }
+
+    void play() { m_playing = true; }
+    bool done() const { return m_at.load() >= m_left.size(); }
+
+    void close()
+    {
+        if (m_client) {
+            jack_deactivate(m_client);
+            jack_client_close(m_client);
+            m_client = nullptr;
+        }
+    }
+
+private:
+    static int process(jack_nframes_t n, void* arg)
+    {
+        auto* self = static_cast<JackPlayer*>(arg);
+        auto* l = static_cast<float*>(jack_port_get_buffer(self->m_out[0], n));
+        auto* r = static_cast<float*>(jack_port_get_buffer(self->m_out[1], n));
+        std::size_t at = self->m_at.load(std::memory_order_relaxed);
+        for (jack_nframes_t i = 0; i < n; ++i) {
+            const bool sounding = self->m_playing.load(std::memory_order_relaxed) && at < self->m_left.size();
+            l[i] = sounding ? self->m_left[at] : 0.0f;
+            r[i] = sounding ? self->m_right[at] : 0.0f;
+            if (sounding)
+                ++at;
+        }
+        self->m_at.store(at, std::memory_order_release);
+        return 0;
+    }
+
+    jack_client_t* m_client = nullptr;
+    jack_port_t* m_out[2] = {nullptr, nullptr};
+    std::vector<float> m_left, m_right;
+    std::atomic<bool> m_playing{false};
+    std::atomic<std::size_t> m_at{0};
+};

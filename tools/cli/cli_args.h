@@ -40,3 +40,4 @@ int run_convert_command(const std::vector<std::string>& args);
 int run_run_command(const std::vector<std::string>& args);
 int run_devices_command(const std::vector<std::string>& args);
 int run_play_command(const std::vector<std::string>& args);
+int run_record_command(const std::vector<std::string>& args);

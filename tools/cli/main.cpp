@@ -43,6 +43,8 @@ void usage()
                  "  devices                         list wave output and input devices, MIDI inputs\n"
                  "  play FILE [--select START:END] [--loop N] [--device N] [--clipboard]\n"
                  "                                  play FILE (or the clipboard) on an output device\n"
+                 "  record OUT --seconds S [--channels N] [--bits B] [--rate HZ] [--device N] [--trigger LEVEL]\n"
+                 "                                  record S seconds from an input device into OUT\n"
                  "Questions are asked on a terminal; --yes or --no answers them all.\n";
 }
 
@@ -93,6 +95,8 @@ int main(int argc, char** argv)
         result = run_devices_command(args);
     else if (command == "play")
         result = run_play_command(args);
+    else if (command == "record")
+        result = run_record_command(args);
     else {
         std::cerr << "ondrava-cli: unknown command " << command << "\n";
         usage();

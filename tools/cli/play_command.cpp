@@ -33,13 +33,13 @@ public:
 
 int run_play_command(const std::vector<std::string>& argv)
 {
-    const auto args = CliArgs::parse(argv, {"--select", "--loop", "--device"}, {"--clipboard"});
+    const auto args = CliArgs::parse(argv, {"select", "loop", "device"}, {"clipboard"});
     if (!args || args->positionals().size() != 1) {
         std::cerr << "usage: ondrava-cli play FILE [--select START:END] [--loop N] [--device N] [--clipboard]\n";
         return kExitUsage;
     }
-    const auto loops = args->integer("--loop", 1, 1000000, 1);
-    const auto device = args->integer("--device", 0, 255, preferences().waveOutputDevice);
+    const auto loops = args->integer("loop", 1, 1000000, 1);
+    const auto device = args->integer("device", 0, 255, preferences().waveOutputDevice);
     if (!loops || !device)
         return kExitUsage;
     preferences().waveOutputDevice = static_cast<int>(*device);
@@ -49,7 +49,7 @@ int run_play_command(const std::vector<std::string>& argv)
     if (!session.open(args->positionals()[0]))
         return kExitFailed;
     CChildFrame& f = *session.active();
-    if (const auto sel = args->value("--select"); sel && !select_from_argument(f, *sel))
+    if (const auto sel = args->value("select"); sel && !select_from_argument(f, *sel))
         return kExitUsage;
 
     PlaybackEngine& engine = PlaybackEngine::instance();
@@ -58,7 +58,7 @@ int run_play_command(const std::vector<std::string>& argv)
     engine.loopPlayback = *loops > 1;
     engine.loop_count_enabled = *loops > 1;
     engine.loop_count = static_cast<int>(*loops);
-    const int started = args->has("--clipboard") ? engine.play_clipboard(f) : engine.play_the_wavefile(f);
+    const int started = args->has("clipboard") ? engine.play_clipboard(f) : engine.play_the_wavefile(f);
     if (!started) {
         engine.setHost(nullptr);
         std::cerr << "ondrava-cli: playback did not start (no output device, a device that will not open, "

@@ -1,0 +1,190 @@
+// Recording end to end: a JACK client plays a known signal into the
+// recording engine's PortAudio input on a real JACK server (dummy driver);
+// the take on disk must hold that signal sample for sample.
+
+#include "app/posix_io.h"
+#include "audio/portaudio_device.h"
+#include "audio/record_engine.h"
+#include "wavefile/wave_header.h"
+#include "wavefile/wave_state.h"
+
+#include "support/document_test.h"
+#include "support/jack_e2e.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+using Bytes = WavBuilder::Bytes;
+
+namespace {
+
+// A 16-bit value as a JACK float that PortAudio's conversion (scale by
+// 32767, truncate) turns back into the same value.
+float asJackFloat(int v) { return (static_cast<float>(v) + (v >= 0 ? 0.5f : -0.5f)) / 32767.0f; }
+
+Bytes fileBytes(const std::string& path, std::uint64_t offset = 0)
+{
+    const std::uint64_t size = get_named_file_length(path);
+    Bytes b(size > offset ? size - offset : 0);
+    const int fd = ::open(path.c_str(), O_RDONLY);
+    read_fully(fd, b.data(), static_cast<long long>(b.size()), static_cast<long long>(offset));
+    ::close(fd);
+    return b;
+}
+
+std::int16_t sampleAt(const Bytes& b, std::size_t frame, int channel)
+{
+    std::int16_t v;
+    std::memcpy(&v, b.data() + 4 * frame + 2 * static_cast<std::size_t>(channel), 2);
+    return v;
+}
+
+}  // namespace
+
+class JackRecordTest : public DocumentTest {
+protected:
+    void SetUp() override
+    {
+        DocumentTest::SetUp();
+        use_portaudio_input();
+        // A second of noise, the right channel its own sequence; never zero,
+        // so the start of the signal is found in the take.
+        std::uint32_t seed = 12345;
+        for (int i = 0; i < JackServer::kRate; ++i) {
+            for (std::vector<int>* channel : {&left, &right}) {
+                seed = seed * 1664525u + 1013904223u;
+                int v = static_cast<int>(seed >> 16) % 40000 - 20000;
+                channel->push_back(v == 0 ? 1 : v);
+            }
+        }
+    }
+    void TearDown() override
+    {
+        RecordEngine& e = RecordEngine::instance();
+        if (!e.idle())
+            e.stop_recording();
+        e.wait_until_idle(2000);
+        e.discard_take();
+        set_wave_in_factory(nullptr);
+        DocumentTest::TearDown();
+    }
+
+    std::unique_ptr<JackPlayer> player()
+    {
+        std::vector<float> l, r;
+        for (std::size_t i = 0; i < left.size(); ++i) {
+            l.push_back(asJackFloat(left[i]));
+            r.push_back(asJackFloat(right[i]));
+        }
+        return std::make_unique<JackPlayer>(std::move(l), std::move(r));
+    }
+
+    // Frames of `take` from its first non-silent frame that differ from the
+    // signal; -1 when the signal is not there at all or is cut short.
+    long mismatches(const Bytes& take) const
+    {
+        const std::size_t frames = take.size() / 4;
+        std::size_t start = 0;
+        while (start < frames && sampleAt(take, start, 0) == 0)
+            ++start;
+        if (frames - start < left.size())
+            return -1;
+        long bad = 0;
+        for (std::size_t i = 0; i < left.size(); ++i)
+            if (sampleAt(take, start + i, 0) != left[i] || sampleAt(take, start + i, 1) != right[i])
+                ++bad;
+        return bad;
+    }
+
+    std::vector<int> left, right;
+};
+
+TEST_F(JackRecordTest, ASignalPlayedIntoTheInputIsInTheTakeSampleForSample)
+{
+    current_wave_format.nChannels = 2;
+    current_wave_format.nSamplesPerSec = JackServer::kRate;
+    current_wave_format.wBitsPerSample = 16;
+    current_wave_format.nBytesPerSample = 2;
+    ASSERT_EQ(create_empty_waveform_file_named(path("take.wav")), 1);
+    auto doc = open_document_file(path("take.wav"));
+    ASSERT_TRUE(doc);
+
+    RecordEngine& e = RecordEngine::instance();
+    e.insert_mode = 0;
+    e.trigger_on_signal = false;
+    e.auto_stop_enabled = false;
+    e.begin_dialog(*doc);
+    e.record_position = 0;
+    ASSERT_EQ(e.start_recording(), 1);
+    EXPECT_EQ(e.record_buffer_size, 32768u);
+    auto source = player();
+    ASSERT_TRUE(source->open());
+    // The input's ports exist once the stream is open.
+    ASSERT_TRUE(runUntil([&] { return source->connectToListeners() == 2; }, 2000));
+    runUntil([] { return false; }, 200);
+    source->play();
+    ASSERT_TRUE(runUntil([&] { return source->done(); }, 5000));
+    runUntil([] { return false; }, 300);
+    e.stop_recording();
+    ASSERT_TRUE(e.wait_until_idle(3000));
+    EXPECT_FALSE(e.device_lost);
+    EXPECT_EQ(mismatches(fileBytes(e.szRecordFileName)), 0);
+
+    // OK: the document holds the take.
+    ASSERT_EQ(e.adopt_take(), 1);
+    EXPECT_EQ(mismatches(fileBytes(doc->szFileName)), 0);
+}
+
+TEST_F(JackRecordTest, TheCommandLineRecordsTheSetLengthFromTheTrigger)
+{
+    auto source = player();
+    ASSERT_TRUE(source->open());
+    const std::string out = path("cli.wav");
+    std::string output;
+    const int status = runCommand(std::string(ONDRAVA_CLI) + " record " + out + " --seconds 2 --trigger 0.3",
+                                  output, [&] {
+                                      runUntil([&] { return source->connectToListeners() == 2; }, 3000);
+                                      // Silence first: the take must wait for the signal.
+                                      std::this_thread::sleep_for(std::chrono::milliseconds(700));
+                                      source->play();
+                                  });
+    ASSERT_TRUE(WIFEXITED(status)) << output;
+    EXPECT_EQ(WEXITSTATUS(status), 0) << output;
+    EXPECT_NE(output.find("recorded 2.000 s"), std::string::npos) << output;
+    ASSERT_EQ(ReadInputWaveformHeader(out, 0), 1);
+    EXPECT_EQ(current_wave_format.nSamplesPerSec, static_cast<std::uint32_t>(JackServer::kRate));
+    EXPECT_EQ(data_chunk_size, 2u * JackServer::kRate * 4);
+    // The take starts at the buffer where the signal passed the threshold:
+    // at most one buffer of silence before it.
+    const Bytes take = fileBytes(out, 44);
+    std::size_t start = 0;
+    while (start < take.size() / 4 && sampleAt(take, start, 0) == 0)
+        ++start;
+    EXPECT_LT(start, 32768u / 4);
+    EXPECT_EQ(mismatches(take), 0);
+}
+
+TEST_F(JackRecordTest, AServerThatGoesAwayDuringATakeKeepsWhatWasRecorded)
+{
+    JackServer doomed;
+    ASSERT_TRUE(doomed.start("-doomed-rec"));
+    g_server.makeDefault();
+    const std::string out = path("lost.wav");
+    std::string output;
+    QElapsedTimer clock;
+    clock.start();
+    const int status = runCommand("JACK_DEFAULT_SERVER=" + doomed.name + " " + ONDRAVA_CLI + " record " + out +
+                                      " --seconds 10",
+                                  output, [&] {
+                                      std::this_thread::sleep_for(std::chrono::milliseconds(1000));
+                                      doomed.stop();
+                                  });
+    EXPECT_LT(clock.elapsed(), 7000) << "recording hung on the vanished server";
+    ASSERT_TRUE(WIFEXITED(status)) << output;
+    EXPECT_EQ(WEXITSTATUS(status), 1) << output;
+    EXPECT_NE(output.find("The wave input device stopped during recording."), std::string::npos) << output;
+    // What came before the server went is saved.
+    ASSERT_EQ(ReadInputWaveformHeader(out, 0), 1);
+    EXPECT_GT(data_chunk_size, 0u);
+    EXPECT_LT(data_chunk_size, 10u * JackServer::kRate * 4);
+}

@@ -1,0 +1,147 @@
+#include "cli_args.h"
+
+#include "app/posix_io.h"
+#include "app/preferences.h"
+#include "audio/portaudio_device.h"
+#include "audio/record_engine.h"
+#include "document_session.h"
+#include "view/child_frame.h"
+#include "view/document_save.h"
+#include "wavefile/wave_header.h"
+#include "wavefile/wave_state.h"
+
+#include <QCoreApplication>
+#include <QTimer>
+#include <atomic>
+#include <csignal>
+#include <cstdio>
+#include <iostream>
+#include <unistd.h>
+
+// ondrava-cli record OUT --seconds S [--channels N] [--bits B] [--rate HZ]
+//                        [--device N] [--trigger LEVEL]
+// Records S seconds from a wave input device into a new WAVE file, through
+// the record dialog's engine: a new document, one take from its start, the
+// take adopted and saved. With --trigger the take starts when the signal's
+// positive peak passes LEVEL (0..1). Ctrl+C ends the take early; what was
+// recorded is saved.
+namespace {
+
+std::atomic<bool> g_stop{false};
+
+class CliRecordHost : public RecordHost {
+public:
+    void showTriggerStatus(const std::string& text) override
+    {
+        if (text != m_lastStatus)
+            std::fprintf(stderr, "\r%s", text.c_str());
+        m_lastStatus = text;
+    }
+    void captureStateChanged() override {}
+
+private:
+    std::string m_lastStatus;
+};
+
+bool parseLevel(const std::string& text, float& level)
+{
+    char* end = nullptr;
+    level = std::strtof(text.c_str(), &end);
+    return end && *end == '\0' && level >= 0.0f && level < 1.0f;
+}
+
+}  // namespace
+
+int run_record_command(const std::vector<std::string>& argv)
+{
+    const auto args =
+        CliArgs::parse(argv, {"seconds", "channels", "bits", "rate", "device", "trigger"}, {});
+    if (!args || args->positionals().size() != 1 || !args->has("seconds")) {
+        std::cerr << "usage: ondrava-cli record OUT --seconds S [--channels N] [--bits B] [--rate HZ] "
+                     "[--device N] [--trigger LEVEL]\n";
+        return kExitUsage;
+    }
+    const auto seconds = args->integer("seconds", 1, 24 * 3600, 1);
+    const auto device = args->integer("device", 0, 255, preferences().waveInputDevice);
+    if (!seconds || !device)
+        return kExitUsage;
+    preferences().waveInputDevice = static_cast<int>(*device);
+    use_portaudio_input();
+    // Without a format the device's own rate, stereo where it can, 16-bit.
+    const auto input = chosen_audio_device(false, static_cast<int>(*device));
+    if (!input) {
+        std::cerr << "ondrava-cli: there is no wave input device\n";
+        return kExitFailed;
+    }
+    const auto channels = args->integer("channels", 1, 2, std::min(2, input->channels));
+    const auto bits = args->integer("bits", 8, 16, 16);
+    const auto rate = args->integer("rate", 1000, 384000, static_cast<long>(input->defaultRate));
+    if (!channels || !bits || !rate)
+        return kExitUsage;
+    if (*bits != 8 && *bits != 16) {
+        std::cerr << "ondrava-cli: --bits must be 8 or 16\n";
+        return kExitUsage;
+    }
+    float level = 0.0f;
+    if (const auto trigger = args->value("trigger"); trigger && !parseLevel(*trigger, level)) {
+        std::cerr << "ondrava-cli: --trigger takes a level from 0 to 1\n";
+        return kExitUsage;
+    }
+
+    const std::string out = args->positionals()[0];
+    current_wave_format.nChannels = static_cast<std::uint16_t>(*channels);
+    current_wave_format.nSamplesPerSec = static_cast<std::uint32_t>(*rate);
+    current_wave_format.wBitsPerSample = static_cast<std::uint16_t>(*bits);
+    current_wave_format.nBytesPerSample = static_cast<std::uint16_t>(*bits / 8);
+    if (!create_empty_waveform_file_named(out))
+        return kExitFailed;
+    DocumentSession session;
+    if (!session.open(out))
+        return kExitFailed;
+    CChildFrame& f = *session.active();
+
+    RecordEngine& engine = RecordEngine::instance();
+    CliRecordHost host;
+    engine.setHost(&host);
+    engine.insert_mode = 0;
+    engine.auto_stop_enabled = false;
+    engine.trigger_on_signal = args->has("trigger");
+    engine.trigger_continue = true;  // the take's length is --seconds, not the trigger's limit
+    engine.signal_threshold = level;
+    engine.begin_dialog(f);
+    engine.record_position = 0;
+    if (!engine.start_recording()) {
+        engine.discard_take();
+        engine.setHost(nullptr);
+        return kExitFailed;
+    }
+    const std::uint64_t wanted = static_cast<std::uint64_t>(*seconds) * engine.format.bytesPerSecond();
+    std::signal(SIGINT, [](int) { g_stop = true; });
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, [&] {
+        if (g_stop.exchange(false) || engine.record_bytes_written >= wanted)
+            engine.stop_recording();
+        if (engine.idle())
+            QCoreApplication::quit();
+    });
+    poll.start(5);
+    QCoreApplication::exec();
+    engine.wait_until_idle(2000);
+    std::signal(SIGINT, SIG_DFL);
+    if (engine.trigger_on_signal)
+        std::fputc('\n', stderr);
+
+    // The take ends at the buffer that passed the length: cut it to size.
+    if (engine.record_length > wanted && ::truncate(engine.szRecordFileName.c_str(), static_cast<off_t>(wanted)) == 0)
+        engine.record_length = wanted;
+    const std::uint64_t recorded = engine.record_length;
+    const bool lost = engine.device_lost;
+    const bool adopted = engine.adopt_take() != 0;
+    engine.setHost(nullptr);
+    if (!adopted || !save_waveform_file(f, out, 0, 0))
+        return kExitFailed;
+    std::printf("recorded %.3f s, %d overruns\n",
+                static_cast<double>(recorded) / std::max<std::uint32_t>(engine.format.bytesPerSecond(), 1),
+                portaudio_input_overruns());
+    return lost ? kExitFailed : kExitOk;
+}
