@@ -20,6 +20,7 @@ int main(int argc, char** argv)
 
     // Playback goes to the device the preferences name (PortAudio).
     use_portaudio_output();
+    use_portaudio_input();
     auto* frame = new CMainFrame;
     QtUiHost host(frame);
     setUiHost(&host);

@@ -19,6 +19,7 @@
 #include "audio/play_cursor_host.h"
 #include "audio/playback_loop_dialog.h"
 #include "audio/play_record_time_window.h"
+#include "audio/record_dialog.h"
 #include "view/document_open.h"
 #include "view/document_save.h"
 #include "edit/copy_selection_dialog.h"
@@ -121,12 +122,8 @@ CMainFrame::CMainFrame() : m_mdi(new QMdiArea(this)), m_timer(new QTimer(this))
     connect(m_playHost, &PlayCursorHost::positionChanged, this, [this](float, const QString& text) {
         m_playPosition->setText(tr("Play: %1").arg(text));
         // The big time display, when the option is on.
-        if (preferences().bigTimeDisplay && !PlaybackEngine::instance().play_short) {
-            if (!m_timeWindow)
-                m_timeWindow = new PlayRecordTimeWindow(this);
-            m_timeWindow->showTime(text);
-            m_timeWindow->show();
-        }
+        if (preferences().bigTimeDisplay && !PlaybackEngine::instance().play_short)
+            showBigTime(text);
     });
     connect(m_playHost, &PlayCursorHost::ended, this, [this] { m_playPosition->clear(); });
     connect(m_mdi, &QMdiArea::subWindowActivated, this, [this](QMdiSubWindow*) {
@@ -241,6 +238,8 @@ void CMainFrame::buildMenus()
     addCommand(play, 11402, tr("P&ause"));
     addCommand(play, 11403, tr("&Stop"));
     play->addSeparator();
+    addCommand(play, 1813, tr("&Record..."), QKeySequence(QStringLiteral("Ctrl+R")));
+    play->addSeparator();
     addCommand(play, 11404, tr("Lo&op playback"), QKeySequence(QStringLiteral("Alt+L")))->setCheckable(true);
     addCommand(play, 1024, tr("Setup pla&yback loop..."), QKeySequence(QStringLiteral("Alt+R")));
 
@@ -263,6 +262,7 @@ void CMainFrame::buildControlBars()
     std::vector<std::vector<int>> commands(kControlBarCount);
     commands[0] = {kCommandNew, kCommandOpen};
     commands[1] = {1020};
+    commands[2] = {1813, 11401, 11402, 11403};
     commands[3] = {11800, 11801, 11906, 0, 11900, 11902, 11903, 11904, 11905, 11901, 0, 1898, 1899, 87, 88};
     // Short labels on the bars: the tool-tip part of a command's prompt, or a
     // word; the menus keep the full texts.
@@ -550,8 +550,41 @@ void CMainFrame::onCommand(int id)
         dialog.exec();
         break;
     }
+    case 1813: openRecordDialog(); break;
     default: break;
     }
+}
+
+void CMainFrame::openRecordDialog()
+{
+    ChildFrameWindow* doc = activeDocument();
+    if (!doc || PlaybackEngine::instance().is_playing)
+        return;
+    RecordDialog dialog(
+        doc->frame(),
+        [this] {
+            std::vector<std::pair<CChildFrame*, QString>> list;
+            for (ChildFrameWindow* w : documents())
+                list.emplace_back(&w->frame(), w->windowTitle());
+            return list;
+        },
+        [this](const QString& time) { showBigTime(time); }, this);
+    dialog.exec();
+    // The take went to the document that was recorded into, maybe not the
+    // one the dialog opened on.
+    for (ChildFrameWindow* w : documents())
+        w->refreshAfterEdit();
+    updateCommandStates();
+    updatePositionDisplays();
+}
+
+void CMainFrame::showBigTime(const QString& time)
+{
+    if (!m_timeWindow)
+        m_timeWindow = new PlayRecordTimeWindow(this);
+    if (!time.isEmpty())
+        m_timeWindow->showTime(time);
+    m_timeWindow->show();
 }
 
 void CMainFrame::updateCommandStates()
@@ -559,7 +592,7 @@ void CMainFrame::updateCommandStates()
     ChildFrameWindow* doc = activeDocument();
     const bool hasDocument = doc != nullptr;
     const bool hasHighlight = doc && doc->frame().bHighlight;
-    for (int id : {1898, 1899, 87, 88, 11800, 11801, 1020, kCommandClose, kCommandSave, kCommandSaveAs})
+    for (int id : {1898, 1899, 87, 88, 11800, 11801, 1020, 1813, kCommandClose, kCommandSave, kCommandSaveAs})
         if (QAction* a = action(id))
             a->setEnabled(hasDocument);
     for (int id : {11906, 11900, 11901, 11902, 11903, 11904, 11905, kCommandSaveSelection, kCommandNewFromSelection})

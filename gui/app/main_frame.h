@@ -56,6 +56,10 @@ private:
     void applyWindowPlacement();
     void saveWindowPlacement();
     void newFile();
+    // The Record command: the record dialog on the active document.
+    void openRecordDialog();
+    // The big play/record time window, created on first use.
+    void showBigTime(const QString& time);
     void openWithDialog();
     void save(bool askName, bool selectionOnly);
     void newFromSelection();

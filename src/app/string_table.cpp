@@ -23,6 +23,8 @@ constexpr Entry kStrings[] = {
     {404, "Total available recording time with current format"},
     {421, "Replace previous data with new data"},
     {422, "Insert new recorded data at current position; add previous data to end"},
+    {423, "Test the input level without recording"},
+    {425, "Clip indicator: lights when the input reaches the top of its range"},
     {427, "rcue"},
     {428, "rreview"},
     // Zoom commands (prompt and tool tip)

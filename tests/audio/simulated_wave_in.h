@@ -2,6 +2,7 @@
 
 #include "audio/wave_in_device.h"
 
+#include <QTimer>
 #include <deque>
 #include <functional>
 #include <vector>
@@ -38,6 +39,19 @@ public:
         return device;
     }
     static std::unique_ptr<WaveInDevice> make() { return std::make_unique<SimulatedWaveIn>(); }
+    // With this set, completions also reach the engine through the event
+    // loop, as a real device's do (for code that waits on the loop).
+    static bool& throughEventLoop()
+    {
+        static bool on = false;
+        return on;
+    }
+    static void postEvent(std::function<void()> event)
+    {
+        events().push_back(std::move(event));
+        if (throughEventLoop())
+            QTimer::singleShot(0, [] { deliver(); });
+    }
 
     static void deliver()
     {
@@ -90,7 +104,7 @@ public:
         m_listener = listener;
         state().format = format;
         ++state().opens;
-        events().push_back([listener] { listener->on_wave_in_open(); });
+        postEvent([listener] { listener->on_wave_in_open(); });
         return true;
     }
     void add_buffer(int buffer, unsigned char* data, std::size_t bytes) override
@@ -116,7 +130,7 @@ public:
         ++state().closes;
         returnAll();
         WaveInListener* l = m_listener;
-        events().push_back([l] { l->on_wave_in_close(); });
+        postEvent([l] { l->on_wave_in_close(); });
     }
     bool lost() const override { return state().lost; }
 
@@ -130,7 +144,7 @@ private:
     void post(const Held& h)
     {
         WaveInListener* l = m_listener;
-        events().push_back([l, h] { l->on_wave_in_data(h.index, h.filled); });
+        postEvent([l, h] { l->on_wave_in_data(h.index, h.filled); });
     }
     void returnAll()
     {
