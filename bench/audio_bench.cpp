@@ -1,11 +1,13 @@
-// Playback of a long 48 kHz stereo document through a JACK server on the
-// dummy driver (256-frame period) while the view repaints every 30 ms, as the
-// play cursor makes it. Prints the underruns PortAudio and the server saw and
-// the longest the user-interface thread was busy at one go.
+// Playback, then recording, of a long 48 kHz stereo stream through a JACK
+// server on the dummy driver (256-frame period) while the view repaints every
+// 30 ms, as the play cursor makes it. Prints the xruns PortAudio and the
+// server saw in each and the longest the user-interface thread was busy at
+// one go.
 
 #include "app/app_paths.h"
 #include "audio/playback_engine.h"
 #include "audio/portaudio_device.h"
+#include "audio/record_engine.h"
 #include "view/child_frame.h"
 #include "view/display_levels.h"
 #include "view/document_open.h"
@@ -21,6 +23,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 
 int main(int argc, char** argv)
 {
@@ -73,45 +76,91 @@ int main(int argc, char** argv)
     WaveformRenderer renderer(1920);
     QImage client;
 
+    // Runs the event loop until `finished`, with the 30 ms repaint and a 1 ms
+    // heartbeat whose longest gap is the longest the thread was busy.
+    struct Load {
+        double worstRepaint = 0;
+        double worstGap = 0;
+        double seconds = 0;
+    };
+    const auto underLoad = [&](const std::function<bool()>& finished) {
+        Load load;
+        QElapsedTimer clock;
+        clock.start();
+        QTimer repaint;
+        QObject::connect(&repaint, &QTimer::timeout, [&] {
+            QElapsedTimer t;
+            t.start();
+            PlaybackEngine::instance().get_play_position_ms();
+            f.bRedrawAll = true;
+            renderer.paint(f, client, 1);
+            load.worstRepaint = std::max(load.worstRepaint, t.nsecsElapsed() / 1e6);
+        });
+        repaint.start(30);
+        qint64 last = clock.nsecsElapsed();
+        QTimer heartbeat;
+        QObject::connect(&heartbeat, &QTimer::timeout, [&] {
+            const qint64 now = clock.nsecsElapsed();
+            load.worstGap = std::max(load.worstGap, (now - last) / 1e6);
+            last = now;
+            if (finished())
+                QCoreApplication::quit();
+        });
+        heartbeat.start(1);
+        QCoreApplication::exec();
+        load.seconds = clock.elapsed() / 1000.0;
+        return load;
+    };
+
     PlaybackEngine& engine = PlaybackEngine::instance();
-    QElapsedTimer clock;
-    clock.start();
+    int xrunsBefore = serverXruns.load();
     if (!engine.play_the_wavefile(f)) {
         std::fprintf(stderr, "playback did not start\n");
         server.stop();
         return 1;
     }
-    // The 30 ms repaint, and a 1 ms heartbeat whose longest gap is the
-    // longest the thread was busy.
-    double worstRepaint = 0;
-    QTimer repaint;
-    QObject::connect(&repaint, &QTimer::timeout, [&] {
-        QElapsedTimer t;
-        t.start();
-        engine.get_play_position_ms();
-        f.bRedrawAll = true;
-        renderer.paint(f, client, 1);
-        worstRepaint = std::max(worstRepaint, t.nsecsElapsed() / 1e6);
-    });
-    repaint.start(30);
-    qint64 last = clock.nsecsElapsed();
-    double worstGap = 0;
-    QTimer heartbeat;
-    QObject::connect(&heartbeat, &QTimer::timeout, [&] {
-        const qint64 now = clock.nsecsElapsed();
-        worstGap = std::max(worstGap, (now - last) / 1e6);
-        last = now;
-        if (!engine.is_playing && engine.bufferBytes().empty())
-            QCoreApplication::quit();
-    });
-    heartbeat.start(1);
-    QCoreApplication::exec();
+    const Load played = underLoad([&] { return !engine.is_playing && engine.bufferBytes().empty(); });
+    std::printf("played %.1f s in %.1f s\n", engine.get_play_position_ms() / 1000.0, played.seconds);
+    std::printf("  underruns: %d from PortAudio, %d from the server\n", portaudio_output_xruns(),
+                serverXruns.load() - xrunsBefore);
+    std::printf("  user-interface thread: longest busy gap %.2f ms (1 ms heartbeat), worst repaint %.2f ms\n",
+                played.worstGap, played.worstRepaint);
 
-    std::printf("played %.1f s in %.1f s\n", engine.get_play_position_ms() / 1000.0, clock.elapsed() / 1000.0);
-    std::printf("underruns: %d from PortAudio, %d from the server\n", portaudio_output_xruns(), serverXruns.load());
-    std::printf("user-interface thread: longest busy gap %.2f ms (1 ms heartbeat), worst repaint %.2f ms\n",
-                worstGap, worstRepaint);
-    std::printf("recording: not measured (the recording engine is not built yet)\n");
+    // Recording: a JACK client plays a second of tone, looped, into the
+    // input; the take is as long as the playback was.
+    std::vector<float> tone(JackServer::kRate);
+    for (std::size_t i = 0; i < tone.size(); ++i)
+        tone[i] = static_cast<float>(std::sin(i * 2 * M_PI * 441 / JackServer::kRate) * 0.4);
+    JackPlayer source(tone, tone);
+    use_portaudio_input();
+    RecordEngine& recorder = RecordEngine::instance();
+    recorder.insert_mode = 0;
+    recorder.begin_dialog(f);
+    recorder.record_position = 0;
+    if (!source.open() || !recorder.start_recording()) {
+        std::fprintf(stderr, "recording did not start\n");
+        server.stop();
+        return 1;
+    }
+    source.playLooped();
+    const std::uint64_t wanted = frames * 4;
+    xrunsBefore = serverXruns.load();
+    bool connected = false;
+    const Load recorded = underLoad([&] {
+        if (!connected)
+            connected = source.connectToListeners() == 2;
+        if (recorder.record_bytes_written >= wanted && !recorder.idle())
+            recorder.stop_recording();
+        return recorder.idle();
+    });
+    std::printf("recorded %.1f s in %.1f s\n",
+                static_cast<double>(recorder.record_length) / (JackServer::kRate * 4), recorded.seconds);
+    std::printf("  overruns: %d from PortAudio, %d xruns from the server\n", portaudio_input_overruns(),
+                serverXruns.load() - xrunsBefore);
+    std::printf("  user-interface thread: longest busy gap %.2f ms (1 ms heartbeat), worst repaint %.2f ms\n",
+                recorded.worstGap, recorded.worstRepaint);
+    recorder.discard_take();
+    source.close();
     if (watcher)
         jack_client_close(watcher);
     shutdown_audio();

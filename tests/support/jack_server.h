@@ -185,6 +185,12 @@ public:
     }
 
     void play() { m_playing = true; }
+    // Plays the signal over and over until the client closes.
+    void playLooped()
+    {
+        m_loop = true;
+        m_playing = true;
+    }
     bool done() const { return m_at.load() >= m_left.size(); }
 
     void close()
@@ -209,6 +215,8 @@ private:
             r[i] = sounding ? self->m_right[at] : 0.0f;
             if (sounding)
                 ++at;
+            if (at == self->m_left.size() && self->m_loop.load(std::memory_order_relaxed))
+                at = 0;
         }
         self->m_at.store(at, std::memory_order_release);
         return 0;
@@ -218,5 +226,6 @@ private:
     jack_port_t* m_out[2] = {nullptr, nullptr};
     std::vector<float> m_left, m_right;
     std::atomic<bool> m_playing{false};
+    std::atomic<bool> m_loop{false};
     std::atomic<std::size_t> m_at{0};
 };
