@@ -155,8 +155,8 @@ int main(int argc, char** argv)
     });
     std::printf("recorded %.1f s in %.1f s\n",
                 static_cast<double>(recorder.record_length) / (JackServer::kRate * 4), recorded.seconds);
-    std::printf("  overruns: %d from PortAudio, %d xruns from the server\n", portaudio_input_overruns(),
-                serverXruns.load() - xrunsBefore);
+    std::printf("  overruns: %d from PortAudio (%d for want of a free buffer), %d xruns from the server\n",
+                portaudio_input_overruns(), portaudio_input_dropped(), serverXruns.load() - xrunsBefore);
     std::printf("  user-interface thread: longest busy gap %.2f ms (1 ms heartbeat), worst repaint %.2f ms\n",
                 recorded.worstGap, recorded.worstRepaint);
     recorder.discard_take();

@@ -67,11 +67,19 @@ RecordDialog::RecordDialog(CChildFrame& frame, DocumentList documents, BigTime b
 
 RecordDialog::~RecordDialog()
 {
-    if (!engine().idle()) {
-        engine().stop_recording();
-        engine().wait_until_idle(3000);
-    }
+    stopAll();
     engine().setHost(nullptr);
+}
+
+void RecordDialog::stopAll()
+{
+    RecordEngine& e = engine();
+    if (!e.idle()) {
+        e.stop_recording();
+        e.wait_until_idle(3000);
+    }
+    if (PlaybackEngine::instance().is_playing)
+        PlaybackEngine::instance().stop_playback();
 }
 
 QAbstractButton* RecordDialog::addButton(QWidget* parent, int id, const QString& label)
@@ -333,13 +341,8 @@ void RecordDialog::showRecordToMenu()
 
 void RecordDialog::accept()
 {
+    stopAll();
     RecordEngine& e = engine();
-    if (!e.idle()) {
-        e.stop_recording();
-        e.wait_until_idle(3000);
-    }
-    if (PlaybackEngine::instance().is_playing)
-        PlaybackEngine::instance().stop_playback();
     if (!e.adopt_take())
         return;  // the reason has been shown; the take stays for another try
     QDialog::accept();
@@ -347,13 +350,8 @@ void RecordDialog::accept()
 
 void RecordDialog::reject()
 {
+    stopAll();
     RecordEngine& e = engine();
-    if (!e.idle()) {
-        e.stop_recording();
-        e.wait_until_idle(3000);
-    }
-    if (PlaybackEngine::instance().is_playing)
-        PlaybackEngine::instance().stop_playback();
     e.discard_take();
     QDialog::reject();
 }

@@ -62,6 +62,8 @@ private:
     QAbstractButton* addButton(QWidget* parent, int id, const QString& text);
     QLabel* addTimeLabel(QWidget* parent, int id, int pointSize, bool bold, const QString& colour);
     void updateButtons();
+    // Ends a take, a test or the take's play-back, waiting for the device.
+    void stopAll();
     void showRecordToMenu();
     void pollPlayback();
 

@@ -40,24 +40,19 @@ int PlaybackEngine::play_the_wavefile(CChildFrame& f)
 {
     if (is_playing && m_device) {
         play_from_unit.reset();
-        // A second Play stops at once; the buffers the reset returns are not
-        // refilled.
+        // A second Play stops at once (a cue sequence too); the buffers the
+        // reset returns are not refilled.
+        sequence_running = false;
         m_stopRequested = true;
         m_looping = false;
         m_device->reset();
         endOfPlayback();
         return 0;
     }
-    m_device = open_wave_out_device();
-    if (!m_device || f.nTotalSamples < 30) {
+    if (f.nTotalSamples < 30 || !openDevice(loopPlayback)) {
         play_from_unit.reset();
         return 0;
     }
-    set_output_volume(output_level);
-    play_current_buffer = 0;
-    loop_pass = 0;
-    playing_clipboard = false;
-    m_looping = loopPlayback;
     const std::uint32_t bps = static_cast<std::uint32_t>(f.bytesPerSample());
     // Without a highlight Play starts at the click it came from, if any.
     const std::uint32_t channels = static_cast<std::uint32_t>(std::max<int>(1, f.wfx.nChannels));
@@ -77,26 +72,28 @@ int PlaybackEngine::play_the_wavefile(CChildFrame& f)
 
 int PlaybackEngine::play_file(CChildFrame& f, const std::string& path, std::uint32_t startByte, std::uint32_t endByte)
 {
-    if (is_playing || endByte < startByte + 4)
+    if (is_playing || endByte < startByte + 4 || !openDevice(false))
         return 0;
-    m_device = open_wave_out_device();
-    if (!m_device)
-        return 0;
-    set_output_volume(output_level);
-    play_current_buffer = 0;
-    loop_pass = 0;
-    playing_clipboard = false;
-    m_looping = false;
     const StreamFormat format{f.wfx.nChannels, f.wfx.nSamplesPerSec, f.wfx.wBitsPerSample};
     return openStream(f, format, path, startByte, endByte, false) ? 1 : 0;
 }
 
-int PlaybackEngine::play_clipboard(CChildFrame& f)
+bool PlaybackEngine::openDevice(bool looping)
 {
-    if (is_playing)
-        return 0;
     m_device = open_wave_out_device();
     if (!m_device)
+        return false;
+    set_output_volume(output_level);
+    play_current_buffer = 0;
+    loop_pass = 0;
+    playing_clipboard = false;
+    m_looping = looping;
+    return true;
+}
+
+int PlaybackEngine::play_clipboard(CChildFrame& f)
+{
+    if (is_playing || !openDevice(false))
         return 0;
     playing_clipboard = true;
     std::ifstream text(clipboard_text_path());
@@ -106,10 +103,6 @@ int PlaybackEngine::play_clipboard(CChildFrame& f)
     if (!clip)
         return 0;
     const StreamFormat format{clip->channels, static_cast<std::uint32_t>(clip->rate), clip->bits};
-    set_output_volume(output_level);
-    play_current_buffer = 0;
-    loop_pass = 0;
-    m_looping = false;
     const auto length = static_cast<std::uint32_t>(get_named_file_length(clipboard_data_path()));
     return openStream(f, format, clipboard_data_path(), 0, length, true) ? 1 : 0;
 }
@@ -249,10 +242,14 @@ void PlaybackEngine::on_wave_out_close()
     m_buffers.clear();
     m_bufferBytes.clear();
     m_device.reset();
+    if (sequence_running)
+        advanceSequence();
 }
 
 void PlaybackEngine::stop_playback()
 {
+    // Stop ends the whole sequence, not just its entry.
+    sequence_running = false;
     if (!m_device || !is_playing)
         return;
     m_looping = false;
@@ -260,8 +257,73 @@ void PlaybackEngine::stop_playback()
     m_device->reset();
 }
 
+int PlaybackEngine::play_cue_sequence(CChildFrame& f, int first)
+{
+    if (is_playing || m_device || first < 0 || first >= static_cast<int>(cue_sequence.size()) ||
+        cue_sequence.size() > kMaxSequenceEntries)
+        return 0;
+    m_sequenceFrame = &f;
+    sequence_first = sequence_current = first;
+    sequence_running = true;
+    if (!play_sequence_entry(first)) {
+        sequence_running = false;
+        return 0;
+    }
+    return 1;
+}
+
+void PlaybackEngine::selectSequenceRange(CChildFrame& f, int index)
+{
+    const CueSequenceEntry& e = cue_sequence[static_cast<std::size_t>(index)];
+    const std::uint32_t bps = static_cast<std::uint32_t>(f.bytesPerSample());
+    f.nSelStart = std::min(e.start, e.end);
+    f.nSelEnd = std::max(e.start, e.end);
+    f.nSelStartByte = f.nSelStart * bps;
+    f.nSelEndByte = f.nSelEnd * bps;
+}
+
+int PlaybackEngine::play_sequence_entry(int index)
+{
+    if (!m_sequenceFrame || index < 0 || index >= static_cast<int>(cue_sequence.size()) || is_playing)
+        return 0;
+    CChildFrame& f = *m_sequenceFrame;
+    selectSequenceRange(f, index);
+    m_stopRequested = false;
+    if (!openDevice(false))
+        return 0;
+    const StreamFormat format{f.wfx.nChannels, f.wfx.nSamplesPerSec, f.wfx.wBitsPerSample};
+    const std::string& file = cue_sequence[static_cast<std::size_t>(index)].file;
+    return openStream(f, format, file.empty() ? f.szFileName : file, f.nSelStartByte, f.nSelEndByte, false) ? 1 : 0;
+}
+
+void PlaybackEngine::advanceSequence()
+{
+    CChildFrame* f = m_sequenceFrame;
+    const int next = sequence_current + 1;
+    if (f && next < static_cast<int>(cue_sequence.size())) {
+        sequence_current = next;
+        if (m_host)
+            m_host->sequenceEntryChanged(*f, next, cue_sequence[static_cast<std::size_t>(next)].file);
+        if (play_sequence_entry(next))
+            return;
+    }
+    // The end (or an entry that would not play): the first entry's range
+    // comes back.
+    sequence_running = false;
+    sequence_current = -1;
+    if (f && sequence_first < static_cast<int>(cue_sequence.size())) {
+        selectSequenceRange(*f, sequence_first);
+        if (m_host)
+            m_host->sequenceEntryChanged(*f, sequence_first, cue_sequence[static_cast<std::size_t>(sequence_first)].file);
+    }
+}
+
 void PlaybackEngine::stop_and_release(const CChildFrame& frame)
 {
+    if (m_sequenceFrame == &frame) {
+        sequence_running = false;
+        m_sequenceFrame = nullptr;
+    }
     if (m_frame != &frame)
         return;
     stop_playback();

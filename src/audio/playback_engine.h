@@ -25,7 +25,18 @@ public:
     virtual void startCursorTimer(CChildFrame& frame) = 0;
     virtual void stopCursorTimer(CChildFrame& frame) = 0;
     virtual void playbackEnded(CChildFrame& frame) = 0;
+    // A cue sequence moved to entry `index` (its list selects the entry and
+    // shows its name); also called with the first entry when it ends.
+    virtual void sequenceEntryChanged(CChildFrame&, int /*index*/, const std::string& /*name*/) {}
 };
+
+// One entry of a cue sequence: a range of a file in the document's format.
+struct CueSequenceEntry {
+    std::uint32_t start = 0;  // sample units
+    std::uint32_t end = 0;
+    std::string file;         // up to 100 characters
+};
+constexpr std::size_t kMaxSequenceEntries = 10;
 
 // The one playback stream of the program: the document's working file (or
 // the pseudo-clipboard) is read in a ring of at most four buffers of a tenth
@@ -44,7 +55,13 @@ public:
     // Plays bytes [startByte, endByte) of a headerless data file in the
     // frame's format: the record dialog's take.
     int play_file(CChildFrame& frame, const std::string& path, std::uint32_t startByte, std::uint32_t endByte);
+    // Stops playback (and a running cue sequence).
     void stop_playback();
+    // Plays the cue sequence from entry `first` on: each entry when the one
+    // before has closed; afterwards the first entry's range is the frame's
+    // selection again.
+    int play_cue_sequence(CChildFrame& frame, int first);
+    int play_sequence_entry(int index);
     // Toggles pause; the paused time is left out of the position.
     void pause_playback();
     float get_play_position_ms();
@@ -70,6 +87,11 @@ public:
     bool loop_count_enabled = false;
     int loop_count = 1;
     SmpteTime smpte_start;
+    // The cue sequence (at most kMaxSequenceEntries entries) and its state.
+    std::vector<CueSequenceEntry> cue_sequence;
+    bool sequence_running = false;
+    int sequence_current = -1;
+    int sequence_first = 0;
 
     // State the rest of the program reads.
     bool is_playing = false;
@@ -93,6 +115,11 @@ private:
     PlaybackEngine() = default;
     bool openStream(CChildFrame& frame, const StreamFormat& format, const std::string& path, std::uint32_t startByte,
                     std::uint32_t endByte, bool clipboardSizes);
+    // Takes the output device and sets up a fresh pass; false without one.
+    bool openDevice(bool looping);
+    // Selects entry `index`'s range in the frame, in units and bytes.
+    void selectSequenceRange(CChildFrame& frame, int index);
+    void advanceSequence();
     bool fill(int buffer);
     void writeQueued();
     // Ends the bookkeeping, tells the host, and closes the device.
@@ -102,6 +129,7 @@ private:
     PlaybackHost* m_host = nullptr;
     std::unique_ptr<WaveOutDevice> m_device;
     CChildFrame* m_frame = nullptr;
+    CChildFrame* m_sequenceFrame = nullptr;
     int m_file = -1;
     StreamFormat m_format;
     std::vector<std::vector<unsigned char>> m_buffers;

@@ -1,6 +1,5 @@
 #include "audio/portaudio_device.h"
 
-#include "app/preferences.h"
 #include "audio/portaudio_library.h"
 #include "audio/spsc_queue.h"
 #include "audio/volume.h"
@@ -225,9 +224,7 @@ private:
 
 std::unique_ptr<WaveOutDevice> makePortAudioOutput()
 {
-    if (!portaudio_initialise())
-        return nullptr;
-    const PaDeviceIndex device = portaudio_device_index(true, preferences().waveOutputDevice);
+    const PaDeviceIndex device = portaudio_preferred_device(true);
     if (device == paNoDevice)
         return nullptr;
     return std::make_unique<PortAudioWaveOut>(device);

@@ -31,6 +31,8 @@ void use_portaudio_input();
 // Captured frames the last input stream had to drop (no free buffer, or the
 // host reported an overflow).
 int portaudio_input_overruns();
+// Of those, the periods lost because the engine held every buffer.
+int portaudio_input_dropped();
 // Lets go of the audio library (and its server connections); the next use
 // starts it again. Also done at exit.
 void shutdown_audio();

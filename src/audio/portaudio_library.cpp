@@ -1,5 +1,6 @@
 #include "audio/portaudio_library.h"
 
+#include "app/preferences.h"
 #include "audio/portaudio_device.h"
 
 #include <alsa/asoundlib.h>
@@ -61,6 +62,14 @@ PaDeviceIndex portaudio_device_index(bool output, int number)
             return i;
     }
     return output ? Pa_GetDefaultOutputDevice() : Pa_GetDefaultInputDevice();
+}
+
+PaDeviceIndex portaudio_preferred_device(bool output)
+{
+    if (!portaudio_initialise())
+        return paNoDevice;
+    const Preferences& p = preferences();
+    return portaudio_device_index(output, output ? p.waveOutputDevice : p.waveInputDevice);
 }
 
 void portaudio_stream_lost() { ++g_lostStreams; }

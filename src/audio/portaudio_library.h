@@ -11,6 +11,9 @@ bool portaudio_initialise();
 // The PortAudio index of the n-th device that can play (or record); the
 // default one when there is no n-th; paNoDevice when there is none at all.
 PaDeviceIndex portaudio_device_index(bool output, int number);
+// Starts the library and finds the device the preferences choose for output
+// (or input); paNoDevice when there is none or the library cannot start.
+PaDeviceIndex portaudio_preferred_device(bool output);
 // Counts a stream whose server vanished: the library is not shut down after
 // that (it would wait on, or assert about, the dead server).
 void portaudio_stream_lost();

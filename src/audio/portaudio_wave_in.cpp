@@ -2,7 +2,6 @@
 // frames into the buffers the engine handed over and passes full ones back
 // through lock-free queues; a 5 ms timer on the user-interface thread
 // delivers the completions.
-#include "app/preferences.h"
 #include "audio/portaudio_device.h"
 #include "audio/portaudio_library.h"
 #include "audio/spsc_queue.h"
@@ -14,7 +13,10 @@
 
 namespace {
 
+// Overflows the host reported, and periods lost because every buffer was
+// still with the engine.
 std::atomic<int> g_overruns{0};
+std::atomic<int> g_dropped{0};
 
 class PortAudioWaveIn : public WaveInDevice {
 public:
@@ -44,6 +46,7 @@ public:
             return false;
         }
         g_overruns = 0;
+        g_dropped = 0;
         m_pendingOpen = true;
         m_timer.setInterval(5);
         QObject::connect(&m_timer, &QTimer::timeout, [this] { deliver(); });
@@ -151,7 +154,7 @@ private:
             if (!self->m_current.data) {
                 auto next = self->m_empty.pop();
                 if (!next) {
-                    ++g_overruns;
+                    ++g_dropped;
                     break;
                 }
                 self->m_current = *next;
@@ -191,9 +194,7 @@ private:
 
 std::unique_ptr<WaveInDevice> makePortAudioInput()
 {
-    if (!portaudio_initialise())
-        return nullptr;
-    const PaDeviceIndex device = portaudio_device_index(false, preferences().waveInputDevice);
+    const PaDeviceIndex device = portaudio_preferred_device(false);
     if (device == paNoDevice)
         return nullptr;
     return std::make_unique<PortAudioWaveIn>(device);
@@ -202,4 +203,5 @@ std::unique_ptr<WaveInDevice> makePortAudioInput()
 }  // namespace
 
 void use_portaudio_input() { set_wave_in_factory(makePortAudioInput); }
-int portaudio_input_overruns() { return g_overruns.load(); }
+int portaudio_input_overruns() { return g_overruns.load() + g_dropped.load(); }
+int portaudio_input_dropped() { return g_dropped.load(); }

@@ -59,10 +59,12 @@ protected:
     void startCursorTimer(CChildFrame&) override { ++timerStarts; }
     void stopCursorTimer(CChildFrame&) override { ++timerStops; }
     void playbackEnded(CChildFrame&) override { ++ends; }
+    void sequenceEntryChanged(CChildFrame&, int index, const std::string&) override { entries.push_back(index); }
 
     Bytes data;
     std::vector<std::unique_ptr<CChildFrame>> docs;
     int timerStarts = 0, timerStops = 0, ends = 0;
+    std::vector<int> entries;
 };
 
 TEST_F(PlaybackTest, PlaysTheWholeFileSampleForSampleThroughFourTenthSecondBuffers)
@@ -248,4 +250,44 @@ TEST_F(PlaybackTest, AClickWithoutAHighlightPlaysFromThereAndAHighlightWins)
     ASSERT_EQ(engine().play_the_wavefile(f), 1);
     playToTheEnd();
     EXPECT_EQ(SimulatedWaveOut::state().played, Bytes(data.begin() + 200, data.begin() + 8200));
+}
+
+TEST_F(PlaybackTest, ACueSequencePlaysItsEntriesInTurnAndGivesBackTheFirstRange)
+{
+    CChildFrame& f = open(2, 16, 22050, 22050);
+    // The third entry plays from a file of its own in the document's format.
+    const Bytes other = WavBuilder::randomBytes(16000, 99);
+    writeFile(path("other.raw"), other);
+    engine().cue_sequence = {{1000, 5000, ""}, {20000, 24000, ""}, {0, 2000, path("other.raw")}};
+    ASSERT_EQ(engine().play_cue_sequence(f, 0), 1);
+    EXPECT_EQ(f.nSelStart, 1000u);
+    EXPECT_EQ(f.nSelEndByte, 10000u);
+    playToTheEnd();
+    for (int i = 0; i < 20 && (engine().is_playing || engine().sequence_running); ++i)
+        playToTheEnd();
+    Bytes expected(data.begin() + 2000, data.begin() + 10000);
+    expected.insert(expected.end(), data.begin() + 40000, data.begin() + 48000);
+    expected.insert(expected.end(), other.begin(), other.begin() + 4000);
+    EXPECT_EQ(SimulatedWaveOut::state().played, expected);
+    EXPECT_EQ(entries, (std::vector<int>{1, 2, 0}));
+    EXPECT_FALSE(engine().sequence_running);
+    // The first entry's range is the selection again.
+    EXPECT_EQ(f.nSelStart, 1000u);
+    EXPECT_EQ(f.nSelEnd, 5000u);
+    EXPECT_EQ(f.nSelStartByte, 2000u);
+
+    // Stop in the middle ends the whole sequence.
+    SimulatedWaveOut::state() = SimulatedWaveOutState{};
+    entries.clear();
+    ASSERT_EQ(engine().play_cue_sequence(f, 1), 1);
+    SimulatedWaveOut::deliver();
+    SimulatedWaveOut::advance(25);
+    engine().stop_playback();
+    playToTheEnd();
+    EXPECT_FALSE(engine().is_playing);
+    EXPECT_FALSE(engine().sequence_running);
+    EXPECT_TRUE(entries.empty());
+    EXPECT_LT(SimulatedWaveOut::state().played.size(), 8000u);
+    // An entry out of range does not start.
+    EXPECT_EQ(engine().play_cue_sequence(f, 3), 0);
 }
