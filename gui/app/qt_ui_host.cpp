@@ -1,5 +1,7 @@
 #include "app/qt_ui_host.h"
 
+#include "edit/effect_parameters_dialog.h"
+
 #include "app/button_bitmaps.h"
 #include "app/control_drawing.h"
 #include "app/progress_box.h"
@@ -210,4 +212,10 @@ std::string QtUiHost::askSaveFileName(const std::string& title, const std::strin
                                         QStringLiteral("Microsoft PCM Files (*.wav)"), nullptr,
                                         QFileDialog::DontUseNativeDialog)
         .toStdString();
+}
+
+bool QtUiHost::runEffectDialog(EffectDialog& dialog)
+{
+    EffectParametersDialog box(dialog, m_main);
+    return box.exec() == QDialog::Accepted;
 }

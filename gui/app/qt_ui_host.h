@@ -30,6 +30,7 @@ public:
     void showHelp(const std::string& helpFile, int contextId) override;
     void setWaitCursor(bool on) override;
     bool runNewFileDialog() override;
+    bool runEffectDialog(EffectDialog& dialog) override;
     HWND createConversionBox(const std::string& source, const std::string& destination) override;
     void destroyConversionBox(HWND box) override;
     std::string askSaveFileName(const std::string& title, const std::string& suggestion) override;

@@ -1,5 +1,7 @@
 #include "app/headless_ui_host.h"
 
+#include "app/messages.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
@@ -175,4 +177,19 @@ std::string HeadlessUiHost::askSaveFileName(const std::string& title, const std:
         return line.empty() ? suggestion : line;
     }
     return m_defaultAgree ? suggestion : std::string();
+}
+
+bool HeadlessUiHost::runEffectDialog(EffectDialog& dialog)
+{
+    if (m_describeEffects) {
+        m_effectDialogs.push_back(dialog);
+        return false;
+    }
+    for (const auto& [key, value] : m_effectSettings)
+        if (const auto reason = dialog.set(key, value)) {
+            messageBox(nullptr, *reason, kProductName, MB_OK | MB_ICONEXCLAMATION);
+            return false;
+        }
+    m_effectDialogs.push_back(dialog);
+    return true;
 }

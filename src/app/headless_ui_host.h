@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/ui_host.h"
+#include "modules/effect_dialog.h"
 
 #include <atomic>
 #include <deque>
@@ -67,11 +68,24 @@ public:
     void showHelp(const std::string& helpFile, int contextId) override;
     void setWaitCursor(bool) override {}
     bool runNewFileDialog() override { return true; }
+    // Effect dialogs take the settings given here (key, value text), in
+    // order; a bad one is reported and the dialog cancelled. In describe mode
+    // every effect dialog is only recorded and cancelled.
+    void setEffectSettings(std::vector<std::pair<std::string, std::string>> settings)
+    {
+        m_effectSettings = std::move(settings);
+    }
+    void setDescribeEffects(bool on) { m_describeEffects = on; }
+    const std::vector<EffectDialog>& effectDialogsShown() const { return m_effectDialogs; }
+    bool runEffectDialog(EffectDialog& dialog) override;
     // The suggestion when questions are agreed to; on a terminal the name typed
     // (an empty line takes the suggestion); otherwise cancelled.
     std::string askSaveFileName(const std::string& title, const std::string& suggestion) override;
 
 private:
+    std::vector<std::pair<std::string, std::string>> m_effectSettings;
+    bool m_describeEffects = false;
+    std::vector<EffectDialog> m_effectDialogs;
     int answerFor(unsigned style, const std::string& text);
     void redrawTerminalLine();
 

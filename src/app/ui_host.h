@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string>
 
+struct EffectDialog;
+
 // Everything the core asks of a user interface: message boxes, the one modeless
 // progress box, text painted into dialog controls, help and the wait cursor.
 // The Qt program installs a widget implementation; the command line and the
@@ -72,6 +74,10 @@ public:
     // The "CREATENEWFILE" dialog: lets the user set channels, bits and rate in
     // the current wave format. Returns false when cancelled.
     virtual bool runNewFileDialog() = 0;
+
+    // An effect's parameter dialog (see modules/effect_dialog.h): true for OK
+    // with the chosen values in `dialog`.
+    virtual bool runEffectDialog(EffectDialog& dialog) = 0;
 };
 
 // The host in use. Before any host is installed a HeadlessUiHost answers.

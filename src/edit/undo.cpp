@@ -87,6 +87,20 @@ int setup_for_undo(CChildFrame& f, int copy)
                                "Copying file...");
 }
 
+void abandon_new_version(CChildFrame& f)
+{
+    if (f.szRedoFileName.empty() || f.szRedoFileName == f.szFileName)
+        return;
+    ::unlink(f.szRedoFileName.c_str());
+    f.szRedoFileName.clear();
+    // Where starting the operation gave up the version before, nothing is
+    // left to undo.
+    if (f.otherVersion.empty()) {
+        f.bUndoAvailable = 0;
+        f.bRedoAvailable = 0;
+    }
+}
+
 int setup_for_redo(CChildFrame& f, int code, int copy)
 {
     const std::uint32_t bps = bytesPerSample(f);

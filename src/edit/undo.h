@@ -13,6 +13,9 @@ class CChildFrame;
 int setup_for_undo(HWND window, int copy);
 int setup_for_redo(HWND window, int code, int copy);
 int setup_for_undo(CChildFrame& frame, int copy);
+// Gives up the new version an operation began with setup_for_undo (after a
+// Cancel or a failure): its file goes, the shown version stays.
+void abandon_new_version(CChildFrame& frame);
 int setup_for_redo(CChildFrame& frame, int code, int copy);
 
 // Commands 11600 and 11601 (one handler that toggles) and 11602 (the menu

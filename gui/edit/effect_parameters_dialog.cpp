@@ -1,0 +1,93 @@
+#include "edit/effect_parameters_dialog.h"
+
+#include "app/control_drawing.h"
+#include "app/qt_ui_host.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QDoubleSpinBox>
+#include <QFormLayout>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+EffectParametersDialog::EffectParametersDialog(EffectDialog& dialog, QWidget* parent)
+    : QDialog(parent), m_dialog(dialog)
+{
+    setObjectName(QString::fromStdString("effect-" + dialog.name));
+    setWindowTitle(QString::fromStdString(dialog.title));
+    auto* layout = new QVBoxLayout(this);
+    auto* form = new QFormLayout;
+    for (const EffectParameter& p : dialog.parameters) {
+        QWidget* editor = nullptr;
+        switch (p.kind) {
+        case EffectParameter::Kind::Number: {
+            auto* box = new QDoubleSpinBox(this);
+            box->setDecimals(p.decimals);
+            box->setRange(p.min, p.max);
+            box->setSingleStep(p.step);
+            box->setValue(p.value);
+            if (!p.unit.empty())
+                box->setSuffix(QString::fromStdString(" " + p.unit));
+            editor = box;
+            break;
+        }
+        case EffectParameter::Kind::Choice: {
+            auto* box = new QComboBox(this);
+            for (const std::string& c : p.choices)
+                box->addItem(QString::fromStdString(c));
+            box->setCurrentIndex(static_cast<int>(p.value));
+            editor = box;
+            break;
+        }
+        case EffectParameter::Kind::Toggle: {
+            auto* box = new QCheckBox(this);
+            box->setChecked(p.value != 0);
+            editor = box;
+            break;
+        }
+        }
+        editor->setObjectName(QString::fromStdString(p.key));
+        form->addRow(QString::fromStdString(p.label), editor);
+    }
+    layout->addLayout(form);
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel | QDialogButtonBox::Help, this);
+    if (dialog.preview) {
+        QPushButton* preview = buttons->addButton(tr("&Preview"), QDialogButtonBox::ActionRole);
+        preview->setObjectName(QStringLiteral("preview"));
+        connect(preview, &QPushButton::clicked, this, [this] {
+            EffectDialog values = m_dialog;
+            collect(values);
+            m_dialog.preview(values);
+        });
+    }
+    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
+    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    connect(buttons, &QDialogButtonBox::helpRequested, this,
+            [this] { new_show_context_help(handle_of(this), m_dialog.helpContext); });
+    layout->addWidget(buttons);
+}
+
+QWidget* EffectParametersDialog::editor(const std::string& key) const
+{
+    return findChild<QWidget*>(QString::fromStdString(key));
+}
+
+void EffectParametersDialog::collect(EffectDialog& dialog) const
+{
+    for (EffectParameter& p : dialog.parameters) {
+        QWidget* w = editor(p.key);
+        if (auto* number = qobject_cast<QDoubleSpinBox*>(w))
+            p.value = number->value();
+        else if (auto* choice = qobject_cast<QComboBox*>(w))
+            p.value = choice->currentIndex();
+        else if (auto* toggle = qobject_cast<QCheckBox*>(w))
+            p.value = toggle->isChecked() ? 1 : 0;
+    }
+}
+
+void EffectParametersDialog::accept()
+{
+    collect(m_dialog);
+    QDialog::accept();
+}

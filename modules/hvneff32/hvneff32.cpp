@@ -1,0 +1,181 @@
+// "HVNEFF32": level effects. Clear and Amplify, Fade, Pan, Modulate and
+// Reverse, each a dialog (none for Clear and Reverse) and a pass over the
+// selection through the program's selection processor.
+
+#include "hvneff32_dialogs.h"
+#include "level_dsp.h"
+
+#include "app/messages.h"
+#include "modules/module_entries.h"
+#include "modules/selection_processor.h"
+#include "view/child_frame.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+CChildFrame* selectedFrame(HWND window)
+{
+    CChildFrame* f = frame_from_handle(window);
+    return f && f->bHighlight && f->nSelEnd > f->nSelStart ? f : nullptr;
+}
+
+int gainPass(CChildFrame& f, unsigned short code, float gain, const char* text)
+{
+    return process_selection(
+        f, code,
+        [gain](float* s, std::size_t frames, int channels, std::uint64_t) {
+            for (std::size_t i = 0; i < frames * static_cast<std::size_t>(channels); ++i)
+                s[i] *= gain;
+        },
+        {text});
+}
+
+// The largest magnitude among the highlighted samples; negative on Cancel.
+float selectionPeak(CChildFrame& f)
+{
+    float peak = 0;
+    const bool twoChannels = f.wfx.nChannels == 2;
+    const bool left = !twoChannels || f.bLeftChannel;
+    const bool right = twoChannels && f.bRightChannel;
+    const int ok = scan_selection(
+        f,
+        [&](const float* s, std::size_t frames, int channels, std::uint64_t) {
+            for (std::size_t i = 0; i < frames; ++i) {
+                if (left)
+                    peak = std::max(peak, std::fabs(s[i * static_cast<std::size_t>(channels)]));
+                if (right)
+                    peak = std::max(peak, std::fabs(s[i * static_cast<std::size_t>(channels) + 1]));
+            }
+        },
+        "Measuring the peak...");
+    return ok ? peak : -1.0f;
+}
+
+double selectionFrames(const CChildFrame& f)
+{
+    return static_cast<double>(f.nSelEnd - f.nSelStart) / std::max<std::uint16_t>(1, f.wfx.nChannels);
+}
+
+}  // namespace
+
+int amplify_waveform(HWND, HWND window, unsigned short code, int, char*)
+{
+    CChildFrame* f = selectedFrame(window);
+    if (!f)
+        return 0;
+    if (code == 11301)
+        return gainPass(*f, code, 0.0f, "Clearing...");
+    EffectDialog d = amplify_dialog();
+    if (!run_effect_dialog(d))
+        return 0;
+    float gain = 1.0f;
+    switch (d.choice("mode")) {
+    case 0: gain = decibels_to_gain(d.value("gain")); break;
+    case 1: gain = static_cast<float>(d.value("percent") / 100.0); break;
+    default: {
+        const float peak = selectionPeak(*f);
+        if (peak < 0)
+            return 0;
+        if (peak == 0) {
+            ErrMsg("The highlighted section is silent: there is nothing to normalize.");
+            return 0;
+        }
+        gain = decibels_to_gain(d.value("peak")) / peak;
+        break;
+    }
+    }
+    return gainPass(*f, code, gain, "Amplifying...");
+}
+
+int fade_waveform(HWND window, unsigned short code)
+{
+    CChildFrame* f = selectedFrame(window);
+    if (!f)
+        return 0;
+    EffectDialog d = fade_dialog();
+    if (!run_effect_dialog(d))
+        return 0;
+    const bool in = d.choice("direction") == 0;
+    const bool log = d.choice("curve") == 1;
+    const double range = d.value("range");
+    // The last frame of a fade-in is at full level, the first of a fade-out.
+    const double last = std::max(1.0, selectionFrames(*f) - 1);
+    return process_selection(
+        *f, code,
+        [=](float* s, std::size_t frames, int channels, std::uint64_t first) {
+            for (std::size_t i = 0; i < frames; ++i) {
+                const float g = fade_gain(static_cast<double>(first + i) / last, in, log, range);
+                for (int c = 0; c < channels; ++c)
+                    s[i * static_cast<std::size_t>(channels) + static_cast<std::size_t>(c)] *= g;
+            }
+        },
+        {"Fading..."});
+}
+
+int pan_waveform(HWND window, unsigned short code)
+{
+    CChildFrame* f = selectedFrame(window);
+    if (!f)
+        return 0;
+    if (f->wfx.nChannels != 2) {
+        ErrMsg("Pan needs a stereo file.");
+        return 0;
+    }
+    EffectDialog d = pan_dialog();
+    if (!run_effect_dialog(d))
+        return 0;
+    const double from = d.value("start") / 100.0;
+    const double to = d.value("end") / 100.0;
+    const bool constantPower = d.choice("law") == 0;
+    const double last = std::max(1.0, selectionFrames(*f) - 1);
+    return process_selection(
+        *f, code,
+        [=](float* s, std::size_t frames, int, std::uint64_t first) {
+            for (std::size_t i = 0; i < frames; ++i) {
+                float l = 1, r = 1;
+                pan_gains(from + (to - from) * static_cast<double>(first + i) / last, constantPower, l, r);
+                s[2 * i] *= l;
+                s[2 * i + 1] *= r;
+            }
+        },
+        {"Panning..."});
+}
+
+int modulate_waveform(HWND window, unsigned short code)
+{
+    CChildFrame* f = selectedFrame(window);
+    if (!f)
+        return 0;
+    EffectDialog d = modulate_dialog();
+    if (!run_effect_dialog(d))
+        return 0;
+    const bool ring = d.choice("mode") == 1;
+    const double frequency = d.value("frequency");
+    const double depth = d.value("depth") / 100.0;
+    const int wave = d.choice("wave");
+    const double rate = std::max<std::uint32_t>(1, f->wfx.nSamplesPerSec);
+    return process_selection(
+        *f, code,
+        [=](float* s, std::size_t frames, int channels, std::uint64_t first) {
+            for (std::size_t i = 0; i < frames; ++i) {
+                const double t = static_cast<double>(first + i) / rate;
+                const float g = ring ? modulator(t, frequency, wave) : tremolo_gain(t, frequency, depth, wave);
+                for (int c = 0; c < channels; ++c)
+                    s[i * static_cast<std::size_t>(channels) + static_cast<std::size_t>(c)] *= g;
+            }
+        },
+        {"Modulating..."});
+}
+
+int reverse_waveform(HWND window, unsigned short code)
+{
+    CChildFrame* f = selectedFrame(window);
+    if (!f)
+        return 0;
+    SelectionProcess how;
+    how.progressText = "Reversing...";
+    how.reverseFrames = true;
+    return process_selection(*f, code, [](float*, std::size_t, int, std::uint64_t) {}, how);
+}

@@ -1,0 +1,44 @@
+#include "edit/effect_commands.h"
+
+#include "app/app_paths.h"
+#include "modules/module_entries.h"
+#include "view/child_frame.h"
+
+#include <vector>
+
+int effect_setting = 24;
+
+const std::vector<EffectCommand>& effect_commands()
+{
+    static const std::vector<EffectCommand> commands = {
+        {11301, "clear", "C&lear"},       {11501, "amplify", "&Amplify..."}, {11507, "fade", "&Fade..."},
+        {11510, "modulate", "&Modulate..."}, {11512, "pan", "&Pan..."},      {11515, "reverse", "Re&verse"},
+    };
+    return commands;
+}
+
+const EffectCommand* find_effect_command(const std::string& name)
+{
+    for (const EffectCommand& c : effect_commands())
+        if (name == c.name)
+            return &c;
+    return nullptr;
+}
+
+int run_effect_command(CChildFrame& f, int id, HWND mainWindow)
+{
+    if (f.szFileName.empty() || !f.bHighlight || f.nSelEnd <= f.nSelStart)
+        return 0;
+    HWND frame = f.hWaveWnd;
+    const auto code = static_cast<unsigned short>(id);
+    std::string work = data_directory();
+    switch (id) {
+    case 11301:
+    case 11501: return amplify_waveform(mainWindow, frame, code, effect_setting, work.data());
+    case 11507: return fade_waveform(frame, code);
+    case 11510: return modulate_waveform(frame, code);
+    case 11512: return pan_waveform(frame, code);
+    case 11515: return reverse_waveform(frame, code);
+    default: return 0;
+    }
+}

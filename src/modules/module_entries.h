@@ -1,0 +1,15 @@
+#pragma once
+
+#include "app/window_handle.h"
+
+// The entries of the effect modules, as the program calls them: each takes
+// the document's window handle (and the main window's where it needs it),
+// shows its own parameter dialog, processes the selection through the undo
+// protocol and the functions the program exports, and returns.
+
+// "HVNEFF32": Clear and Amplify; Fade, Pan, Modulate and Reverse.
+int amplify_waveform(HWND mainWindow, HWND frame, unsigned short code, int setting, char* workDirectory);
+int fade_waveform(HWND frame, unsigned short code);
+int pan_waveform(HWND frame, unsigned short code);
+int modulate_waveform(HWND frame, unsigned short code);
+int reverse_waveform(HWND frame, unsigned short code);

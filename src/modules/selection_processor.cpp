@@ -1,0 +1,205 @@
+#include "modules/selection_processor.h"
+
+#include "app/messages.h"
+#include "app/posix_io.h"
+#include "app/progress.h"
+#include "app/unique_fd.h"
+#include "edit/undo.h"
+#include "view/child_frame.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <fcntl.h>
+#include <new>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+struct Range {
+    std::uint64_t start = 0;  // bytes
+    std::uint64_t frames = 0;
+    std::size_t frameBytes = 1;
+};
+
+Range selectionRange(const CChildFrame& f)
+{
+    Range r;
+    const std::uint64_t bps = static_cast<std::uint64_t>(std::max(1, f.bytesPerSample()));
+    r.frameBytes = static_cast<std::size_t>(bps) * std::max<std::uint16_t>(1, f.wfx.nChannels);
+    r.start = static_cast<std::uint64_t>(f.nSelStart) * bps;
+    const std::uint64_t end = static_cast<std::uint64_t>(std::min(f.nSelEnd, f.nTotalSamples)) * bps;
+    r.frames = end > r.start ? (end - r.start) / r.frameBytes : 0;
+    return r;
+}
+
+// Which channels the highlight covers: both, or one of a stereo pair.
+bool channelSelected(const CChildFrame& f, int channel)
+{
+    if (f.wfx.nChannels != 2)
+        return true;
+    return channel == 0 ? f.bLeftChannel != 0 : f.bRightChannel != 0;
+}
+
+// Runs over the selection in blocks with the progress box; `step` gets each
+// block's first frame index (in processing order) and its frame count.
+template <typename Step>
+int forEachBlock(const Range& r, std::size_t blockFrames, const char* text, Step step)
+{
+    HWND box = display_message_dialog(text, 1);
+    int ok = 1;
+    for (std::uint64_t done = 0; done < r.frames && ok;) {
+        const std::size_t n = static_cast<std::size_t>(std::min<std::uint64_t>(blockFrames, r.frames - done));
+        ok = step(done, n);
+        done += n;
+        show_percent_done(box, static_cast<int>(done * 100 / std::max<std::uint64_t>(r.frames, 1)));
+        if (ok && done < r.frames && cancel_button_pressed(box))
+            ok = 0;
+    }
+    terminate_message_dialog(box);
+    return ok;
+}
+
+}  // namespace
+
+void pcm_to_float(const unsigned char* in, float* out, std::size_t samples, int bits)
+{
+    if (bits == 8) {
+        for (std::size_t i = 0; i < samples; ++i)
+            out[i] = (static_cast<int>(in[i]) - 128) * (1.0f / 128.0f);
+        return;
+    }
+    for (std::size_t i = 0; i < samples; ++i) {
+        std::int16_t v;
+        std::memcpy(&v, in + 2 * i, 2);
+        out[i] = v * (1.0f / 32768.0f);
+    }
+}
+
+void float_to_pcm(const float* in, unsigned char* out, std::size_t samples, int bits)
+{
+    if (bits == 8) {
+        for (std::size_t i = 0; i < samples; ++i)
+            out[i] = static_cast<unsigned char>(std::clamp(std::lrint(in[i] * 128.0f), -128L, 127L) + 128);
+        return;
+    }
+    for (std::size_t i = 0; i < samples; ++i) {
+        const auto v = static_cast<std::int16_t>(std::clamp(std::lrint(in[i] * 32768.0f), -32768L, 32767L));
+        std::memcpy(out + 2 * i, &v, 2);
+    }
+}
+
+int process_selection(CChildFrame& f, int code, const SampleKernel& kernel, const SelectionProcess& how)
+{
+    const Range r = selectionRange(f);
+    if (!f.bHighlight || r.frames == 0 || (f.wfx.wBitsPerSample != 8 && f.wfx.wBitsPerSample != 16))
+        return 0;
+    const int channels = std::max<int>(1, f.wfx.nChannels);
+    const int bits = f.wfx.wBitsPerSample;
+    std::vector<unsigned char> raw, original;
+    std::vector<float> samples;
+    try {
+        raw.resize(how.blockFrames * r.frameBytes);
+        original.resize(raw.size());
+        samples.resize(how.blockFrames * static_cast<std::size_t>(channels));
+    } catch (const std::bad_alloc&) {
+        NewErrMsg(5055);
+        return 0;
+    }
+    if (!setup_for_undo(f, 0))
+        return 0;
+    const auto fail = [&f] {
+        abandon_new_version(f);
+        return 0;
+    };
+    if (r.start > 0 && !f.copy_file_to_file(f.szRedoFileName, f.szFileName, static_cast<std::uint32_t>(r.start), 0, -1,
+                                            0, "Copying file..."))
+        return fail();
+    UniqueFd in(::open(f.szFileName.c_str(), O_RDONLY | O_CLOEXEC));
+    UniqueFd out(::open(f.szRedoFileName.c_str(), O_WRONLY | O_CLOEXEC));
+    if (!in.valid() || !out.valid()) {
+        NewErrMsg(5031);
+        return fail();
+    }
+    const std::uint64_t selectionEndByte = r.start + r.frames * r.frameBytes;
+    const int ok = forEachBlock(r, how.blockFrames, how.progressText, [&](std::uint64_t done, std::size_t n) {
+        const std::size_t bytes = n * r.frameBytes;
+        // Reversed: the block that ends `done` frames before the end, its
+        // frames turned round.
+        const std::uint64_t readAt = how.reverseFrames ? selectionEndByte - (done + n) * r.frameBytes
+                                                       : r.start + done * r.frameBytes;
+        if (read_fully(in.get(), original.data(), static_cast<long long>(bytes), static_cast<long long>(readAt)) !=
+            static_cast<long long>(bytes)) {
+            NewErrMsg(5038);
+            return 0;
+        }
+        if (how.reverseFrames)
+            for (std::size_t i = 0; i < n / 2; ++i)
+                std::swap_ranges(original.begin() + static_cast<long>(i * r.frameBytes),
+                                 original.begin() + static_cast<long>((i + 1) * r.frameBytes),
+                                 original.begin() + static_cast<long>((n - 1 - i) * r.frameBytes));
+        pcm_to_float(original.data(), samples.data(), n * static_cast<std::size_t>(channels), bits);
+        kernel(samples.data(), n, channels, done);
+        float_to_pcm(samples.data(), raw.data(), n * static_cast<std::size_t>(channels), bits);
+        // Channels outside the highlight keep their samples where they were.
+        const std::size_t sampleBytes = static_cast<std::size_t>(bits / 8);
+        for (int ch = 0; ch < channels; ++ch) {
+            if (channelSelected(f, ch))
+                continue;
+            std::vector<unsigned char> unchanged(bytes);
+            const std::uint64_t from = r.start + done * r.frameBytes;
+            if (read_fully(in.get(), unchanged.data(), static_cast<long long>(bytes), static_cast<long long>(from)) !=
+                static_cast<long long>(bytes))
+                return 0;
+            for (std::size_t i = 0; i < n; ++i)
+                std::memcpy(raw.data() + i * r.frameBytes + static_cast<std::size_t>(ch) * sampleBytes,
+                            unchanged.data() + i * r.frameBytes + static_cast<std::size_t>(ch) * sampleBytes,
+                            sampleBytes);
+        }
+        if (!write_fully(out.get(), raw.data(), static_cast<long long>(bytes),
+                         static_cast<long long>(r.start + done * r.frameBytes))) {
+            NewErrMsg(5031);
+            return 0;
+        }
+        return 1;
+    });
+    if (!ok)
+        return fail();
+    // A part frame at the end of the highlight stays as it was.
+    const std::uint64_t partial = static_cast<std::uint64_t>(f.nSelEnd) * static_cast<std::uint64_t>(f.bytesPerSample()) -
+                                  selectionEndByte;
+    if (partial > 0 && !f.copy_file_to_file(f.szRedoFileName, f.szFileName, static_cast<std::uint32_t>(partial),
+                                            static_cast<std::uint32_t>(selectionEndByte), -1, 0, "Copying file..."))
+        return fail();
+    in.reset();
+    out.reset();
+    if (!setup_for_redo(f, code, 1))
+        return fail();
+    return 1;
+}
+
+int scan_selection(CChildFrame& f, const SampleKernel& kernel, const char* progressText)
+{
+    const Range r = selectionRange(f);
+    if (!f.bHighlight || r.frames == 0)
+        return 0;
+    const int channels = std::max<int>(1, f.wfx.nChannels);
+    const std::size_t blockFrames = 65536;
+    std::vector<unsigned char> raw(blockFrames * r.frameBytes);
+    std::vector<float> samples(blockFrames * static_cast<std::size_t>(channels));
+    UniqueFd in(::open(f.szFileName.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!in.valid()) {
+        NewErrMsg(5007);
+        return 0;
+    }
+    return forEachBlock(r, blockFrames, progressText, [&](std::uint64_t done, std::size_t n) {
+        const std::size_t bytes = n * r.frameBytes;
+        if (read_fully(in.get(), raw.data(), static_cast<long long>(bytes),
+                       static_cast<long long>(r.start + done * r.frameBytes)) != static_cast<long long>(bytes))
+            return 0;
+        pcm_to_float(raw.data(), samples.data(), n * static_cast<std::size_t>(channels), f.wfx.wBitsPerSample);
+        kernel(samples.data(), n, channels, done);
+        return 1;
+    });
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+
+class CChildFrame;
+
+// The one way effects change a document: the highlighted stretch is read in
+// blocks from the shown version, handed to a kernel as floating-point samples
+// (interleaved, -1..1), and written into a new version behind the untouched
+// head; the tail follows and the new version is committed with the
+// operation's code, so one Undo brings the old one back. Channels that are not
+// highlighted keep their samples. Nothing holds more than a block in memory.
+
+// Changes `frames` interleaved frames in place; `firstFrame` counts from the
+// start of the selection.
+using SampleKernel = std::function<void(float* samples, std::size_t frames, int channels, std::uint64_t firstFrame)>;
+
+struct SelectionProcess {
+    const char* progressText = "Processing...";
+    // The selection's frames come out in reverse order (the kernel then sees
+    // them reversed).
+    bool reverseFrames = false;
+    std::size_t blockFrames = 65536;
+};
+
+// 1 when the new version was committed; 0 without a selection, on Cancel or
+// on failure (the document is unchanged, the reason has been shown).
+int process_selection(CChildFrame& frame, int code, const SampleKernel& kernel, const SelectionProcess& how = {});
+
+// Reads every highlighted sample once (for measurements such as the peak a
+// normalize needs). 0 on Cancel or failure.
+int scan_selection(CChildFrame& frame, const SampleKernel& kernel, const char* progressText);
+
+// Sample conversions: 8-bit unsigned and 16-bit signed PCM to -1..1 and back
+// (rounded, clipped).
+void pcm_to_float(const unsigned char* in, float* out, std::size_t samples, int bits);
+void float_to_pcm(const float* in, unsigned char* out, std::size_t samples, int bits);
