@@ -12,6 +12,7 @@
 #include "app/string_table.h"
 #include "app/tip_dialog.h"
 #include "edit/edit_menu_state.h"
+#include "edit/effect_commands.h"
 #include "view/child_frame.h"
 #include "view/child_frame_window.h"
 #include "view/display_levels.h"
@@ -202,8 +203,7 @@ void CMainFrame::buildMenus()
     edit->addSeparator();
     addCommand(edit, 11302, QString());
     addCommand(edit, 1881, QString());
-    // Clear runs through the amplify entry of the effect modules, which come later.
-    addCommand(edit, 11301, QString())->setEnabled(false);
+    addCommand(edit, 11301, tr("C&lear"));
     addCommand(edit, 11518, QString(), QKeySequence(QStringLiteral("Alt+Shift+L")));
     edit->addSeparator();
     addCommand(edit, 1020, QString());
@@ -242,6 +242,16 @@ void CMainFrame::buildMenus()
     play->addSeparator();
     addCommand(play, 11404, tr("Lo&op playback"), QKeySequence(QStringLiteral("Alt+L")))->setCheckable(true);
     addCommand(play, 1024, tr("Setup pla&yback loop..."), QKeySequence(QStringLiteral("Alt+R")));
+
+    // The effects, with Alt+Shift+1..9 then a.. in the order of their ids.
+    QMenu* operations = menuBar()->addMenu(tr("&Operations"));
+    for (const EffectCommand& c : effect_commands()) {
+        if (c.id == 11301)
+            continue;
+        const int k = c.id - 11500;
+        const QChar key = k < 9 ? QChar('1' + k) : QChar('A' + (k - 9));
+        addCommand(operations, c.id, tr(c.menuText), QKeySequence(QStringLiteral("Alt+Shift+") + key));
+    }
 
     QMenu* options = menuBar()->addMenu(tr("&Options"));
     addCommand(options, kCommandPreferences, tr("&Preferences..."));
@@ -508,6 +518,11 @@ void CMainFrame::onCommand(int id)
         editCommand(id);
         break;
     case kCommandNew: newFile(); break;
+    case 11301: case 11500: case 11501: case 11502: case 11503: case 11504: case 11505: case 11506: case 11507:
+    case 11508: case 11509: case 11510: case 11511: case 11512: case 11513: case 11514: case 11515: case 11516:
+    case 11517:
+        effectCommand(id);
+        break;
     case kCommandSave: save(false, false); break;
     case kCommandSaveAs: save(true, false); break;
     case kCommandSaveSelection: save(true, true); break;
@@ -553,6 +568,17 @@ void CMainFrame::onCommand(int id)
     case 1813: openRecordDialog(); break;
     default: break;
     }
+}
+
+void CMainFrame::effectCommand(int id)
+{
+    ChildFrameWindow* doc = activeDocument();
+    if (!doc)
+        return;
+    if (run_effect_command(doc->frame(), id, handle_of(this)))
+        doc->refreshAfterEdit();
+    updateCommandStates();
+    updatePositionDisplays();
 }
 
 void CMainFrame::openRecordDialog()
@@ -602,6 +628,9 @@ void CMainFrame::updateCommandStates()
         undo->setText(QString::fromStdString(edit_menu_state().undoText).section('\t', 0, 0));
         undo->setEnabled(doc && (doc->frame().bUndoAvailable || doc->frame().bRedoAvailable));
     }
+    for (const EffectCommand& c : effect_commands())
+        if (QAction* a = action(c.id))
+            a->setEnabled(hasHighlight);
     for (int id : {kCut, kCopy, kPaste, kReplace, kMix, kCrop, kTrim, kInsertSilence})
         if (QAction* a = action(id))
             a->setEnabled(hasDocument);

@@ -56,6 +56,8 @@ private:
     void applyWindowPlacement();
     void saveWindowPlacement();
     void newFile();
+    // An effect command on the active document.
+    void effectCommand(int id);
     // The Record command: the record dialog on the active document.
     void openRecordDialog();
     // The big play/record time window, created on first use.

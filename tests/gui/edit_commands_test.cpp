@@ -1,5 +1,6 @@
 #include "app/main_frame.h"
 #include "edit/copy_selection_dialog.h"
+#include "edit/effect_parameters_dialog.h"
 #include "edit/edit_menu_state.h"
 #include "edit/edit_operations.h"
 #include "edit/mix.h"
@@ -9,6 +10,9 @@
 #include "gui_test.h"
 
 #include <QAction>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDoubleSpinBox>
 #include <QRadioButton>
 #include <QSlider>
 #include <QTimer>
@@ -76,7 +80,9 @@ TEST_F(EditCommandsTest, TheEditMenuCutsAndUndoes)
     f.nCaretX = 0;
     frame.onCommand(kPaste);
     EXPECT_EQ(f.nTotalSamples, 8000u);
-    EXPECT_FALSE(frame.action(11301)->isEnabled());  // Clear waits for the effect modules
+    // Without a highlight Clear and the Operations menu are off.
+    EXPECT_FALSE(frame.action(11301)->isEnabled());
+    EXPECT_FALSE(frame.action(11515)->isEnabled());
     frame.close();
 }
 
@@ -104,5 +110,51 @@ TEST_F(EditCommandsTest, AHighlightDroppedOnAnotherWindowRunsTheChosenOperation)
     destination->dropHighlightFrom(source);
     EXPECT_EQ(destination->frame().nTotalSamples, 5000u + 1000u);
     EXPECT_EQ(destination->frame().bUndoAvailable, 1);
+    frame.close();
+}
+
+// An effect's parameters on screen: the form shows each one with its range,
+// OK writes the edited values back, Cancel keeps the old ones; the Operations
+// menu runs the effect on the highlight and one Undo takes it back.
+TEST_F(EditCommandsTest, EffectDialogsAndTheOperationsMenu)
+{
+    EffectDialog d;
+    d.name = "test";
+    d.title = "Test effect";
+    d.add({"gain", "Gain", EffectParameter::Kind::Number, -60, 40, 0, 0.1, 1, "dB", {}});
+    d.add({"curve", "Curve", EffectParameter::Kind::Choice, 0, 1, 0, 1, 0, "", {"linear", "logarithmic"}});
+    d.add({"keep", "Keep", EffectParameter::Kind::Toggle, 0, 1, 0, 1, 0, "", {}});
+    {
+        EffectParametersDialog box(d);
+        EXPECT_EQ(box.windowTitle(), "Test effect");
+        auto* gain = qobject_cast<QDoubleSpinBox*>(box.editor("gain"));
+        ASSERT_TRUE(gain);
+        EXPECT_EQ(gain->maximum(), 40);
+        EXPECT_EQ(gain->suffix(), " dB");
+        gain->setValue(-6.5);
+        qobject_cast<QComboBox*>(box.editor("curve"))->setCurrentIndex(1);
+        qobject_cast<QCheckBox*>(box.editor("keep"))->setChecked(true);
+        box.reject();
+        EXPECT_EQ(d.value("gain"), 0);
+        box.accept();
+    }
+    EXPECT_DOUBLE_EQ(d.value("gain"), -6.5);
+    EXPECT_EQ(d.choice("curve"), 1);
+    EXPECT_TRUE(d.toggle("keep"));
+
+    CMainFrame frame;
+    openTone(2, 16, 22050, 4000);
+    ASSERT_TRUE(frame.openFile(QString::fromStdString(path("tone.wav"))));
+    CChildFrame& f = frame.activeDocument()->frame();
+    const std::string before = f.szFileName;
+    f.bHighlight = 1;
+    set_selection_units(f, 0, 8000);
+    frame.onCommand(11515);  // Reverse: no dialog
+    EXPECT_NE(f.szFileName, before);
+    EXPECT_TRUE(frame.action(11602)->isEnabled());
+    EXPECT_EQ(frame.action(11602)->text(), "&Undo Reverse...");
+    EXPECT_TRUE(frame.action(11501)->isEnabled());
+    frame.onCommand(11602);
+    EXPECT_EQ(f.szFileName, before);
     frame.close();
 }

@@ -272,3 +272,38 @@ TEST_F(CliTest, EditStepsAndAClipboardThatOutlivesTheRun)
     for (const std::string& name : filesIn(path("ondrava/work")))
         EXPECT_EQ(name.find(".tmp"), std::string::npos) << name;  // every version file is gone
 }
+
+TEST_F(CliTest, EffectsAreListedAndRunThroughTheirDialogsSettings)
+{
+    const Run list = cli({"effects"});
+    ASSERT_EQ(list.exitCode, 0) << list.err;
+    EXPECT_NE(list.out.find("amplify: Amplify...\n  mode: Change the level by (db|percent|normalize, default db)"),
+              std::string::npos)
+        << list.out;
+    EXPECT_NE(list.out.find("reverse: Reverse\n  (no parameters)"), std::string::npos) << list.out;
+
+    // A constant 16000 in both channels, amplified by -6.02 dB in its second
+    // half only.
+    Bytes data;
+    for (int i = 0; i < 4000; ++i) {
+        W::put16(data, 16000);
+        W::put16(data, 16000);
+    }
+    writeFile(path("c.wav"), W::pcm(2, 22050, 16, data));
+    Run run = cli({"run", "c.wav", "--select", "4000:8000", "--effect", "amplify", "--param", "gain=-6.0206", "--save",
+                   "half.wav"});
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    const Bytes half = readFile(path("half.wav"));
+    ASSERT_EQ(half.size(), 44u + 16000u);
+    EXPECT_EQ(half[44 + 100], data[100]);
+    EXPECT_EQ(half[44 + 8000] | half[44 + 8001] << 8, 8000);
+    EXPECT_EQ(half[44 + 15998] | half[44 + 15999] << 8, 8000);
+
+    // Bad names and settings are usage errors or the dialog's own reason.
+    EXPECT_EQ(cli({"run", "c.wav", "--select", "0:8000", "--effect", "chorus"}).exitCode, 2);
+    EXPECT_EQ(cli({"run", "c.wav", "--select", "0:8000", "--effect", "fade", "--param", "curve"}).exitCode, 2);
+    run = cli({"run", "c.wav", "--select", "0:8000", "--effect", "fade", "--param", "range=500"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.err.find("range runs from 6 to 120"), std::string::npos) << run.err;
+    EXPECT_EQ(cli({"run", "c.wav", "--effect", "reverse"}).exitCode, 1);  // no selection
+}

@@ -41,3 +41,4 @@ int run_run_command(const std::vector<std::string>& args);
 int run_devices_command(const std::vector<std::string>& args);
 int run_play_command(const std::vector<std::string>& args);
 int run_record_command(const std::vector<std::string>& args);
+int run_effects_command(const std::vector<std::string>& args);

@@ -38,8 +38,9 @@ void usage()
                  "  convert IN OUT [--channels N] [--bits 8|16] [--rate HZ] [--adpcm]\n"
                  "                                  save IN as OUT in another format\n"
                  "  run IN [--select START:END] [--channel left|right|both] [--new-from-selection]\n"
-                 "         [--save OUT] [--save-selection OUT]\n"
+                 "         [--save OUT] [--save-selection OUT] [--effect NAME [--param KEY=VALUE ...]]\n"
                  "                                  open IN and apply the steps in order\n"
+                 "  effects                         list the effects and their parameters\n"
                  "  devices                         list wave output and input devices, MIDI inputs\n"
                  "  play FILE [--select START:END] [--loop N] [--device N] [--clipboard]\n"
                  "                                  play FILE (or the clipboard) on an output device\n"
@@ -97,6 +98,8 @@ int main(int argc, char** argv)
         result = run_play_command(args);
     else if (command == "record")
         result = run_record_command(args);
+    else if (command == "effects")
+        result = run_effects_command(args);
     else {
         std::cerr << "ondrava-cli: unknown command " << command << "\n";
         usage();

@@ -1,6 +1,8 @@
 #include "cli_args.h"
 
+#include "app/headless_ui_host.h"
 #include "document_session.h"
+#include "edit/effect_commands.h"
 #include "edit/edit_operations.h"
 #include "edit/mix.h"
 #include "edit/undo.h"
@@ -26,7 +28,8 @@ int usage()
                  "  --mix [--clip-level X] [--dest-level Y] [--target both|left|right]\n"
                  "  --crossfade [--curve linear|exponential]\n"
                  "  --insert-silence SECONDS|selection  --undo  --redo\n"
-                 "  --new-from-selection  --save OUT  --save-selection OUT\n";
+                 "  --new-from-selection  --save OUT  --save-selection OUT\n"
+                 "  --effect NAME [--param KEY=VALUE ...]   (ondrava-cli effects lists them)\n";
     return kExitUsage;
 }
 
@@ -36,6 +39,7 @@ const std::map<std::string, int> kSteps = {
     {"--clip-level", 1}, {"--dest-level", 1}, {"--target", 1},   {"--curve", 1},          {"--new-from-selection", 0},
     {"--copy", 0},     {"--cut", 0},        {"--paste", 0},      {"--replace", 0},        {"--crop", 0},
     {"--trim", 0},     {"--mix", 0},        {"--crossfade", 0},  {"--undo", 0},           {"--redo", 0},
+    {"--effect", 1},   {"--param", 1},
 };
 
 bool parseLevel(const std::string& text, double& level)
@@ -149,6 +153,37 @@ int run_run_command(const std::vector<std::string>& argv)
                 undo_redo_toggle(f);
         } else if (step == "--new-from-selection") {
             ok = new_file_from_selection(f);
+        } else if (step == "--param") {
+            std::cerr << "ondrava-cli: --param belongs after --effect\n";
+            return kExitUsage;
+        } else if (step == "--effect") {
+            const EffectCommand* effect = find_effect_command(value);
+            if (!effect) {
+                std::cerr << "ondrava-cli: no effect " << value << " (ondrava-cli effects lists them)\n";
+                return kExitUsage;
+            }
+            // The dialog's settings follow the effect on the command line.
+            std::vector<std::pair<std::string, std::string>> settings;
+            while (i + 2 < argv.size() && argv[i + 1] == "--param") {
+                const std::string& kv = argv[i + 2];
+                const auto eq = kv.find('=');
+                if (eq == std::string::npos || eq == 0) {
+                    std::cerr << "ondrava-cli: --param takes KEY=VALUE\n";
+                    return kExitUsage;
+                }
+                settings.emplace_back(kv.substr(0, eq), kv.substr(eq + 1));
+                i += 2;
+            }
+            if (!f.bHighlight || f.nSelEnd <= f.nSelStart) {
+                std::cerr << "ondrava-cli: --effect works on a selection (--select START:END)\n";
+                return kExitFailed;
+            }
+            auto* host = dynamic_cast<HeadlessUiHost*>(&uiHost());
+            if (host)
+                host->setEffectSettings(settings);
+            ok = run_effect_command(f, effect->id);
+            if (host)
+                host->setEffectSettings({});
         } else if (step == "--save" || step == "--save-selection") {
             ok = save_waveform_file(f, value, step == "--save-selection", 0);
         }

@@ -1,0 +1,255 @@
+// The level effects measured on their output: gains, envelopes, pan laws,
+// modulation, reversal, the channels and bytes outside the highlight, Cancel
+// and one Undo.
+
+#include "app/posix_io.h"
+#include "edit/effect_commands.h"
+#include "edit/undo.h"
+#include "view/mouse_selection.h"
+
+#include "support/document_test.h"
+
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
+using Bytes = WavBuilder::Bytes;
+
+namespace {
+
+Bytes fileBytes(const std::string& path)
+{
+    Bytes b(get_named_file_length(path));
+    const int fd = ::open(path.c_str(), O_RDONLY);
+    read_fully(fd, b.data(), static_cast<long long>(b.size()), 0);
+    ::close(fd);
+    return b;
+}
+
+std::int16_t s16(const Bytes& b, std::size_t frame, int channel, int channels = 2)
+{
+    std::int16_t v;
+    std::memcpy(&v, b.data() + (frame * static_cast<std::size_t>(channels) + static_cast<std::size_t>(channel)) * 2, 2);
+    return v;
+}
+
+}  // namespace
+
+class LevelEffectsTest : public DocumentTest {
+protected:
+    // A stereo 16-bit document: a full-scale-ish ramp pattern left, a
+    // constant right, so that every change can be computed exactly.
+    CChildFrame& open(std::size_t frames, int channels = 2, int bits = 16)
+    {
+        data.clear();
+        for (std::size_t i = 0; i < frames; ++i)
+            for (int c = 0; c < channels; ++c) {
+                if (bits == 8)
+                    data.push_back(static_cast<std::uint8_t>(c == 0 ? 128 + static_cast<int>(i % 200) - 100 : 178));
+                else
+                    WavBuilder::put16(data, static_cast<std::uint16_t>(static_cast<std::int16_t>(
+                                                c == 0 ? static_cast<int>(i % 20000) - 10000 : 16000)));
+            }
+        writeFile(path("in.wav"), WavBuilder::pcm(static_cast<std::uint16_t>(channels), 44100,
+                                                  static_cast<std::uint16_t>(bits), data));
+        doc = open_document_file(path("in.wav"));
+        EXPECT_TRUE(doc);
+        return *doc;
+    }
+    // Highlights frames [from, to) of a stereo document.
+    void select(std::size_t from, std::size_t to)
+    {
+        doc->bHighlight = 1;
+        set_selection_units(*doc, static_cast<std::uint32_t>(from * doc->wfx.nChannels),
+                            static_cast<std::uint32_t>(to * doc->wfx.nChannels));
+    }
+    int run(int id, std::vector<std::pair<std::string, std::string>> settings = {})
+    {
+        host.setEffectSettings(std::move(settings));
+        const int r = run_effect_command(*doc, id);
+        host.setEffectSettings({});
+        return r;
+    }
+    // Every byte outside frames [from, to) is as it was.
+    void expectOutsideUnchanged(const Bytes& now, std::size_t from, std::size_t to) const
+    {
+        ASSERT_EQ(now.size(), data.size());
+        const std::size_t block = 2u * doc->wfx.nChannels;
+        EXPECT_TRUE(std::equal(now.begin(), now.begin() + static_cast<long>(from * block), data.begin()));
+        EXPECT_TRUE(std::equal(now.begin() + static_cast<long>(to * block), now.end(),
+                               data.begin() + static_cast<long>(to * block)));
+    }
+
+    Bytes data;
+    std::unique_ptr<CChildFrame> doc;
+};
+
+TEST_F(LevelEffectsTest, AmplifyAndNormalizeScaleOnlyTheSelectionAndOneUndoRestoresIt)
+{
+    CChildFrame& f = open(44100);
+    const std::string original = f.szFileName;
+    select(1000, 21000);
+    ASSERT_EQ(run(11501, {{"gain", "-6.0206"}}), 1);
+    Bytes out = fileBytes(f.szFileName);
+    expectOutsideUnchanged(out, 1000, 21000);
+    for (std::size_t i = 1000; i < 21000; i += 997) {
+        EXPECT_NEAR(s16(out, i, 0), s16(data, i, 0) / 2.0, 1.0) << i;
+        EXPECT_NEAR(s16(out, i, 1), 8000, 1.0);
+    }
+    EXPECT_EQ(f.szUndoLabel, "&Undo Amplify...\tCtrl+Z");
+    undo_menu_command(f);
+    EXPECT_EQ(f.szFileName, original);
+    EXPECT_EQ(fileBytes(f.szFileName), data);
+
+    // Percent, and normalize: the highlighted peak (10000 left, 16000 right)
+    // goes to -6.0206 dB of full scale.
+    undo_menu_command(f);
+    select(0, 44100);
+    ASSERT_EQ(run(11501, {{"mode", "normalize"}, {"peak", "-6.0206"}}), 1);
+    out = fileBytes(f.szFileName);
+    EXPECT_NEAR(s16(out, 5, 1), 16384, 2);
+    select(0, 44100);
+    ASSERT_EQ(run(11501, {{"mode", "percent"}, {"percent", "50"}}), 1);
+    EXPECT_NEAR(s16(fileBytes(f.szFileName), 5, 1), 8192, 2);
+}
+
+TEST_F(LevelEffectsTest, ClearSilencesAndTheOtherChannelKeepsItsSamples)
+{
+    CChildFrame& f = open(30000);
+    select(100, 20000);
+    f.bRightChannel = 0;  // only the left channel highlighted
+    ASSERT_EQ(run(11301), 1);
+    const Bytes out = fileBytes(f.szFileName);
+    expectOutsideUnchanged(out, 100, 20000);
+    for (std::size_t i = 100; i < 20000; i += 311) {
+        EXPECT_EQ(s16(out, i, 0), 0);
+        EXPECT_EQ(s16(out, i, 1), 16000);
+    }
+    EXPECT_EQ(f.szUndoLabel, "&Undo Clear...\tCtrl+Z");
+}
+
+TEST_F(LevelEffectsTest, FadesFollowTheirEnvelopes)
+{
+    CChildFrame& f = open(10001);
+    select(0, 10001);
+    ASSERT_EQ(run(11507, {{"direction", "in"}, {"curve", "linear"}}), 1);
+    Bytes out = fileBytes(f.szFileName);
+    EXPECT_EQ(s16(out, 0, 1), 0);
+    EXPECT_NEAR(s16(out, 2500, 1), 4000, 1);
+    EXPECT_NEAR(s16(out, 5000, 1), 8000, 1);
+    EXPECT_EQ(s16(out, 10000, 1), 16000);
+
+    // Logarithmic fade-out over 60 dB: -30 dB half-way, silence at the end.
+    undo_menu_command(f);
+    select(0, 10001);
+    ASSERT_EQ(run(11507, {{"direction", "out"}, {"curve", "logarithmic"}, {"range", "60"}}), 1);
+    out = fileBytes(f.szFileName);
+    EXPECT_EQ(s16(out, 0, 1), 16000);
+    EXPECT_NEAR(s16(out, 5000, 1), 16000 * std::pow(10.0, -30.0 / 20), 1.0);
+    EXPECT_NEAR(s16(out, 2500, 1), 16000 * std::pow(10.0, -15.0 / 20), 1.0);
+    EXPECT_EQ(s16(out, 10000, 1), 0);
+}
+
+TEST_F(LevelEffectsTest, PanTurnsDownTheFarSideAndRefusesMono)
+{
+    CChildFrame& f = open(8001);
+    select(0, 8001);
+    // All the way left, linear: the right side is silent, the left untouched.
+    ASSERT_EQ(run(11512, {{"start", "-100"}, {"end", "-100"}, {"law", "linear"}}), 1);
+    Bytes out = fileBytes(f.szFileName);
+    EXPECT_EQ(s16(out, 4000, 1), 0);
+    EXPECT_EQ(s16(out, 4000, 0), s16(data, 4000, 0));
+    // A sweep from centre to half right with constant power: the left side
+    // ends at cos(45 degrees).
+    undo_menu_command(f);
+    select(0, 8001);
+    ASSERT_EQ(run(11512, {{"start", "0"}, {"end", "50"}}), 1);
+    out = fileBytes(f.szFileName);
+    EXPECT_EQ(s16(out, 0, 0), s16(data, 0, 0));
+    EXPECT_NEAR(s16(out, 8000, 0), s16(data, 8000, 0) * std::cos(M_PI / 4), 1.0);
+    EXPECT_EQ(s16(out, 8000, 1), 16000);
+
+    open(1000, 1);
+    select(0, 1000);
+    EXPECT_EQ(run(11512), 0);
+    EXPECT_EQ(shownTexts().back(), "Pan needs a stereo file.");
+}
+
+TEST_F(LevelEffectsTest, ModulationAndReverse)
+{
+    CChildFrame& f = open(44100);
+    select(0, 44100);
+    // Ring modulation by 1 Hz: the constant right channel becomes a sine.
+    ASSERT_EQ(run(11510, {{"mode", "ring"}, {"frequency", "1"}}), 1);
+    Bytes out = fileBytes(f.szFileName);
+    EXPECT_NEAR(s16(out, 11025, 1), 16000, 1);   // a quarter second: the top
+    EXPECT_NEAR(s16(out, 33075, 1), -16000, 1);  // three quarters: the bottom
+    EXPECT_NEAR(s16(out, 22050, 1), 0, 1);
+    // Tremolo, full depth, 2 Hz: silent at the troughs, full at the crests.
+    undo_menu_command(f);
+    select(0, 44100);
+    ASSERT_EQ(run(11510, {{"mode", "tremolo"}, {"frequency", "2"}, {"depth", "100"}}), 1);
+    out = fileBytes(f.szFileName);
+    EXPECT_NEAR(s16(out, 5512, 1), 16000, 2);   // sine crest at 1/8 s
+    EXPECT_NEAR(s16(out, 16537, 1), 0, 2);      // trough at 3/8 s
+
+    // Reverse of stereo frames: frame i becomes frame end-1-i, channels kept.
+    undo_menu_command(f);
+    const std::size_t from = 100, to = 25900;
+    select(from, to);
+    ASSERT_EQ(run(11515), 1);
+    out = fileBytes(f.szFileName);
+    expectOutsideUnchanged(out, from, to);
+    for (std::size_t i = from; i < to; i += 101) {
+        EXPECT_EQ(s16(out, i, 0), s16(data, to - 1 - (i - from), 0));
+        EXPECT_EQ(s16(out, i, 1), 16000);
+    }
+}
+
+TEST_F(LevelEffectsTest, ReverseOverManyBlocksAndEightBitData)
+{
+    // More than two blocks of 65536 frames, 8-bit mono (an even length: an
+    // odd one's pad byte moves the samples as the loader has always taken
+    // them).
+    CChildFrame& f = open(150000, 1, 8);
+    select(1, 149999);
+    ASSERT_EQ(run(11515), 1);
+    const Bytes out = fileBytes(f.szFileName);
+    ASSERT_EQ(out.size(), data.size());
+    EXPECT_EQ(out[0], data[0]);
+    EXPECT_EQ(out[149999], data[149999]);
+    for (std::size_t i = 1; i < 149999; i += 4999)
+        EXPECT_EQ(out[i], data[149999 - i]) << i;
+    // Amplify by 0 dB leaves 8-bit samples exactly as they were.
+    select(0, 150000);
+    ASSERT_EQ(run(11501, {{"gain", "0"}}), 1);
+    EXPECT_EQ(fileBytes(f.szFileName), out);
+}
+
+TEST_F(LevelEffectsTest, NothingHappensWithoutASelectionOnCancelOrWithABadSetting)
+{
+    CChildFrame& f = open(150000);
+    const std::string original = f.szFileName;
+    // No highlight: nothing runs, nothing is shown.
+    f.bHighlight = 0;
+    host.clearShown();
+    EXPECT_EQ(run(11501), 0);
+    EXPECT_EQ(run(11515), 0);
+    EXPECT_TRUE(host.shown().empty());
+
+    // Cancel after the first block: the document is as it was, nothing to undo.
+    select(0, 150000);
+    host.cancelAfterPolls(1);
+    EXPECT_EQ(run(11501, {{"gain", "-3"}}), 0);
+    EXPECT_EQ(f.szFileName, original);
+    EXPECT_EQ(fileBytes(f.szFileName), data);
+    EXPECT_FALSE(f.bUndoAvailable);
+    EXPECT_TRUE(f.szRedoFileName.empty());
+
+    // A setting out of range: the reason, and nothing runs.
+    EXPECT_EQ(run(11501, {{"gain", "99"}}), 0);
+    EXPECT_EQ(shownTexts().back(), "gain runs from -60 to 40");
+    EXPECT_EQ(run(11507, {{"curve", "cubic"}}), 0);
+    EXPECT_EQ(shownTexts().back(), "curve is one of: linear logarithmic");
+    EXPECT_EQ(fileBytes(f.szFileName), data);
+}
