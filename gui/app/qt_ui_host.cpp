@@ -1,6 +1,7 @@
 #include "app/qt_ui_host.h"
 
 #include "edit/effect_parameters_dialog.h"
+#include "edit/preset_dialogs.h"
 
 #include "app/button_bitmaps.h"
 #include "app/control_drawing.h"
@@ -51,6 +52,7 @@ int QtUiHost::messageBox(HWND owner, const std::string& text, const std::string&
     switch (style & kMessageBoxButtonMask) {
     case MB_OKCANCEL: box.setStandardButtons(QMessageBox::Ok | QMessageBox::Cancel); break;
     case MB_YESNO: box.setStandardButtons(QMessageBox::Yes | QMessageBox::No); break;
+    case MB_YESNOCANCEL: box.setStandardButtons(QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel); break;
     default: box.setStandardButtons(QMessageBox::Ok); break;
     }
     // A message in the middle of a long operation must be answerable.
@@ -218,4 +220,21 @@ bool QtUiHost::runEffectDialog(EffectDialog& dialog)
 {
     EffectParametersDialog box(dialog, m_main);
     return box.exec() == QDialog::Accepted;
+}
+
+int QtUiHost::runPresetSelect(PresetContext& context, std::string& chosen)
+{
+    PresetSelectDialog dialog(context, m_main);
+    const int result = dialog.exec();
+    chosen = dialog.chosen().toStdString();
+    // The click that closed the dialog must not reach the window below.
+    QApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+    return result == QDialog::Rejected ? 2 : result;
+}
+
+int QtUiHost::runPresetSave(PresetContext& context)
+{
+    PresetSaveDialog dialog(context, m_main);
+    const int result = dialog.exec();
+    return result == 1 ? 1 : 2;
 }

@@ -31,6 +31,8 @@ public:
     void setWaitCursor(bool on) override;
     bool runNewFileDialog() override;
     bool runEffectDialog(EffectDialog& dialog) override;
+    int runPresetSelect(PresetContext& context, std::string& chosen) override;
+    int runPresetSave(PresetContext& context) override;
     HWND createConversionBox(const std::string& source, const std::string& destination) override;
     void destroyConversionBox(HWND box) override;
     std::string askSaveFileName(const std::string& title, const std::string& suggestion) override;

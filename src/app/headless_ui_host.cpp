@@ -1,6 +1,7 @@
 #include "app/headless_ui_host.h"
 
 #include "app/messages.h"
+#include "edit/presets.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -30,7 +31,7 @@ std::string HeadlessUiHost::controlText(int controlId) const
 int HeadlessUiHost::answerFor(unsigned style, const std::string& text)
 {
     const unsigned buttons = style & kMessageBoxButtonMask;
-    const bool yesNo = buttons == MB_YESNO;
+    const bool yesNo = buttons == MB_YESNO || buttons == MB_YESNOCANCEL;
     if (buttons == MB_OK)
         return IDOK;
     if (!m_script.empty()) {
@@ -192,4 +193,25 @@ bool HeadlessUiHost::runEffectDialog(EffectDialog& dialog)
         }
     m_effectDialogs.push_back(dialog);
     return true;
+}
+
+int HeadlessUiHost::runPresetSelect(PresetContext& context, std::string& chosen)
+{
+    if (m_presetChoice.empty())
+        return 2;
+    for (const std::string& name : list_presets(context))
+        if (name == m_presetChoice) {
+            chosen = name;
+            return 1;
+        }
+    messageBox(nullptr, "There is no preset \"" + m_presetChoice + "\" in " + context.section, kProductName,
+               MB_OK | MB_ICONEXCLAMATION);
+    return 2;
+}
+
+int HeadlessUiHost::runPresetSave(PresetContext& context)
+{
+    if (m_presetSaveName.empty())
+        return 2;
+    return save_preset(context, m_presetSaveName, context.extra) == SavePresetResult::Saved ? 1 : 2;
 }

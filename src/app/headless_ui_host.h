@@ -78,6 +78,12 @@ public:
     void setDescribeEffects(bool on) { m_describeEffects = on; }
     const std::vector<EffectDialog>& effectDialogsShown() const { return m_effectDialogs; }
     bool runEffectDialog(EffectDialog& dialog) override;
+    // The preset the select dialog picks, and the name the save dialog
+    // stores; without one each dialog is cancelled.
+    void setPresetChoice(std::string name) { m_presetChoice = std::move(name); }
+    void setPresetSaveName(std::string name) { m_presetSaveName = std::move(name); }
+    int runPresetSelect(PresetContext& context, std::string& chosen) override;
+    int runPresetSave(PresetContext& context) override;
     // The suggestion when questions are agreed to; on a terminal the name typed
     // (an empty line takes the suggestion); otherwise cancelled.
     std::string askSaveFileName(const std::string& title, const std::string& suggestion) override;
@@ -85,6 +91,8 @@ public:
 private:
     std::vector<std::pair<std::string, std::string>> m_effectSettings;
     bool m_describeEffects = false;
+    std::string m_presetChoice;
+    std::string m_presetSaveName;
     std::vector<EffectDialog> m_effectDialogs;
     int answerFor(unsigned style, const std::string& text);
     void redrawTerminalLine();

@@ -6,6 +6,7 @@
 #include <string>
 
 struct EffectDialog;
+struct PresetContext;
 
 // Everything the core asks of a user interface: message boxes, the one modeless
 // progress box, text painted into dialog controls, help and the wait cursor.
@@ -78,6 +79,13 @@ public:
     // An effect's parameter dialog (see modules/effect_dialog.h): true for OK
     // with the chosen values in `dialog`.
     virtual bool runEffectDialog(EffectDialog& dialog) = 0;
+
+    // "NEWSELECT": the presets of the context to pick from (and delete);
+    // the dialog's result (1 picked, 2 cancelled, 373 the further button)
+    // and the picked name.
+    virtual int runPresetSelect(PresetContext& context, std::string& chosen) = 0;
+    // "SAVE": a name to store the current settings under; 1 saved, 2 cancelled.
+    virtual int runPresetSave(PresetContext& context) = 0;
 };
 
 // The host in use. Before any host is installed a HeadlessUiHost answers.

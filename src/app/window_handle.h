@@ -10,6 +10,7 @@ using HWND = OpaqueWindow*;
 enum MessageBoxStyle : unsigned {
     MB_OK = 0x0000,
     MB_OKCANCEL = 0x0001,
+    MB_YESNOCANCEL = 0x0003,
     MB_YESNO = 0x0004,
     MB_ICONQUESTION = 0x0020,
     MB_ICONEXCLAMATION = 0x0030,

@@ -8,7 +8,11 @@
 #include "audio/transport_state.h"
 #include "wavefile/new_file_dialog.h"
 
+#include "edit/preset_dialogs.h"
+#include "edit/presets.h"
 #include "gui_test.h"
+#include <QLineEdit>
+#include <QListWidget>
 
 #include <QComboBox>
 #include <QLabel>
@@ -171,4 +175,43 @@ TEST_F(QtHostTest, TheConversionBoxShowsBothNamesThePercentageAndAborts)
     QTest::mousePress(abort, Qt::LeftButton, Qt::NoModifier, abort->rect().center());
     EXPECT_TRUE(uiHost().takeCancelClick(box));
     uiHost().destroyConversionBox(box);
+}
+
+// "NEWSELECT" and "SAVE" over a preset file: pick, delete with renumbering,
+// and a duplicate name that is not replaced brings the previous text back.
+TEST_F(DialogTest, PresetSelectAndSaveDialogs)
+{
+    PresetContext context;
+    context.file = path("HVNFLNGE.INI");
+    context.title = "Select Flange Parameters";
+    context.section = "Flange Presets";
+    context.keyPrefix = "Flange Preset";
+    for (const char* name : {"Jet", "Slow", "Chorus"})
+        ASSERT_EQ(save_preset(context, name, ""), SavePresetResult::Saved);
+    {
+        PresetSelectDialog select(context);
+        EXPECT_EQ(select.windowTitle(), "Select Flange Parameters");
+        ASSERT_EQ(select.list()->count(), 3);
+        select.list()->setCurrentRow(1);
+        select.deleteCurrent();
+        ASSERT_EQ(select.list()->count(), 2);
+        EXPECT_EQ(select.list()->item(1)->text(), "Chorus");
+        select.list()->setCurrentRow(1);
+        select.selectCurrent();
+        EXPECT_EQ(select.result(), 1);
+        EXPECT_EQ(select.chosen(), "Chorus");
+    }
+    EXPECT_EQ(list_presets(context), (std::vector<std::string>{"Jet", "Chorus"}));
+
+    PresetSaveDialog save(context);
+    save.nameEdit()->setText("Wide");
+    save.accept();
+    EXPECT_EQ(save.result(), 1);
+    PresetSaveDialog again(context);
+    again.nameEdit()->setText("Jet");
+    host.scriptAnswers({IDNO});
+    again.accept();
+    EXPECT_NE(again.result(), 1);
+    EXPECT_EQ(again.nameEdit()->text(), "");  // the text before this try
+    EXPECT_EQ(list_presets(context), (std::vector<std::string>{"Jet", "Chorus", "Wide"}));
 }
