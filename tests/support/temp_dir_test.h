@@ -30,6 +30,8 @@ protected:
         m_dir = mkdtemp(pattern);
         m_work = m_dir + "/work";
         set_data_directory(m_work);
+        // Whatever the program writes for the user stays in the test's folder.
+        setenv("ONDRAVA_HOME", (m_dir + "/ondrava").c_str(), 1);
         host.setQuiet(true);
         setUiHost(&host);
         reset_wave_state();
@@ -41,6 +43,7 @@ protected:
     void TearDown() override
     {
         setUiHost(nullptr);
+        unsetenv("ONDRAVA_HOME");
         std::filesystem::remove_all(m_dir);
     }
 
