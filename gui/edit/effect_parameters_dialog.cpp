@@ -1,6 +1,7 @@
 #include "edit/effect_parameters_dialog.h"
 
 #include "app/control_drawing.h"
+#include "app/messages.h"
 #include "app/qt_ui_host.h"
 
 #include <QCheckBox>
@@ -8,6 +9,7 @@
 #include <QDialogButtonBox>
 #include <QDoubleSpinBox>
 #include <QFormLayout>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -46,6 +48,12 @@ EffectParametersDialog::EffectParametersDialog(EffectDialog& dialog, QWidget* pa
             editor = box;
             break;
         }
+        case EffectParameter::Kind::Text: {
+            auto* box = new QLineEdit(QString::fromStdString(p.text), this);
+            box->setMinimumWidth(260);
+            editor = box;
+            break;
+        }
         }
         editor->setObjectName(QString::fromStdString(p.key));
         form->addRow(QString::fromStdString(p.label), editor);
@@ -59,6 +67,23 @@ EffectParametersDialog::EffectParametersDialog(EffectDialog& dialog, QWidget* pa
             EffectDialog values = m_dialog;
             collect(values);
             m_dialog.preview(values);
+        });
+    }
+    if (dialog.presets) {
+        QPushButton* pick = buttons->addButton(tr("P&resets..."), QDialogButtonBox::ActionRole);
+        pick->setObjectName(QStringLiteral("presets"));
+        connect(pick, &QPushButton::clicked, this, [this] {
+            EffectDialog values = m_dialog;
+            collect(values);
+            if (pick_effect_preset(values))
+                show(values);
+        });
+        QPushButton* save = buttons->addButton(tr("Sa&ve preset..."), QDialogButtonBox::ActionRole);
+        save->setObjectName(QStringLiteral("savePreset"));
+        connect(save, &QPushButton::clicked, this, [this] {
+            EffectDialog values = m_dialog;
+            collect(values);
+            save_effect_preset(values);
         });
     }
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
@@ -83,11 +108,37 @@ void EffectParametersDialog::collect(EffectDialog& dialog) const
             p.value = choice->currentIndex();
         else if (auto* toggle = qobject_cast<QCheckBox*>(w))
             p.value = toggle->isChecked() ? 1 : 0;
+        else if (auto* line = qobject_cast<QLineEdit*>(w))
+            p.text = line->text().toStdString();
+    }
+}
+
+void EffectParametersDialog::show(const EffectDialog& dialog)
+{
+    for (const EffectParameter& p : dialog.parameters) {
+        QWidget* w = editor(p.key);
+        if (auto* number = qobject_cast<QDoubleSpinBox*>(w))
+            number->setValue(p.value);
+        else if (auto* choice = qobject_cast<QComboBox*>(w))
+            choice->setCurrentIndex(static_cast<int>(p.value));
+        else if (auto* toggle = qobject_cast<QCheckBox*>(w))
+            toggle->setChecked(p.value != 0);
+        else if (auto* line = qobject_cast<QLineEdit*>(w))
+            line->setText(QString::fromStdString(p.text));
     }
 }
 
 void EffectParametersDialog::accept()
 {
-    collect(m_dialog);
+    EffectDialog values = m_dialog;
+    collect(values);
+    // Text settings are checked by the effect before the dialog closes.
+    for (const EffectParameter& p : values.parameters)
+        if (p.kind == EffectParameter::Kind::Text && p.check)
+            if (auto reason = p.check(p.text)) {
+                ErrMsg("%s: %s", p.label.c_str(), reason->c_str());
+                return;
+            }
+    m_dialog = values;
     QDialog::accept();
 }

@@ -18,7 +18,8 @@ public:
     QWidget* editor(const std::string& key) const;
 
 private:
-    // Copies what the editors show into `dialog`.
+    // Copies what the editors show into `dialog`, and back.
     void collect(EffectDialog& dialog) const;
+    void show(const EffectDialog& dialog);
     EffectDialog& m_dialog;
 };

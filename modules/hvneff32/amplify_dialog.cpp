@@ -6,10 +6,10 @@ EffectDialog amplify_dialog()
     d.name = "amplify";
     d.title = "Amplify";
     d.helpContext = 11501;
-    d.add({"mode", "Change the level by", EffectParameter::Kind::Choice, 0, 2, 0, 1, 0, "", {"db", "percent", "normalize"}});
-    d.add({"gain", "Gain", EffectParameter::Kind::Number, -60, 40, 0, 0.1, 1, "dB", {}});
-    d.add({"percent", "Level", EffectParameter::Kind::Number, 0, 1000, 100, 1, 0, "%", {}});
-    d.add({"peak", "Normalize the peak to", EffectParameter::Kind::Number, -40, 0, -0.1, 0.1, 1, "dB", {}});
+    d.choice("mode", "Change the level by", {"db", "percent", "normalize"});
+    d.number("gain", "Gain", -60, 40, 0, 0.1, 1, "dB");
+    d.number("percent", "Level", 0, 1000, 100, 1, 0, "%");
+    d.number("peak", "Normalize the peak to", -40, 0, -0.1, 0.1, 1, "dB");
     return d;
 }
 
@@ -19,9 +19,9 @@ EffectDialog fade_dialog()
     d.name = "fade";
     d.title = "Fade";
     d.helpContext = 11507;
-    d.add({"direction", "Fade", EffectParameter::Kind::Choice, 0, 1, 0, 1, 0, "", {"in", "out"}});
-    d.add({"curve", "Curve", EffectParameter::Kind::Choice, 0, 1, 0, 1, 0, "", {"linear", "logarithmic"}});
-    d.add({"range", "Logarithmic range", EffectParameter::Kind::Number, 6, 120, 60, 1, 0, "dB", {}});
+    d.choice("direction", "Fade", {"in", "out"});
+    d.choice("curve", "Curve", {"linear", "logarithmic"});
+    d.number("range", "Logarithmic range", 6, 120, 60, 1, 0, "dB");
     return d;
 }
 
@@ -31,10 +31,9 @@ EffectDialog pan_dialog()
     d.name = "pan";
     d.title = "Pan";
     d.helpContext = 11512;
-    d.add({"start", "Position at the start (-100 left, 100 right)", EffectParameter::Kind::Number, -100, 100, 0, 1, 0, "",
-           {}});
-    d.add({"end", "Position at the end", EffectParameter::Kind::Number, -100, 100, 0, 1, 0, "", {}});
-    d.add({"law", "Pan law", EffectParameter::Kind::Choice, 0, 1, 0, 1, 0, "", {"constant-power", "linear"}});
+    d.number("start", "Position at the start (-100 left, 100 right)", -100, 100, 0);
+    d.number("end", "Position at the end", -100, 100, 0);
+    d.choice("law", "Pan law", {"constant-power", "linear"});
     return d;
 }
 
@@ -44,9 +43,9 @@ EffectDialog modulate_dialog()
     d.name = "modulate";
     d.title = "Modulate";
     d.helpContext = 11510;
-    d.add({"mode", "Modulation", EffectParameter::Kind::Choice, 0, 1, 0, 1, 0, "", {"tremolo", "ring"}});
-    d.add({"frequency", "Frequency", EffectParameter::Kind::Number, 0.1, 5000, 5, 0.1, 1, "Hz", {}});
-    d.add({"depth", "Depth (tremolo)", EffectParameter::Kind::Number, 0, 100, 50, 1, 0, "%", {}});
-    d.add({"wave", "Wave form", EffectParameter::Kind::Choice, 0, 2, 0, 1, 0, "", {"sine", "triangle", "square"}});
+    d.choice("mode", "Modulation", {"tremolo", "ring"});
+    d.number("frequency", "Frequency", 0.1, 5000, 5, 0.1, 1, "Hz");
+    d.number("depth", "Depth (tremolo)", 0, 100, 50, 1, 0, "%");
+    d.choice("wave", "Wave form", {"sine", "triangle", "square"});
     return d;
 }

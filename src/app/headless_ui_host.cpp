@@ -186,6 +186,9 @@ bool HeadlessUiHost::runEffectDialog(EffectDialog& dialog)
         m_effectDialogs.push_back(dialog);
         return false;
     }
+    // A preset first, then the single settings over it.
+    if (dialog.presets && !m_presetChoice.empty() && !pick_effect_preset(dialog))
+        return false;
     for (const auto& [key, value] : m_effectSettings)
         if (const auto reason = dialog.set(key, value)) {
             messageBox(nullptr, *reason, kProductName, MB_OK | MB_ICONEXCLAMATION);

@@ -1,6 +1,8 @@
 #include "edit/effect_commands.h"
 
 #include "app/app_paths.h"
+#include "app/string_table.h"
+#include "edit/presets.h"
 #include "modules/module_entries.h"
 #include "view/child_frame.h"
 
@@ -11,8 +13,16 @@ int effect_setting = 24;
 const std::vector<EffectCommand>& effect_commands()
 {
     static const std::vector<EffectCommand> commands = {
-        {11301, "clear", "C&lear"},       {11501, "amplify", "&Amplify..."}, {11507, "fade", "&Fade..."},
-        {11510, "modulate", "&Modulate..."}, {11512, "pan", "&Pan..."},      {11515, "reverse", "Re&verse"},
+        {11301, "clear", "C&lear"},
+        {11501, "amplify", "&Amplify..."},
+        {11503, "compressor", "Compressor..."},
+        {11504, "echo", "&Echo..."},
+        {11505, "envelope", "E&nvelope..."},
+        {11507, "fade", "&Fade..."},
+        {11510, "modulate", "&Modulate..."},
+        {11512, "pan", "&Pan..."},
+        {11514, "reverb", "&Reverb..."},
+        {11515, "reverse", "Re&verse"},
     };
     return commands;
 }
@@ -35,9 +45,21 @@ int run_effect_command(CChildFrame& f, int id, HWND mainWindow)
     switch (id) {
     case 11301:
     case 11501: return amplify_waveform(mainWindow, frame, code, effect_setting, work.data());
+    case 11503:
+        set_preset_context("HVNECHO.INI", load_string(5056), load_string(5057), load_string(5058),
+                           "Compressor Values");
+        return amplify_waveform_by_envelope(frame, 1);
+    case 11504:
+        set_preset_context("HVNECHO.INI", "Select Echo / Reverb File", "Echo Presets", "Echo Preset", "Echo Values");
+        return echo_waveform(frame, 11504, 1);
+    case 11505: return amplify_waveform_by_envelope(frame, 0);
     case 11507: return fade_waveform(frame, code);
     case 11510: return modulate_waveform(frame, code);
     case 11512: return pan_waveform(frame, code);
+    case 11514:
+        set_preset_context("HVNECHO.INI", "Select Echo / Reverb File", "Reverb Presets", "Reverb Preset",
+                           "Reverb Values");
+        return echo_waveform(frame, 11514, 1);
     case 11515: return reverse_waveform(frame, code);
     default: return 0;
     }

@@ -13,3 +13,8 @@ int fade_waveform(HWND frame, unsigned short code);
 int pan_waveform(HWND frame, unsigned short code);
 int modulate_waveform(HWND frame, unsigned short code);
 int reverse_waveform(HWND frame, unsigned short code);
+
+// "HVNSPL32": Echo and Reverb (code 11504 or 11514), Compressor / Expander
+// (mode 1) and Envelope (mode 0).
+int echo_waveform(HWND frame, int code, int flag);
+int amplify_waveform_by_envelope(HWND frame, int mode);

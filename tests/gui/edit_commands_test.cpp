@@ -121,9 +121,9 @@ TEST_F(EditCommandsTest, EffectDialogsAndTheOperationsMenu)
     EffectDialog d;
     d.name = "test";
     d.title = "Test effect";
-    d.add({"gain", "Gain", EffectParameter::Kind::Number, -60, 40, 0, 0.1, 1, "dB", {}});
-    d.add({"curve", "Curve", EffectParameter::Kind::Choice, 0, 1, 0, 1, 0, "", {"linear", "logarithmic"}});
-    d.add({"keep", "Keep", EffectParameter::Kind::Toggle, 0, 1, 0, 1, 0, "", {}});
+    d.number("gain", "Gain", -60, 40, 0, 0.1, 1, "dB");
+    d.choice("curve", "Curve", {"linear", "logarithmic"});
+    d.toggle("keep", "Keep", false);
     {
         EffectParametersDialog box(d);
         EXPECT_EQ(box.windowTitle(), "Test effect");

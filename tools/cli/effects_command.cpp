@@ -4,6 +4,7 @@
 #include "app/headless_ui_host.h"
 #include "document_session.h"
 #include "edit/effect_commands.h"
+#include "edit/presets.h"
 #include "view/child_frame.h"
 #include "wavefile/wave_header.h"
 #include "wavefile/wave_state.h"
@@ -47,9 +48,17 @@ int run_effects_command(const std::vector<std::string>& argv)
         std::string menu = c.menuText;
         std::erase(menu, '&');
         std::cout << c.name << ": " << menu << "\n";
-        if (host->effectDialogsShown().size() > before)
-            std::cout << host->effectDialogsShown().back().describe();
-        else
+        if (host->effectDialogsShown().size() > before) {
+            const EffectDialog& d = host->effectDialogsShown().back();
+            std::cout << d.describe();
+            if (d.presets) {
+                std::cout << "  presets (--preset NAME):";
+                const auto names = list_presets(preset_context());
+                for (std::size_t i = 0; i < names.size(); ++i)
+                    std::cout << (i ? ", " : " ") << names[i];
+                std::cout << "\n";
+            }
+        } else
             std::cout << "  (no parameters)\n";
     }
     host->setDescribeEffects(false);

@@ -29,7 +29,7 @@ int usage()
                  "  --crossfade [--curve linear|exponential]\n"
                  "  --insert-silence SECONDS|selection  --undo  --redo\n"
                  "  --new-from-selection  --save OUT  --save-selection OUT\n"
-                 "  --effect NAME [--param KEY=VALUE ...]   (ondrava-cli effects lists them)\n";
+                 "  --effect NAME [--preset NAME] [--param KEY=VALUE ...]   (ondrava-cli effects lists them)\n";
     return kExitUsage;
 }
 
@@ -39,7 +39,7 @@ const std::map<std::string, int> kSteps = {
     {"--clip-level", 1}, {"--dest-level", 1}, {"--target", 1},   {"--curve", 1},          {"--new-from-selection", 0},
     {"--copy", 0},     {"--cut", 0},        {"--paste", 0},      {"--replace", 0},        {"--crop", 0},
     {"--trim", 0},     {"--mix", 0},        {"--crossfade", 0},  {"--undo", 0},           {"--redo", 0},
-    {"--effect", 1},   {"--param", 1},
+    {"--effect", 1},   {"--param", 1},      {"--preset", 1},
 };
 
 bool parseLevel(const std::string& text, double& level)
@@ -153,8 +153,8 @@ int run_run_command(const std::vector<std::string>& argv)
                 undo_redo_toggle(f);
         } else if (step == "--new-from-selection") {
             ok = new_file_from_selection(f);
-        } else if (step == "--param") {
-            std::cerr << "ondrava-cli: --param belongs after --effect\n";
+        } else if (step == "--param" || step == "--preset") {
+            std::cerr << "ondrava-cli: " << step << " belongs after --effect\n";
             return kExitUsage;
         } else if (step == "--effect") {
             const EffectCommand* effect = find_effect_command(value);
@@ -164,6 +164,11 @@ int run_run_command(const std::vector<std::string>& argv)
             }
             // The dialog's settings follow the effect on the command line.
             std::vector<std::pair<std::string, std::string>> settings;
+            std::string preset;
+            while (i + 2 < argv.size() && argv[i + 1] == "--preset") {
+                preset = argv[i + 2];
+                i += 2;
+            }
             while (i + 2 < argv.size() && argv[i + 1] == "--param") {
                 const std::string& kv = argv[i + 2];
                 const auto eq = kv.find('=');
@@ -179,11 +184,15 @@ int run_run_command(const std::vector<std::string>& argv)
                 return kExitFailed;
             }
             auto* host = dynamic_cast<HeadlessUiHost*>(&uiHost());
-            if (host)
+            if (host) {
                 host->setEffectSettings(settings);
+                host->setPresetChoice(preset);
+            }
             ok = run_effect_command(f, effect->id);
-            if (host)
+            if (host) {
                 host->setEffectSettings({});
+                host->setPresetChoice({});
+            }
         } else if (step == "--save" || step == "--save-selection") {
             ok = save_waveform_file(f, value, step == "--save-selection", 0);
         }

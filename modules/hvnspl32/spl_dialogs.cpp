@@ -1,0 +1,61 @@
+#include "spl_dialogs.h"
+
+#include "dynamics_dsp.h"
+
+EffectDialog echo_dialog()
+{
+    EffectDialog d;
+    d.name = "echo";
+    d.title = "Echo";
+    d.helpContext = 11504;
+    d.presets = true;
+    d.number("delay", "Delay", 1, 5000, 250, 1, 0, "ms");
+    d.number("feedback", "Each further echo", 0, 95, 50, 1, 0, "%");
+    d.number("level", "First echo", 0, 100, 50, 1, 0, "%");
+    d.number("dry", "Direct sound", 0, 100, 100, 1, 0, "%");
+    return d;
+}
+
+EffectDialog reverb_dialog()
+{
+    EffectDialog d;
+    d.name = "reverb";
+    d.title = "Reverb";
+    d.helpContext = 11514;
+    d.presets = true;
+    d.number("room", "Room size", 0, 100, 50, 1, 0, "%");
+    d.number("damping", "Damping", 0, 100, 50, 1, 0, "%");
+    d.number("wet", "Reverberation", 0, 100, 33, 1, 0, "%");
+    d.number("dry", "Direct sound", 0, 100, 100, 1, 0, "%");
+    d.number("width", "Stereo width", 0, 100, 100, 1, 0, "%");
+    return d;
+}
+
+EffectDialog compressor_dialog()
+{
+    EffectDialog d;
+    d.name = "compressor";
+    d.title = "Compressor / Expander";
+    d.helpContext = 11503;
+    d.presets = true;
+    d.choice("type", "Type", {"compressor", "expander"});
+    d.number("threshold", "Threshold", -60, 0, -20, 0.5, 1, "dB");
+    d.number("ratio", "Ratio", 1, 20, 4, 0.1, 1, ": 1");
+    d.number("attack", "Attack", 0.1, 500, 5, 0.1, 1, "ms");
+    d.number("release", "Release", 1, 5000, 100, 1, 0, "ms");
+    d.number("makeup", "Make-up gain", 0, 30, 0, 0.5, 1, "dB");
+    return d;
+}
+
+EffectDialog envelope_dialog()
+{
+    EffectDialog d;
+    d.name = "envelope";
+    d.title = "Envelope";
+    d.helpContext = 11505;
+    d.textParameter("points", "Points (position %:level %, ...)", "0:100,100:100", [](const std::string& text) {
+        std::vector<EnvelopePoint> points;
+        return parse_envelope(text, points);
+    });
+    return d;
+}

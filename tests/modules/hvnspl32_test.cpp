@@ -1,0 +1,162 @@
+// Echo, reverb, compressor/expander and envelope measured on their output.
+
+#include "app/posix_io.h"
+#include "edit/effect_commands.h"
+#include "edit/undo.h"
+#include "view/mouse_selection.h"
+
+#include "support/document_test.h"
+
+#include <cmath>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+std::vector<float> samplesOf(const std::string& path)
+{
+    std::vector<unsigned char> b(get_named_file_length(path));
+    const int fd = ::open(path.c_str(), O_RDONLY);
+    read_fully(fd, b.data(), static_cast<long long>(b.size()), 0);
+    ::close(fd);
+    std::vector<float> out(b.size() / 2);
+    for (std::size_t i = 0; i < out.size(); ++i) {
+        std::int16_t v;
+        std::memcpy(&v, b.data() + 2 * i, 2);
+        out[i] = v / 32768.0f;
+    }
+    return out;
+}
+
+double peakDb(const std::vector<float>& s, std::size_t from, std::size_t to)
+{
+    float peak = 0;
+    for (std::size_t i = from; i < to; ++i)
+        peak = std::max(peak, std::fabs(s[i]));
+    return 20 * std::log10(std::max(peak, 1e-9f));
+}
+
+}  // namespace
+
+class SplEffectsTest : public DocumentTest {
+protected:
+    // A mono 16-bit document of the given samples (-1..1), all highlighted.
+    CChildFrame& open(const std::vector<float>& samples, int channels = 1)
+    {
+        WavBuilder::Bytes data;
+        for (float v : samples)
+            WavBuilder::put16(data, static_cast<std::uint16_t>(static_cast<std::int16_t>(std::lround(v * 32767))));
+        writeFile(path("in.wav"), WavBuilder::pcm(static_cast<std::uint16_t>(channels), 44100, 16, data));
+        doc = open_document_file(path("in.wav"));
+        EXPECT_TRUE(doc);
+        doc->bHighlight = 1;
+        set_selection_units(*doc, 0, doc->nTotalSamples);
+        return *doc;
+    }
+    int run(int id, std::vector<std::pair<std::string, std::string>> settings = {}, const std::string& preset = {})
+    {
+        host.setEffectSettings(std::move(settings));
+        host.setPresetChoice(preset);
+        const int r = run_effect_command(*doc, id);
+        host.setEffectSettings({});
+        host.setPresetChoice({});
+        return r;
+    }
+    std::unique_ptr<CChildFrame> doc;
+};
+
+TEST_F(SplEffectsTest, EchoTapsSitAtTheirDelaysWithTheirGains)
+{
+    std::vector<float> impulse(44100, 0.0f);
+    impulse[100] = 0.8f;
+    CChildFrame& f = open(impulse);
+    // 10 ms = 441 samples; first echo at 50 %, each further one at 60 % of
+    // the one before; the direct sound at 100 %.
+    ASSERT_EQ(run(11504, {{"delay", "10"}, {"feedback", "60"}, {"level", "50"}, {"dry", "100"}}), 1);
+    const auto out = samplesOf(f.szFileName);
+    EXPECT_NEAR(out[100], 0.8f, 1e-3);
+    double gain = 0.5;
+    for (int k = 1; k <= 5; ++k) {
+        EXPECT_NEAR(out[100 + 441 * k], 0.8 * gain, 2e-4) << "tap " << k;
+        EXPECT_NEAR(out[100 + 441 * k - 1], 0.0, 1e-4);
+        EXPECT_NEAR(out[100 + 441 * k + 1], 0.0, 1e-4);
+        gain *= 0.6;
+    }
+    EXPECT_EQ(f.szUndoLabel, "&Undo Echo...\tCtrl+Z");
+    undo_menu_command(f);
+    EXPECT_NEAR(samplesOf(f.szFileName)[541], 0.0, 1e-6);
+
+    // A shipped preset: "Canyon" echoes after 900 ms.
+    ASSERT_EQ(run(11504, {}, "Canyon"), 1);
+    const auto canyon = samplesOf(f.szFileName);
+    EXPECT_GT(std::fabs(canyon[100 + 39690]), 0.3);  // 0.9 s x 44100
+    EXPECT_NEAR(canyon[100 + 441], 0.0, 1e-4);
+    // A preset that is not there: a message, and nothing runs.
+    EXPECT_EQ(run(11504, {}, "Nowhere"), 0);
+}
+
+TEST_F(SplEffectsTest, ALargerRoomRingsLonger)
+{
+    const auto tail = [this](const char* room) {
+        std::vector<float> impulse(44100 * 2, 0.0f);
+        impulse[10] = 0.9f;
+        CChildFrame& f = open(impulse, 2);
+        EXPECT_EQ(run(11514, {{"room", room}, {"damping", "30"}, {"wet", "60"}, {"dry", "0"}}), 1);
+        const auto out = samplesOf(f.szFileName);
+        double energy = 0;
+        bool different = false;
+        for (std::size_t i = 2 * 22050; i < out.size(); i += 2) {  // after half a second
+            energy += out[i] * out[i] + out[i + 1] * out[i + 1];
+            different = different || out[i] != out[i + 1];
+        }
+        EXPECT_TRUE(different) << "the two channels should differ";
+        return energy;
+    };
+    const double small = tail("20");
+    const double large = tail("90");
+    EXPECT_GT(small, 0.0);
+    EXPECT_GT(large, 10 * small);
+}
+
+TEST_F(SplEffectsTest, CompressorAndExpanderFollowTheirStaticCurves)
+{
+    const auto sine = [](double amplitude) {
+        std::vector<float> s(44100);
+        for (std::size_t i = 0; i < s.size(); ++i)
+            s[i] = static_cast<float>(amplitude * std::sin(2 * M_PI * 1000 * i / 44100.0));
+        return s;
+    };
+    // -6 dB in, threshold -20, ratio 4: -20 + 14/4 = -16.5 dB out.
+    CChildFrame& f = open(sine(0.5));
+    ASSERT_EQ(run(11503, {{"threshold", "-20"}, {"ratio", "4"}, {"attack", "1"}, {"release", "500"}}), 1);
+    EXPECT_NEAR(peakDb(samplesOf(f.szFileName), 22050, 44100), -16.5, 0.5);
+    // Make-up gain adds on top; below the threshold nothing changes.
+    open(sine(0.05));  // -26 dB
+    ASSERT_EQ(run(11503, {{"threshold", "-20"}, {"ratio", "4"}, {"makeup", "6"}}), 1);
+    EXPECT_NEAR(peakDb(samplesOf(doc->szFileName), 22050, 44100), -20.0, 0.5);
+    // Expander: -40 dB in, threshold -30, ratio 2: -50 dB out.
+    open(sine(0.01));
+    ASSERT_EQ(run(11503, {{"type", "expander"}, {"threshold", "-30"}, {"ratio", "2"}, {"attack", "1"},
+                          {"release", "500"}}),
+              1);
+    EXPECT_NEAR(peakDb(samplesOf(doc->szFileName), 22050, 44100), -50.0, 1.0);
+    EXPECT_EQ(doc->szUndoLabel, "&Undo Compress/Expand...\tCtrl+Z");
+}
+
+TEST_F(SplEffectsTest, AnEnvelopeShapesTheLevelAndABadOneIsRefused)
+{
+    CChildFrame& f = open(std::vector<float>(10001, 0.5f));
+    ASSERT_EQ(run(11505, {{"points", "0:0,50:100,100:0"}}), 1);
+    const auto out = samplesOf(f.szFileName);
+    EXPECT_NEAR(out[0], 0.0, 1e-4);
+    EXPECT_NEAR(out[2500], 0.25, 1e-3);
+    EXPECT_NEAR(out[5000], 0.5, 1e-3);
+    EXPECT_NEAR(out[7500], 0.25, 1e-3);
+    EXPECT_EQ(f.szUndoLabel, "&Undo Envelope...\tCtrl+Z");
+    const std::string shown = f.szFileName;
+    EXPECT_EQ(run(11505, {{"points", "0:0,fifty:100"}}), 0);
+    EXPECT_EQ(shownTexts().back(), "points: each point is position%:level%, as in 50:100");
+    EXPECT_EQ(run(11505, {{"points", "0:0,150:100"}}), 0);
+    EXPECT_EQ(f.szFileName, shown);
+}
