@@ -109,7 +109,10 @@ TEST_F(PresetsTest, MissingAndReadOnlyFilesAndTheExportedDialogs)
     char file[] = "HVNECHO.INI", title[] = "Save", section[] = "Echo Presets", prefix[] = "Echo Preset",
          values[] = "Echo Values", settings[] = "delay=12";
     EXPECT_EQ(new_save_process(file, title, section, prefix, values, settings), 1);
-    EXPECT_EQ(list_presets(preset_context()), (std::vector<std::string>{"Studio"}));  // in the user's folder
+    // In the user's folder: the shipped starting presets, copied on first
+    // use, and the new one after them.
+    EXPECT_EQ(list_presets(preset_context()),
+              (std::vector<std::string>{"Slap back", "Quarter note at 120", "Canyon", "Doubling", "Studio"}));
     EXPECT_EQ(preset_values(preset_context(), "Studio"), "delay=12");
     host.setPresetSaveName("");
 
