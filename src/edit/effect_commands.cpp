@@ -10,6 +10,12 @@
 
 int effect_setting = 24;
 
+namespace {
+
+int changed(const CChildFrame& f, const std::string& before) { return f.szFileName != before ? 1 : 0; }
+
+}  // namespace
+
 const std::vector<EffectCommand>& effect_commands()
 {
     static const std::vector<EffectCommand> commands = {
@@ -18,7 +24,10 @@ const std::vector<EffectCommand>& effect_commands()
         {11503, "compressor", "Compressor..."},
         {11504, "echo", "&Echo..."},
         {11505, "envelope", "E&nvelope..."},
+        {11506, "equalize", "Eq&ualize..."},
         {11507, "fade", "&Fade..."},
+        {11508, "flange", "Flan&ge..."},
+        {11509, "filter", "Fi&lter..."},
         {11510, "modulate", "&Modulate..."},
         {11512, "pan", "&Pan..."},
         {11514, "reverb", "&Reverb..."},
@@ -42,6 +51,8 @@ int run_effect_command(CChildFrame& f, int id, HWND mainWindow)
     HWND frame = f.hWaveWnd;
     const auto code = static_cast<unsigned short>(id);
     std::string work = data_directory();
+    // Entries that return nothing: a new version shown means they ran.
+    const std::string before = f.szFileName;
     switch (id) {
     case 11301:
     case 11501: return amplify_waveform(mainWindow, frame, code, effect_setting, work.data());
@@ -53,7 +64,22 @@ int run_effect_command(CChildFrame& f, int id, HWND mainWindow)
         set_preset_context("HVNECHO.INI", "Select Echo / Reverb File", "Echo Presets", "Echo Preset", "Echo Values");
         return echo_waveform(frame, 11504, 1);
     case 11505: return amplify_waveform_by_envelope(frame, 0);
+    case 11506:
+        set_preset_context("HVNEQUAL.INI", "Select Equalization File", "Equalization Values", "Equalize",
+                           "Equalize Values");
+        get_equalization_selection(frame);
+        return changed(f, before);
     case 11507: return fade_waveform(frame, code);
+    case 11508:
+        set_preset_context("HVNFLNGE.INI", "Select Flange Parameters", "Flange Presets", "Flange Preset",
+                           "Flange Values");
+        flange_waveform(frame);
+        return changed(f, before);
+    case 11509:
+        set_preset_context("HVNFILTR.INI", "Select Filter Parameters", "Filter Presets", "Filter Preset",
+                           "Filter Values");
+        filter_waveform(frame);
+        return changed(f, before);
     case 11510: return modulate_waveform(frame, code);
     case 11512: return pan_waveform(frame, code);
     case 11514:

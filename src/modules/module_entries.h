@@ -18,3 +18,10 @@ int reverse_waveform(HWND frame, unsigned short code);
 // (mode 1) and Envelope (mode 0).
 int echo_waveform(HWND frame, int code, int flag);
 int amplify_waveform_by_envelope(HWND frame, int mode);
+
+// "HVNEQL32": Equalize, Flange, Filter; low-pass filtering of the active
+// document's selection by a preset name ("LOPASS") at a cut-off.
+void get_equalization_selection(HWND frame);
+void flange_waveform(HWND frame);
+void filter_waveform(HWND frame);
+void do_filter_waveform(float cutoff, char* const name, char* const title);

@@ -1,0 +1,111 @@
+#include "biquad.h"
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+
+namespace {
+
+struct Prototype {
+    double w0, cosw, alpha;
+};
+
+Prototype prototype(double rate, double frequency, double q)
+{
+    const double f = std::clamp(frequency, 1.0, rate * 0.499);
+    const double w0 = 2 * M_PI * f / rate;
+    return {w0, std::cos(w0), std::sin(w0) / (2 * std::max(q, 1e-3))};
+}
+
+BiquadCoefficients normalized(double b0, double b1, double b2, double a0, double a1, double a2)
+{
+    return {b0 / a0, b1 / a0, b2 / a0, a1 / a0, a2 / a0};
+}
+
+}  // namespace
+
+BiquadCoefficients BiquadCoefficients::lowPass(double rate, double frequency, double q)
+{
+    const Prototype p = prototype(rate, frequency, q);
+    return normalized((1 - p.cosw) / 2, 1 - p.cosw, (1 - p.cosw) / 2, 1 + p.alpha, -2 * p.cosw, 1 - p.alpha);
+}
+
+BiquadCoefficients BiquadCoefficients::highPass(double rate, double frequency, double q)
+{
+    const Prototype p = prototype(rate, frequency, q);
+    return normalized((1 + p.cosw) / 2, -(1 + p.cosw), (1 + p.cosw) / 2, 1 + p.alpha, -2 * p.cosw, 1 - p.alpha);
+}
+
+BiquadCoefficients BiquadCoefficients::bandPass(double rate, double frequency, double q)
+{
+    const Prototype p = prototype(rate, frequency, q);  // 0 dB peak gain
+    return normalized(p.alpha, 0, -p.alpha, 1 + p.alpha, -2 * p.cosw, 1 - p.alpha);
+}
+
+BiquadCoefficients BiquadCoefficients::bandStop(double rate, double frequency, double q)
+{
+    const Prototype p = prototype(rate, frequency, q);
+    return normalized(1, -2 * p.cosw, 1, 1 + p.alpha, -2 * p.cosw, 1 - p.alpha);
+}
+
+BiquadCoefficients BiquadCoefficients::peaking(double rate, double frequency, double q, double gainDb)
+{
+    const Prototype p = prototype(rate, frequency, q);
+    const double a = std::pow(10.0, gainDb / 40);
+    return normalized(1 + p.alpha * a, -2 * p.cosw, 1 - p.alpha * a, 1 + p.alpha / a, -2 * p.cosw, 1 - p.alpha / a);
+}
+
+double BiquadCoefficients::magnitude(double rate, double frequency) const
+{
+    const std::complex<double> z = std::polar(1.0, -2 * M_PI * frequency / rate);  // z^-1
+    const std::complex<double> num = b0 + b1 * z + b2 * z * z;
+    const std::complex<double> den = 1.0 + a1 * z + a2 * z * z;
+    return std::abs(num / den);
+}
+
+std::vector<BiquadCoefficients> design_filter(FilterType type, double rate, double frequency, double bandwidth,
+                                              int order)
+{
+    const int sections = std::max(1, order / 2);
+    std::vector<BiquadCoefficients> out;
+    for (int k = 1; k <= sections; ++k) {
+        // Butterworth: the Q of each pole pair of an order-2n filter.
+        const double q = 1.0 / (2 * std::cos((2 * k - 1) * M_PI / (4.0 * sections)));
+        const double bandQ = frequency / std::max(bandwidth, 1.0);
+        switch (type) {
+        case FilterType::LowPass: out.push_back(BiquadCoefficients::lowPass(rate, frequency, q)); break;
+        case FilterType::HighPass: out.push_back(BiquadCoefficients::highPass(rate, frequency, q)); break;
+        case FilterType::BandPass: out.push_back(BiquadCoefficients::bandPass(rate, frequency, bandQ)); break;
+        case FilterType::BandStop: out.push_back(BiquadCoefficients::bandStop(rate, frequency, bandQ)); break;
+        }
+    }
+    return out;
+}
+
+BiquadCascade::BiquadCascade(std::vector<BiquadCoefficients> sections, int channels)
+    : m_sections(std::move(sections)), m_channels(channels),
+      m_state(m_sections.size() * static_cast<std::size_t>(channels))
+{
+}
+
+void BiquadCascade::process(float* s, std::size_t frames)
+{
+    const auto channels = static_cast<std::size_t>(m_channels);
+    for (std::size_t k = 0; k < m_sections.size(); ++k) {
+        const BiquadCoefficients& c = m_sections[k];
+        for (std::size_t ch = 0; ch < channels; ++ch) {
+            State& st = m_state[k * channels + ch];
+            double z1 = st.z1, z2 = st.z2;
+            for (std::size_t i = 0; i < frames; ++i) {
+                float& x = s[i * channels + ch];
+                // Transposed direct form II.
+                const double y = c.b0 * x + z1;
+                z1 = c.b1 * x - c.a1 * y + z2;
+                z2 = c.b2 * x - c.a2 * y;
+                x = static_cast<float>(y);
+            }
+            st.z1 = z1;
+            st.z2 = z2;
+        }
+    }
+}

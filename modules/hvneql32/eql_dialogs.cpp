@@ -1,0 +1,48 @@
+#include "eql_dialogs.h"
+
+#include <string>
+
+EffectDialog filter_dialog(double rate)
+{
+    EffectDialog d;
+    d.name = "filter";
+    d.title = "Filter";
+    d.helpContext = 11509;
+    d.presets = true;
+    d.choice("type", "Type", {"low-pass", "high-pass", "band-pass", "band-stop"});
+    d.number("frequency", "Cut-off or centre frequency", 10, rate / 2 - 1, 1000, 10, 0, "Hz");
+    d.number("bandwidth", "Bandwidth (band filters)", 1, rate / 2, 500, 10, 0, "Hz");
+    d.choice("order", "Slope", {"2", "4", "6", "8"}, 1);
+    return d;
+}
+
+EffectDialog equalizer_dialog()
+{
+    EffectDialog d;
+    d.name = "equalize";
+    d.title = "Graphic Equalizer";
+    d.helpContext = 11506;
+    d.presets = true;
+    for (int i = 0; i < 10; ++i) {
+        const double f = kEqualizerBands[i];
+        const std::string label = f < 1000 ? std::to_string(static_cast<int>(f)) + " Hz"
+                                           : std::to_string(static_cast<int>(f / 1000)) + " kHz";
+        d.number("band" + std::to_string(i + 1), label, -12, 12, 0, 0.5, 1, "dB");
+    }
+    return d;
+}
+
+EffectDialog flange_dialog()
+{
+    EffectDialog d;
+    d.name = "flange";
+    d.title = "Flange";
+    d.helpContext = 11508;
+    d.presets = true;
+    d.number("delay", "Delay", 0.1, 20, 2, 0.1, 1, "ms");
+    d.number("depth", "Sweep depth", 0, 10, 1.5, 0.1, 1, "ms");
+    d.number("rate", "Sweep rate", 0.01, 10, 0.25, 0.01, 2, "Hz");
+    d.number("feedback", "Feedback", -95, 95, 50, 1, 0, "%");
+    d.number("mix", "Flanged sound", 0, 100, 50, 1, 0, "%");
+    return d;
+}

@@ -1,0 +1,109 @@
+// "HVNEQL32": filters, the graphic equalizer and the flanger (and, to come,
+// noise reduction, quantize, tempo and pitch, and the spectrum display).
+
+#include "biquad.h"
+#include "eql_dialogs.h"
+#include "flange_dsp.h"
+
+#include "app/messages.h"
+#include "edit/presets.h"
+#include "modules/module_entries.h"
+#include "modules/selection_processor.h"
+#include "view/child_frame.h"
+
+#include <algorithm>
+#include <memory>
+
+namespace {
+
+CChildFrame* selectedFrame(HWND window)
+{
+    CChildFrame* f = frame_from_handle(window);
+    return f && f->bHighlight && f->nSelEnd > f->nSelStart ? f : nullptr;
+}
+
+template <typename Processor>
+int run(CChildFrame& f, int code, std::shared_ptr<Processor> p, const char* text)
+{
+    return process_selection(
+        f, code, [p](float* s, std::size_t frames, int, std::uint64_t) { p->process(s, frames); }, {text});
+}
+
+int channelsOf(const CChildFrame& f) { return std::max<int>(1, f.wfx.nChannels); }
+double rateOf(const CChildFrame& f) { return std::max<std::uint32_t>(1, f.wfx.nSamplesPerSec); }
+
+int runFilter(CChildFrame& f, const EffectDialog& d, const char* text)
+{
+    const auto type = static_cast<FilterType>(d.choice("type"));
+    const int order = 2 * (d.choice("order") + 1);
+    auto cascade = std::make_shared<BiquadCascade>(
+        design_filter(type, rateOf(f), d.value("frequency"), d.value("bandwidth"), order), channelsOf(f));
+    return run(f, 11509, cascade, text);
+}
+
+}  // namespace
+
+void filter_waveform(HWND window)
+{
+    CChildFrame* f = selectedFrame(window);
+    if (!f)
+        return;
+    EffectDialog d = filter_dialog(rateOf(*f));
+    if (run_effect_dialog(d))
+        runFilter(*f, d, "Filtering...");
+}
+
+void do_filter_waveform(float cutoff, char* const name, char* const title)
+{
+    CChildFrame* f = CChildFrame::GetTheFuckingHandle();
+    if (!f || !f->bHighlight || f->nSelEnd <= f->nSelStart)
+        return;
+    // The named filter preset (a steep low-pass when there is none), at the
+    // cut-off asked for.
+    EffectDialog d = filter_dialog(rateOf(*f));
+    d.set("order", "8");
+    set_preset_context("HVNFILTR.INI", "Select Filter Parameters", "Filter Presets", "Filter Preset", "Filter Values");
+    const std::string values = preset_values(preset_context(), name ? name : "");
+    if (!values.empty())
+        d.applyValuesText(values);
+    d.set("type", "low-pass");
+    if (auto* p = const_cast<EffectParameter*>(d.find("frequency")))
+        p->value = std::clamp(static_cast<double>(cutoff), p->min, p->max);
+    runFilter(*f, d, title ? title : "Filtering...");
+}
+
+void get_equalization_selection(HWND window)
+{
+    CChildFrame* f = selectedFrame(window);
+    if (!f)
+        return;
+    EffectDialog d = equalizer_dialog();
+    if (!run_effect_dialog(d))
+        return;
+    // One peaking section an octave wide per band that is not flat and lies
+    // below the Nyquist frequency.
+    std::vector<BiquadCoefficients> sections;
+    for (int i = 0; i < 10; ++i) {
+        const double gain = d.value("band" + std::to_string(i + 1));
+        if (gain != 0 && kEqualizerBands[i] < rateOf(*f) * 0.45)
+            sections.push_back(BiquadCoefficients::peaking(rateOf(*f), kEqualizerBands[i], 1.414, gain));
+    }
+    run(*f, 11506, std::make_shared<BiquadCascade>(sections, channelsOf(*f)), "Equalizing...");
+}
+
+void flange_waveform(HWND window)
+{
+    CChildFrame* f = selectedFrame(window);
+    if (!f)
+        return;
+    EffectDialog d = flange_dialog();
+    if (!run_effect_dialog(d))
+        return;
+    FlangeSettings s;
+    s.delayMs = d.value("delay");
+    s.depthMs = d.value("depth");
+    s.rateHz = d.value("rate");
+    s.feedback = d.value("feedback") / 100;
+    s.mix = d.value("mix") / 100;
+    run(*f, 11508, std::make_shared<Flanger>(channelsOf(*f), f->wfx.nSamplesPerSec, s), "Flanging...");
+}

@@ -1,0 +1,154 @@
+// Filters, the graphic equalizer and the flanger measured at test
+// frequencies; the named low-pass that other commands use.
+
+#include "app/posix_io.h"
+#include "edit/effect_commands.h"
+#include "modules/module_entries.h"
+#include "view/mouse_selection.h"
+
+#include "support/document_test.h"
+
+#include "../../modules/hvneql32/biquad.h"
+
+#include <cmath>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+std::vector<float> samplesOf(const std::string& path)
+{
+    std::vector<unsigned char> b(get_named_file_length(path));
+    const int fd = ::open(path.c_str(), O_RDONLY);
+    read_fully(fd, b.data(), static_cast<long long>(b.size()), 0);
+    ::close(fd);
+    std::vector<float> out(b.size() / 2);
+    for (std::size_t i = 0; i < out.size(); ++i) {
+        std::int16_t v;
+        std::memcpy(&v, b.data() + 2 * i, 2);
+        out[i] = v / 32768.0f;
+    }
+    return out;
+}
+
+double rmsDb(const std::vector<float>& s, std::size_t from)
+{
+    double sum = 0;
+    for (std::size_t i = from; i < s.size(); ++i)
+        sum += static_cast<double>(s[i]) * s[i];
+    return 10 * std::log10(std::max(sum / static_cast<double>(s.size() - from), 1e-20));
+}
+
+}  // namespace
+
+class EqlEffectsTest : public DocumentTest {
+protected:
+    // The gain in dB that effect `id` gives a sine at `frequency` (mono,
+    // 44.1 kHz, the second half measured so that the filter has settled).
+    double gainAt(int id, double frequency, std::vector<std::pair<std::string, std::string>> settings)
+    {
+        WavBuilder::Bytes data;
+        std::vector<float> in(44100);
+        for (std::size_t i = 0; i < in.size(); ++i) {
+            in[i] = static_cast<float>(0.25 * std::sin(2 * M_PI * frequency * i / 44100.0));
+            WavBuilder::put16(data, static_cast<std::uint16_t>(static_cast<std::int16_t>(std::lround(in[i] * 32767))));
+        }
+        writeFile(path("in.wav"), WavBuilder::pcm(1, 44100, 16, data));
+        doc = open_document_file(path("in.wav"));
+        doc->bHighlight = 1;
+        set_selection_units(*doc, 0, doc->nTotalSamples);
+        host.setEffectSettings(std::move(settings));
+        const int ran = run_effect_command(*doc, id);
+        host.setEffectSettings({});
+        EXPECT_EQ(ran, 1);
+        return rmsDb(samplesOf(doc->szFileName), 22050) - rmsDb(in, 22050);
+    }
+    std::unique_ptr<CChildFrame> doc;
+};
+
+TEST(BiquadDesign, ButterworthSectionsMeetAtMinusThreeDecibelsAtTheCutOff)
+{
+    for (int order : {2, 4, 6, 8}) {
+        double at = 1, octaveUp = 1;
+        for (const BiquadCoefficients& c : design_filter(FilterType::LowPass, 44100, 1000, 0, order)) {
+            at *= c.magnitude(44100, 1000);
+            octaveUp *= c.magnitude(44100, 2000);
+        }
+        EXPECT_NEAR(20 * std::log10(at), -3.01, 0.05) << order;
+        // 6 dB per octave and order, near enough an octave up.
+        EXPECT_NEAR(20 * std::log10(octaveUp), -6.0 * order, 1.5) << order;
+    }
+}
+
+TEST_F(EqlEffectsTest, FiltersPassAndStopWhereTheyShould)
+{
+    const std::vector<std::pair<std::string, std::string>> lowPass = {
+        {"type", "low-pass"}, {"frequency", "1000"}, {"order", "4"}};
+    EXPECT_NEAR(gainAt(11509, 250, lowPass), 0.0, 0.3);
+    EXPECT_NEAR(gainAt(11509, 1000, lowPass), -3.0, 0.5);
+    EXPECT_NEAR(gainAt(11509, 4000, lowPass), -48.0, 2.0);
+    EXPECT_EQ(doc->szUndoLabel, "&Undo Filter...\tCtrl+Z");
+    const std::vector<std::pair<std::string, std::string>> highPass = {
+        {"type", "high-pass"}, {"frequency", "1000"}, {"order", "2"}};
+    EXPECT_NEAR(gainAt(11509, 8000, highPass), 0.0, 0.3);
+    EXPECT_NEAR(gainAt(11509, 250, highPass), -24.0, 1.5);
+    const std::vector<std::pair<std::string, std::string>> notch = {
+        {"type", "band-stop"}, {"frequency", "1000"}, {"bandwidth", "100"}, {"order", "4"}};
+    EXPECT_LT(gainAt(11509, 1000, notch), -30.0);
+    EXPECT_NEAR(gainAt(11509, 3000, notch), 0.0, 0.3);
+    const std::vector<std::pair<std::string, std::string>> band = {
+        {"type", "band-pass"}, {"frequency", "1000"}, {"bandwidth", "200"}, {"order", "2"}};
+    EXPECT_NEAR(gainAt(11509, 1000, band), 0.0, 0.3);
+    EXPECT_LT(gainAt(11509, 4000, band), -20.0);
+}
+
+TEST_F(EqlEffectsTest, TheEqualizerLiftsItsBandAndLeavesTheOthers)
+{
+    const std::vector<std::pair<std::string, std::string>> lift = {{"band6", "12"}};  // 1 kHz
+    EXPECT_NEAR(gainAt(11506, 1000, lift), 12.0, 0.3);
+    EXPECT_NEAR(gainAt(11506, 8000, lift), 0.0, 0.5);
+    EXPECT_NEAR(gainAt(11506, 125, lift), 0.0, 0.5);
+    EXPECT_EQ(doc->szUndoLabel, "&Undo Equalize...\tCtrl+Z");
+    const std::vector<std::pair<std::string, std::string>> cut = {{"band9", "-12"}};  // 8 kHz
+    EXPECT_NEAR(gainAt(11506, 8000, cut), -12.0, 0.3);
+}
+
+TEST_F(EqlEffectsTest, AStillFlangerIsACombWithItsNotchAtHalfTheInverseDelay)
+{
+    // 1 ms delay mixed half and half: 500 Hz cancels, 1 kHz doubles (+0 dB
+    // against the half-level sum: 0.5 + 0.5).
+    const std::vector<std::pair<std::string, std::string>> still = {
+        {"delay", "1"}, {"depth", "0"}, {"feedback", "0"}, {"mix", "50"}};
+    EXPECT_LT(gainAt(11508, 500, still), -30.0);
+    EXPECT_NEAR(gainAt(11508, 1000, still), 0.0, 0.3);
+    // A moving one changes the sound without blowing up.
+    const double moving = gainAt(11508, 700, {{"delay", "2"}, {"depth", "1.5"}, {"rate", "0.5"}, {"feedback", "80"}});
+    EXPECT_TRUE(std::isfinite(moving));
+    EXPECT_LT(std::fabs(moving), 20.0);
+}
+
+TEST_F(EqlEffectsTest, TheNamedLowPassFiltersTheActiveDocument)
+{
+    gainAt(11509, 100, {{"frequency", "20000"}});  // leaves a document open
+    const std::string before = doc->szFileName;
+    set_active_frame(doc.get());
+    char name[] = "LOPASS", title[] = "Antialiasing filtering";
+    // A 5 kHz tone through the shipped "LOPASS" preset at 1 kHz: about 8
+    // times the cut-off at 48 dB an octave.
+    writeFile(path("hi.wav"), [] {
+        WavBuilder::Bytes d;
+        for (int i = 0; i < 44100; ++i)
+            WavBuilder::put16(d, static_cast<std::uint16_t>(static_cast<std::int16_t>(
+                                     std::lround(8000 * std::sin(2 * M_PI * 5000 * i / 44100.0)))));
+        return WavBuilder::pcm(1, 44100, 16, d);
+    }());
+    auto hi = open_document_file(path("hi.wav"));
+    hi->bHighlight = 1;
+    set_selection_units(*hi, 0, hi->nTotalSamples);
+    set_active_frame(hi.get());
+    do_filter_waveform(1000.0f, name, title);
+    EXPECT_LT(rmsDb(samplesOf(hi->szFileName), 22050), -80.0);
+    set_active_frame(nullptr);
+    EXPECT_EQ(doc->szFileName, before);
+}
