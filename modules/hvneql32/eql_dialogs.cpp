@@ -46,3 +46,29 @@ EffectDialog flange_dialog()
     d.number("mix", "Flanged sound", 0, 100, 50, 1, 0, "%");
     return d;
 }
+
+EffectDialog tempo_dialog()
+{
+    EffectDialog d;
+    d.name = "tempo";
+    d.title = "Accelerando / Ritardando / Stretch / Tempo";
+    d.helpContext = 11500;
+    d.choice("mode", "Change", {"constant", "gradual"});
+    d.number("tempo", "Tempo (constant)", 25, 400, 100, 1, 1, "%");
+    d.number("start", "Tempo at the start (gradual)", 25, 400, 100, 1, 1, "%");
+    d.number("end", "Tempo at the end (gradual)", 25, 400, 150, 1, 1, "%");
+    return d;
+}
+
+EffectDialog pitch_dialog()
+{
+    EffectDialog d;
+    d.name = "pitch";
+    d.title = "Change Pitch / Glissando";
+    d.helpContext = 11502;
+    d.choice("mode", "Change", {"constant", "glissando"});
+    d.number("semitones", "Shift (constant)", -24, 24, 0, 0.1, 2, "semitones");
+    d.number("start", "Shift at the start (glissando)", -24, 24, 0, 0.1, 2, "semitones");
+    d.number("end", "Shift at the end (glissando)", -24, 24, 12, 0.1, 2, "semitones");
+    return d;
+}

@@ -4,6 +4,7 @@
 #include "biquad.h"
 #include "eql_dialogs.h"
 #include "flange_dsp.h"
+#include "time_pitch_dsp.h"
 
 #include "app/messages.h"
 #include "edit/presets.h"
@@ -106,4 +107,56 @@ void flange_waveform(HWND window)
     s.feedback = d.value("feedback") / 100;
     s.mix = d.value("mix") / 100;
     run(*f, 11508, std::make_shared<Flanger>(channelsOf(*f), f->wfx.nSamplesPerSec, s), "Flanging...");
+}
+
+namespace {
+
+// A straight line from `from` to `to` over the selection.
+std::function<double(double)> ramp(double from, double to)
+{
+    return [from, to](double t) { return from + (to - from) * t; };
+}
+
+int timePitch(CChildFrame& f, int code, std::function<double(double)> tempo, std::function<double(double)> semitones,
+              const char* text)
+{
+    const std::size_t frames = (f.nSelEnd - f.nSelStart) / static_cast<std::size_t>(channelsOf(f));
+    auto shifter = std::make_shared<TimePitchShifter>(channelsOf(f), f.wfx.nSamplesPerSec, frames, std::move(tempo),
+                                                      std::move(semitones));
+    return transform_selection(
+        f, code,
+        [shifter](const float* in, std::size_t n, int, bool last, std::vector<float>& out) {
+            shifter->process(in, n, last, out);
+        },
+        text);
+}
+
+}  // namespace
+
+int stretch_selected_passage(HWND window, int code, int)
+{
+    CChildFrame* f = selectedFrame(window);
+    if (!f)
+        return 0;
+    EffectDialog d = tempo_dialog();
+    if (!run_effect_dialog(d))
+        return 0;
+    const bool gradual = d.choice("mode") == 1;
+    const double from = (gradual ? d.value("start") : d.value("tempo")) / 100;
+    const double to = (gradual ? d.value("end") : d.value("tempo")) / 100;
+    return timePitch(*f, code, ramp(from, to), ramp(0, 0), "Changing the tempo...");
+}
+
+int how_to_change_pitch(HWND window)
+{
+    CChildFrame* f = selectedFrame(window);
+    if (!f)
+        return 0;
+    EffectDialog d = pitch_dialog();
+    if (!run_effect_dialog(d))
+        return 0;
+    const bool glissando = d.choice("mode") == 1;
+    const double from = glissando ? d.value("start") : d.value("semitones");
+    const double to = glissando ? d.value("end") : d.value("semitones");
+    return timePitch(*f, 11502, ramp(1, 1), ramp(from, to), "Changing the pitch...");
 }

@@ -20,7 +20,9 @@ const std::vector<EffectCommand>& effect_commands()
 {
     static const std::vector<EffectCommand> commands = {
         {11301, "clear", "C&lear"},
+        {11500, "tempo", "Stretch / Temp&o..."},
         {11501, "amplify", "&Amplify..."},
+        {11502, "pitch", "Chan&ge Pitch..."},
         {11503, "compressor", "Compressor..."},
         {11504, "echo", "&Echo..."},
         {11505, "envelope", "E&nvelope..."},
@@ -56,6 +58,8 @@ int run_effect_command(CChildFrame& f, int id, HWND mainWindow)
     switch (id) {
     case 11301:
     case 11501: return amplify_waveform(mainWindow, frame, code, effect_setting, work.data());
+    case 11500: return stretch_selected_passage(frame, 11500, 0);
+    case 11502: return how_to_change_pitch(frame);
     case 11503:
         set_preset_context("HVNECHO.INI", load_string(5056), load_string(5057), load_string(5058),
                            "Compressor Values");

@@ -34,7 +34,7 @@ std::optional<std::pair<std::string, std::string>> undo_labels(int code)
 bool changes_length(int code)
 {
     switch (code) {
-    case 11302: case 11303: case 11304: case 11305: case 11306: case 11307: case 11311: case 11518: case 1813:
+    case 11302: case 11303: case 11304: case 11305: case 11306: case 11307: case 11311: case 11518: case 1813: case 11500:
         return true;
     default:
         return false;

@@ -25,3 +25,7 @@ void get_equalization_selection(HWND frame);
 void flange_waveform(HWND frame);
 void filter_waveform(HWND frame);
 void do_filter_waveform(float cutoff, char* const name, char* const title);
+// Tempo without pitch (constant, or Accelerando / Ritardando), and pitch
+// without tempo (constant, or Glissando), through Rubber Band.
+int stretch_selected_passage(HWND frame, int code, int flag);
+int how_to_change_pitch(HWND frame);

@@ -6,6 +6,7 @@
 #include "app/unique_fd.h"
 #include "edit/undo.h"
 #include "view/child_frame.h"
+#include "view/mouse_selection.h"
 
 #include <algorithm>
 #include <cmath>
@@ -202,4 +203,71 @@ int scan_selection(CChildFrame& f, const SampleKernel& kernel, const char* progr
         kernel(samples.data(), n, channels, done);
         return 1;
     });
+}
+
+int transform_selection(CChildFrame& f, int code, const StreamKernel& kernel, const char* progressText)
+{
+    const Range r = selectionRange(f);
+    if (!f.bHighlight || r.frames == 0 || (f.wfx.wBitsPerSample != 8 && f.wfx.wBitsPerSample != 16))
+        return 0;
+    const int channels = std::max<int>(1, f.wfx.nChannels);
+    const int bits = f.wfx.wBitsPerSample;
+    const std::size_t blockFrames = 65536;
+    std::vector<unsigned char> raw(blockFrames * r.frameBytes);
+    std::vector<unsigned char> encoded;
+    std::vector<float> samples(blockFrames * static_cast<std::size_t>(channels));
+    std::vector<float> out;
+    if (!setup_for_undo(f, 0))
+        return 0;
+    const auto fail = [&f] {
+        abandon_new_version(f);
+        return 0;
+    };
+    if (r.start > 0 && !f.copy_file_to_file(f.szRedoFileName, f.szFileName, static_cast<std::uint32_t>(r.start), 0, -1,
+                                            0, "Copying file..."))
+        return fail();
+    UniqueFd in(::open(f.szFileName.c_str(), O_RDONLY | O_CLOEXEC));
+    UniqueFd dest(::open(f.szRedoFileName.c_str(), O_WRONLY | O_CLOEXEC));
+    if (!in.valid() || !dest.valid()) {
+        NewErrMsg(5031);
+        return fail();
+    }
+    std::uint64_t written = r.start;
+    const auto flush = [&] {
+        const std::size_t whole = out.size() / static_cast<std::size_t>(channels) * static_cast<std::size_t>(channels);
+        encoded.resize(whole * static_cast<std::size_t>(bits / 8));
+        float_to_pcm(out.data(), encoded.data(), whole, bits);
+        if (!write_fully(dest.get(), encoded.data(), static_cast<long long>(encoded.size()),
+                         static_cast<long long>(written))) {
+            NewErrMsg(5025);
+            return 0;
+        }
+        written += encoded.size();
+        out.erase(out.begin(), out.begin() + static_cast<long>(whole));
+        return 1;
+    };
+    const int ok = forEachBlock(r, blockFrames, progressText, [&](std::uint64_t done, std::size_t n) {
+        const std::size_t bytes = n * r.frameBytes;
+        if (read_fully(in.get(), raw.data(), static_cast<long long>(bytes),
+                       static_cast<long long>(r.start + done * r.frameBytes)) != static_cast<long long>(bytes)) {
+            NewErrMsg(5038);
+            return 0;
+        }
+        pcm_to_float(raw.data(), samples.data(), n * static_cast<std::size_t>(channels), bits);
+        kernel(samples.data(), n, channels, done + n >= r.frames, out);
+        return flush();
+    });
+    if (!ok)
+        return fail();
+    in.reset();
+    dest.reset();
+    // The new version: head, the transformed selection, the tail.
+    const std::uint64_t bps = static_cast<std::uint64_t>(f.bytesPerSample());
+    const std::uint64_t tail = (static_cast<std::uint64_t>(f.nTotalSamples) - std::min(f.nSelEnd, f.nTotalSamples)) * bps;
+    f.nNewVersionLength = static_cast<std::uint32_t>((written + tail) / bps);
+    if (!setup_for_redo(f, code, 1))
+        return fail();
+    // The highlight covers what the selection became.
+    set_selection_units(f, f.nSelStart, static_cast<std::uint32_t>(std::min<std::uint64_t>(written / bps, f.nTotalSamples)));
+    return 1;
 }

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <vector>
 
 class CChildFrame;
 
@@ -28,6 +29,15 @@ struct SelectionProcess {
 // 1 when the new version was committed; 0 without a selection, on Cancel or
 // on failure (the document is unchanged, the reason has been shown).
 int process_selection(CChildFrame& frame, int code, const SampleKernel& kernel, const SelectionProcess& how = {});
+
+// For effects that change the length (tempo): each block of the selection
+// goes in as interleaved floats (all channels), the kernel appends whatever
+// it has ready to `out`; on the last call (`last` set, possibly with no
+// frames) it appends the rest. The output replaces the selection, the
+// selection's tail follows it.
+using StreamKernel =
+    std::function<void(const float* in, std::size_t frames, int channels, bool last, std::vector<float>& out)>;
+int transform_selection(CChildFrame& frame, int code, const StreamKernel& kernel, const char* progressText);
 
 // Reads every highlighted sample once (for measurements such as the peak a
 // normalize needs). 0 on Cancel or failure.

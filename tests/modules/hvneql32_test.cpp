@@ -3,6 +3,7 @@
 
 #include "app/posix_io.h"
 #include "edit/effect_commands.h"
+#include "edit/undo.h"
 #include "modules/module_entries.h"
 #include "view/mouse_selection.h"
 
@@ -151,4 +152,82 @@ TEST_F(EqlEffectsTest, TheNamedLowPassFiltersTheActiveDocument)
     EXPECT_LT(rmsDb(samplesOf(hi->szFileName), 22050), -80.0);
     set_active_frame(nullptr);
     EXPECT_EQ(doc->szFileName, before);
+}
+
+namespace {
+
+// The frequency of a steady tone from its rising zero crossings.
+double frequencyOf(const std::vector<float>& s, std::size_t from, std::size_t to, int channels, double rate)
+{
+    std::size_t first = 0, last = 0, count = 0;
+    for (std::size_t i = from + 1; i < to; ++i) {
+        const float a = s[(i - 1) * static_cast<std::size_t>(channels)], b = s[i * static_cast<std::size_t>(channels)];
+        if (a < 0 && b >= 0) {
+            if (count == 0)
+                first = i;
+            last = i;
+            ++count;
+        }
+    }
+    return count > 1 ? (count - 1) * rate / static_cast<double>(last - first) : 0.0;
+}
+
+}  // namespace
+
+TEST_F(EqlEffectsTest, PitchKeepsTheDurationAndTempoKeepsThePitch)
+{
+    // Three seconds of a 440 Hz stereo tone between a second of silence on
+    // each side; the tone is highlighted.
+    const auto make = [this] {
+        WavBuilder::Bytes data;
+        for (int i = 0; i < 5 * 44100; ++i) {
+            const bool tone = i >= 44100 && i < 4 * 44100;
+            const auto v = static_cast<std::int16_t>(tone ? std::lround(12000 * std::sin(2 * M_PI * 440 * i / 44100.0)) : 0);
+            WavBuilder::put16(data, static_cast<std::uint16_t>(v));
+            WavBuilder::put16(data, static_cast<std::uint16_t>(v));
+        }
+        writeFile(path("tone.wav"), WavBuilder::pcm(2, 44100, 16, data));
+        doc = open_document_file(path("tone.wav"));
+        doc->bHighlight = 1;
+        set_selection_units(*doc, 2 * 44100, 2 * 4 * 44100);
+    };
+    const auto apply = [this](int id, std::vector<std::pair<std::string, std::string>> settings) {
+        host.setEffectSettings(std::move(settings));
+        EXPECT_EQ(run_effect_command(*doc, id), 1);
+        host.setEffectSettings({});
+        return samplesOf(doc->szFileName);
+    };
+
+    make();
+    auto out = apply(11502, {{"semitones", "12"}});
+    ASSERT_EQ(out.size(), 2u * 5 * 44100);  // the duration is kept
+    EXPECT_NEAR(frequencyOf(out, 2 * 44100, 3 * 44100, 2, 44100), 880.0, 2.0);
+    EXPECT_EQ(out[2 * 1000], 0.0f);  // the silence around is untouched
+    EXPECT_EQ(out[2 * (4 * 44100 + 1000)], 0.0f);
+    EXPECT_EQ(doc->szUndoLabel, "&Undo Pitch...\tCtrl+Z");
+
+    make();
+    out = apply(11500, {{"tempo", "200"}});
+    // The three seconds become one and a half; 440 Hz stays 440 Hz.
+    EXPECT_EQ(out.size(), 2u * (2 * 44100 + 44100 * 3 / 2));
+    EXPECT_EQ(doc->nTotalSamples, 2u * (2 * 44100 + 44100 * 3 / 2));
+    EXPECT_NEAR(frequencyOf(out, 44100 + 11025, 44100 + 55125, 2, 44100), 440.0, 2.0);
+    EXPECT_EQ(doc->nSelEnd, 2u * (44100 + 44100 * 3 / 2));  // the highlight covers the result
+    EXPECT_EQ(doc->szUndoLabel, "&Undo Tempo...\tCtrl+Z");
+    undo_menu_command(*doc);
+    EXPECT_EQ(doc->nTotalSamples, 2u * 5 * 44100);
+
+    // Accelerando from 100 % to 200 %: 3 s x ln 2 long; a glissando up an
+    // octave ends near 880 Hz.
+    make();
+    out = apply(11500, {{"mode", "gradual"}, {"start", "100"}, {"end", "200"}});
+    EXPECT_NEAR(static_cast<double>(out.size()) / 2 / 44100, 2 + 3 * std::log(2.0), 0.02);
+    make();
+    out = apply(11502, {{"mode", "glissando"}, {"start", "0"}, {"end", "12"}});
+    // 0.1 to 0.3 s in: about 0.8 semitones up; 2.8 to 2.95 s: about 11.5.
+    // (The stretcher applies a new pitch to what it still holds, so the
+    // glide runs a little ahead: hence the tolerance.)
+    EXPECT_NEAR(frequencyOf(out, 44100 + 4410, 44100 + 13230, 2, 44100), 440.0 * std::pow(2.0, 0.8 / 12), 15.0);
+    EXPECT_NEAR(frequencyOf(out, 4 * 44100 - 8820, 4 * 44100 - 2205, 2, 44100), 440.0 * std::pow(2.0, 11.5 / 12),
+                15.0);
 }

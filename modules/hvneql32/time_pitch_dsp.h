@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace RubberBand {
+class RubberBandStretcher;
+}
+
+// Tempo and pitch through Rubber Band: the tempo changes without the pitch,
+// or the pitch without the tempo, constant or gliding from one value to
+// another over the selection. Streams: blocks go in, finished frames come
+// out, and the output has the length the tempo gives it.
+class TimePitchShifter {
+public:
+    // `tempoAt(t)` and `semitonesAt(t)` give the tempo factor (2 = twice as
+    // fast) and the pitch shift at position t (0..1) of `totalFrames`.
+    TimePitchShifter(int channels, unsigned rate, std::size_t totalFrames, std::function<double(double)> tempoAt,
+                     std::function<double(double)> semitonesAt);
+    ~TimePitchShifter();
+    void process(const float* in, std::size_t frames, bool last, std::vector<float>& out);
+
+private:
+    void retrieve(std::vector<float>& out);
+    std::unique_ptr<RubberBand::RubberBandStretcher> m_stretcher;
+    int m_channels;
+    std::size_t m_total;
+    std::size_t m_consumed = 0;
+    std::size_t m_toSkip = 0;   // the stretcher's start delay
+    double m_expectedOut = 0;   // frames the input should give
+    std::size_t m_produced = 0;
+    std::function<double(double)> m_tempo, m_semitones;
+    std::vector<std::vector<float>> m_planar;
+};
