@@ -72,3 +72,18 @@ EffectDialog pitch_dialog()
     d.number("end", "Shift at the end (glissando)", -24, 24, 12, 0.1, 2, "semitones");
     return d;
 }
+
+EffectDialog noise_reduction_dialog()
+{
+    EffectDialog d;
+    d.name = "noise-reduction";
+    d.title = "Noise Reduction";
+    d.helpContext = 11511;
+    d.presets = true;
+    d.choice("step", "Step", {"reduce", "profile"});
+    d.number("reduction", "Reduce the noise by", 0, 48, 18, 1, 0, "dB");
+    d.number("oversubtraction", "Strength", 1, 4, 1.5, 0.1, 1, "");
+    d.number("smoothing", "Smoothing", 0, 95, 60, 1, 0, "%");
+    d.choice("fft", "Analysis size (profile)", {"1024", "2048", "4096"}, 1);
+    return d;
+}

@@ -7,6 +7,7 @@ EffectDialog filter_dialog(double rate);
 EffectDialog equalizer_dialog();
 EffectDialog flange_dialog();
 EffectDialog tempo_dialog();
+EffectDialog noise_reduction_dialog();
 EffectDialog pitch_dialog();
 
 // The graphic equalizer's bands (Hz).

@@ -4,8 +4,10 @@
 #include "biquad.h"
 #include "eql_dialogs.h"
 #include "flange_dsp.h"
+#include "noise_reduction_dsp.h"
 #include "time_pitch_dsp.h"
 
+#include "app/app_paths.h"
 #include "app/messages.h"
 #include "edit/presets.h"
 #include "modules/module_entries.h"
@@ -159,4 +161,48 @@ int how_to_change_pitch(HWND window)
     const double from = glissando ? d.value("start") : d.value("semitones");
     const double to = glissando ? d.value("end") : d.value("semitones");
     return timePitch(*f, 11502, ramp(1, 1), ramp(from, to), "Changing the pitch...");
+}
+
+std::string noise_profile_path() { return join_path(user_directory(), "noise_profile.bin"); }
+
+void remove_noise(HWND window)
+{
+    CChildFrame* f = selectedFrame(window);
+    if (!f)
+        return;
+    EffectDialog d = noise_reduction_dialog();
+    if (!run_effect_dialog(d))
+        return;
+    if (d.choice("step") == 1) {
+        // The highlight holds only noise: its mean spectrum becomes the profile.
+        NoiseProfiler profiler(channelsOf(*f), 1024 << d.choice("fft"));
+        if (!scan_selection(
+                *f, [&profiler](float* s, std::size_t frames, int, std::uint64_t) { profiler.add(s, frames); },
+                "Taking the noise profile..."))
+            return;
+        if (profiler.windows() == 0) {
+            ErrMsg("Highlight a longer stretch of noise: the profile needs at least %d samples.", 1024 << d.choice("fft"));
+            return;
+        }
+        make_directories(user_directory());
+        if (!profiler.result().save(noise_profile_path()))
+            ErrMsg("Cannot write the noise profile %s", noise_profile_path().c_str());
+        return;
+    }
+    NoiseProfile profile;
+    if (!profile.load(noise_profile_path()) || profile.channels != channelsOf(*f)) {
+        ErrMsg("First take a noise profile: highlight a stretch of noise alone and choose the profile step.");
+        return;
+    }
+    NoiseReductionSettings s;
+    s.reductionDb = d.value("reduction");
+    s.oversubtraction = d.value("oversubtraction");
+    s.smoothing = d.value("smoothing") / 100;
+    auto reducer = std::make_shared<NoiseReducer>(profile, s);
+    transform_selection(
+        *f, 11511,
+        [reducer](const float* in, std::size_t n, int, bool last, std::vector<float>& out) {
+            reducer->process(in, n, last, out);
+        },
+        "Reducing noise...");
 }

@@ -6,6 +6,7 @@
 #include "modules/module_entries.h"
 #include "view/child_frame.h"
 
+#include <filesystem>
 #include <vector>
 
 int effect_setting = 24;
@@ -31,6 +32,7 @@ const std::vector<EffectCommand>& effect_commands()
         {11508, "flange", "Flan&ge..."},
         {11509, "filter", "Fi&lter..."},
         {11510, "modulate", "&Modulate..."},
+        {11511, "noise-reduction", "Noise reduction..."},
         {11512, "pan", "&Pan..."},
         {11514, "reverb", "&Reverb..."},
         {11515, "reverse", "Re&verse"},
@@ -90,6 +92,19 @@ int run_effect_command(CChildFrame& f, int id, HWND mainWindow)
         set_preset_context("HVNECHO.INI", "Select Echo / Reverb File", "Reverb Presets", "Reverb Preset",
                            "Reverb Values");
         return echo_waveform(frame, 11514, 1);
+    case 11511: {
+        set_preset_context("HVNFILTR.INI", "Select Filter Parameters", "Filter Presets", "Filter Preset",
+                           "Noise Reduction Values");
+        // Taking a profile changes no document but is done all the same.
+        const auto stamp = [] {
+            std::error_code error;
+            const auto t = std::filesystem::last_write_time(noise_profile_path(), error);
+            return error ? std::filesystem::file_time_type{} : t;
+        };
+        const auto profileBefore = stamp();
+        remove_noise(frame);
+        return changed(f, before) || stamp() != profileBefore ? 1 : 0;
+    }
     case 11515: return reverse_waveform(frame, code);
     default: return 0;
     }

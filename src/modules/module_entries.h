@@ -2,6 +2,8 @@
 
 #include "app/window_handle.h"
 
+#include <string>
+
 // The entries of the effect modules, as the program calls them: each takes
 // the document's window handle (and the main window's where it needs it),
 // shows its own parameter dialog, processes the selection through the undo
@@ -29,3 +31,7 @@ void do_filter_waveform(float cutoff, char* const name, char* const title);
 // without tempo (constant, or Glissando), through Rubber Band.
 int stretch_selected_passage(HWND frame, int code, int flag);
 int how_to_change_pitch(HWND frame);
+// Noise reduction: takes a noise profile from a highlight of noise alone, or
+// reduces the noise of the highlight with the profile taken.
+void remove_noise(HWND frame);
+std::string noise_profile_path();

@@ -231,3 +231,71 @@ TEST_F(EqlEffectsTest, PitchKeepsTheDurationAndTempoKeepsThePitch)
     EXPECT_NEAR(frequencyOf(out, 4 * 44100 - 8820, 4 * 44100 - 2205, 2, 44100), 440.0 * std::pow(2.0, 11.5 / 12),
                 15.0);
 }
+
+namespace {
+
+// Signal-to-noise ratio of a 1 kHz tone in a signal: the tone fitted by
+// least squares, everything else counted as noise.
+double toneSnrDb(const std::vector<float>& s, std::size_t from, std::size_t to)
+{
+    double ss = 0, sc = 0, cc = 0, ys = 0, yc = 0;
+    for (std::size_t i = from; i < to; ++i) {
+        const double a = std::sin(2 * M_PI * 1000 * i / 44100.0), b = std::cos(2 * M_PI * 1000 * i / 44100.0);
+        ss += a * a;
+        sc += a * b;
+        cc += b * b;
+        ys += s[i] * a;
+        yc += s[i] * b;
+    }
+    const double det = ss * cc - sc * sc;
+    const double ka = (ys * cc - yc * sc) / det, kb = (yc * ss - ys * sc) / det;
+    double tone = 0, rest = 0;
+    for (std::size_t i = from; i < to; ++i) {
+        const double t = ka * std::sin(2 * M_PI * 1000 * i / 44100.0) + kb * std::cos(2 * M_PI * 1000 * i / 44100.0);
+        tone += t * t;
+        rest += (s[i] - t) * (s[i] - t);
+    }
+    return 10 * std::log10(tone / rest);
+}
+
+}  // namespace
+
+TEST_F(EqlEffectsTest, NoiseReductionImprovesTheSignalToNoiseRatioByTenDecibels)
+{
+    // One second of white noise alone, then four of a tone in the same noise.
+    std::vector<float> s(5 * 44100);
+    std::uint32_t seed = 1;
+    for (std::size_t i = 0; i < s.size(); ++i) {
+        seed = seed * 1664525u + 1013904223u;
+        const double noise = (static_cast<double>(seed >> 8) / 16777216.0 - 0.5) * 0.2;
+        s[i] = static_cast<float>(noise + (i >= 44100 ? 0.2 * std::sin(2 * M_PI * 1000 * i / 44100.0) : 0.0));
+    }
+    WavBuilder::Bytes data;
+    for (float v : s)
+        WavBuilder::put16(data, static_cast<std::uint16_t>(static_cast<std::int16_t>(std::lround(v * 32767))));
+    writeFile(path("noisy.wav"), WavBuilder::pcm(1, 44100, 16, data));
+    doc = open_document_file(path("noisy.wav"));
+    const double before = toneSnrDb(s, 2 * 44100, 4 * 44100);
+
+    // Without a profile: the reason, nothing changes.
+    doc->bHighlight = 1;
+    set_selection_units(*doc, 44100, 5 * 44100);
+    EXPECT_EQ(run_effect_command(*doc, 11511), 0);
+    EXPECT_NE(shownTexts().back().find("First take a noise profile"), std::string::npos);
+
+    set_selection_units(*doc, 0, 44100);
+    host.setEffectSettings({{"step", "profile"}});
+    ASSERT_EQ(run_effect_command(*doc, 11511), 1);
+    EXPECT_FALSE(doc->bUndoAvailable);  // the profile changes nothing
+    set_selection_units(*doc, 44100, 5 * 44100);
+    host.setEffectSettings({{"reduction", "30"}, {"oversubtraction", "2"}});
+    ASSERT_EQ(run_effect_command(*doc, 11511), 1);
+    host.setEffectSettings({});
+    const auto out = samplesOf(doc->szFileName);
+    ASSERT_EQ(out.size(), s.size());  // the length is kept
+    const double after = toneSnrDb(out, 2 * 44100, 4 * 44100);
+    EXPECT_GT(after - before, 10.0) << "before " << before << " dB, after " << after << " dB";
+    // The noise-only head is untouched.
+    EXPECT_NEAR(out[1000], s[1000], 1.0 / 32768);
+    EXPECT_EQ(doc->szUndoLabel, "&Undo Noise reduction...\tCtrl+Z");
+}
