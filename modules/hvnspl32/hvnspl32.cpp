@@ -3,8 +3,11 @@
 
 #include "dynamics_dsp.h"
 #include "echo_dsp.h"
+#include "spatial_dsp.h"
 #include "spl_dialogs.h"
+#include "tone_dsp.h"
 
+#include "app/messages.h"
 #include "modules/module_entries.h"
 #include "modules/selection_processor.h"
 #include "view/child_frame.h"
@@ -98,4 +101,62 @@ int amplify_waveform_by_envelope(HWND window, int mode)
             }
         },
         {"Shaping the envelope..."});
+}
+
+// The HRTF set used for spatial localization.
+static const char* const kDefaultHrtf = "/usr/share/libmysofa/default.sofa";
+
+void set_spatial_localization(HWND window)
+{
+    CChildFrame* f = selectedFrame(window);
+    if (!f)
+        return;
+    if (f->wfx.nChannels != 2) {
+        ErrMsg("Spatial localization needs a stereo file.");
+        return;
+    }
+    EffectDialog d = spatial_dialog();
+    if (!run_effect_dialog(d))
+        return;
+    auto renderer = std::make_shared<SpatialRenderer>();
+    const unsigned rate = std::max<std::uint32_t>(1, f->wfx.nSamplesPerSec);
+    if (d.choice("method") == 0) {
+        if (auto reason = SpatialRenderer::create(kDefaultHrtf, rate, d.value("azimuth"), d.value("elevation"), *renderer)) {
+            ErrMsg("%s: the direction is made from time and level differences instead.", reason->c_str());
+            renderer->useCues(rate, d.value("azimuth"));
+        }
+    } else {
+        renderer->useCues(rate, d.value("azimuth"));
+    }
+    run(*f, 11516, renderer, "Placing the sound...");
+}
+
+void make_tones_or_effects(HWND window)
+{
+    CChildFrame* f = selectedFrame(window);
+    if (!f)
+        return;
+    const unsigned rate = std::max<std::uint32_t>(1, f->wfx.nSamplesPerSec);
+    EffectDialog d = tones_dialog(rate);
+    if (!run_effect_dialog(d))
+        return;
+    ToneSettings s;
+    s.kind = static_cast<ToneSettings::Kind>(d.choice("kind"));
+    s.wave = d.choice("wave");
+    s.frequency = d.value("frequency");
+    s.endFrequency = d.value("end");
+    s.logSweep = d.choice("sweep") == 0;
+    s.pink = d.choice("noise") == 1;
+    s.amplitudeDb = d.value("level");
+    s.digits = d.text("digits");
+    s.toneMs = d.value("tone");
+    s.gapMs = d.value("gap");
+    const std::uint64_t frames = (f->nSelEnd - f->nSelStart) / static_cast<std::uint64_t>(std::max<int>(1, f->wfx.nChannels));
+    auto generator = std::make_shared<ToneGenerator>(s, rate, frames);
+    process_selection(
+        *f, 11517,
+        [generator](float* samples, std::size_t n, int channels, std::uint64_t) {
+            generator->generate(samples, n, channels);
+        },
+        {"Generating..."});
 }

@@ -1,6 +1,7 @@
 #include "spl_dialogs.h"
 
 #include "dynamics_dsp.h"
+#include "tone_dsp.h"
 
 EffectDialog echo_dialog()
 {
@@ -57,5 +58,37 @@ EffectDialog envelope_dialog()
         std::vector<EnvelopePoint> points;
         return parse_envelope(text, points);
     });
+    return d;
+}
+
+EffectDialog spatial_dialog()
+{
+    EffectDialog d;
+    d.name = "spatial";
+    d.title = "Spatial Localization";
+    d.helpContext = 11516;
+    d.choice("method", "Method", {"hrtf", "cues"});
+    d.number("azimuth", "Direction (0 ahead, 90 right, -90 left)", -180, 180, 45, 1, 0, "degrees");
+    d.number("elevation", "Height (HRTF)", -90, 90, 0, 1, 0, "degrees");
+    return d;
+}
+
+EffectDialog tones_dialog(double rate)
+{
+    EffectDialog d;
+    d.name = "tones";
+    d.title = "Tones / Effects";
+    d.helpContext = 11517;
+    d.presets = true;
+    d.choice("kind", "Generate", {"tone", "sweep", "noise", "dtmf"});
+    d.choice("wave", "Wave form", {"sine", "square", "triangle", "sawtooth"});
+    d.number("frequency", "Frequency (sweep: from)", 1, rate / 2, 440, 1, 1, "Hz");
+    d.number("end", "Sweep to", 1, rate / 2, 4000, 1, 1, "Hz");
+    d.choice("sweep", "Sweep", {"logarithmic", "linear"});
+    d.choice("noise", "Noise", {"white", "pink"});
+    d.number("level", "Level", -60, 0, -6, 0.5, 1, "dB");
+    d.textParameter("digits", "Telephone keys (DTMF)", "0123456789*#", check_dtmf_digits);
+    d.number("tone", "Key length", 10, 2000, 100, 10, 0, "ms");
+    d.number("gap", "Pause between keys", 0, 2000, 100, 10, 0, "ms");
     return d;
 }

@@ -7,3 +7,5 @@ EffectDialog echo_dialog();
 EffectDialog reverb_dialog();
 EffectDialog compressor_dialog();
 EffectDialog envelope_dialog();
+EffectDialog spatial_dialog();
+EffectDialog tones_dialog(double rate);

@@ -36,6 +36,8 @@ const std::vector<EffectCommand>& effect_commands()
         {11512, "pan", "&Pan..."},
         {11514, "reverb", "&Reverb..."},
         {11515, "reverse", "Re&verse"},
+        {11516, "spatial", "Spatial locali&zation..."},
+        {11517, "tones", "Tones / Effects..."},
     };
     return commands;
 }
@@ -106,6 +108,14 @@ int run_effect_command(CChildFrame& f, int id, HWND mainWindow)
         return changed(f, before) || stamp() != profileBefore ? 1 : 0;
     }
     case 11515: return reverse_waveform(frame, code);
+    case 11516:
+        set_spatial_localization(frame);
+        return changed(f, before);
+    case 11517:
+        set_preset_context("HVNTONES.INI", "Select Special Effects Parameters", "Effects Presets", "Effects Preset",
+                           "Effects Values");
+        make_tones_or_effects(frame);
+        return changed(f, before);
     default: return 0;
     }
 }

@@ -20,6 +20,10 @@ int reverse_waveform(HWND frame, unsigned short code);
 // (mode 1) and Envelope (mode 0).
 int echo_waveform(HWND frame, int code, int flag);
 int amplify_waveform_by_envelope(HWND frame, int mode);
+// Spatial localization (HRTF or time and level cues) and the tone, sweep,
+// noise and DTMF generators.
+void set_spatial_localization(HWND frame);
+void make_tones_or_effects(HWND frame);
 
 // "HVNEQL32": Equalize, Flange, Filter; low-pass filtering of the active
 // document's selection by a preset name ("LOPASS") at a cut-off.

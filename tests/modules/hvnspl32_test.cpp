@@ -160,3 +160,114 @@ TEST_F(SplEffectsTest, AnEnvelopeShapesTheLevelAndABadOneIsRefused)
     EXPECT_EQ(run(11505, {{"points", "0:0,150:100"}}), 0);
     EXPECT_EQ(f.szFileName, shown);
 }
+
+namespace {
+
+// The power of frequency f in s[from, to) (Goertzel).
+double powerAt(const std::vector<float>& s, std::size_t from, std::size_t to, double f, int channels = 1, int ch = 0)
+{
+    const double w = 2 * M_PI * f / 44100, coeff = 2 * std::cos(w);
+    double q1 = 0, q2 = 0;
+    for (std::size_t i = from; i < to; ++i) {
+        const double q0 = coeff * q1 - q2 + s[i * static_cast<std::size_t>(channels) + static_cast<std::size_t>(ch)];
+        q2 = q1;
+        q1 = q0;
+    }
+    return q1 * q1 + q2 * q2 - coeff * q1 * q2;
+}
+
+double rms(const std::vector<float>& s, int channels, int ch, std::size_t from, std::size_t to)
+{
+    double sum = 0;
+    for (std::size_t i = from; i < to; ++i) {
+        const double v = s[i * static_cast<std::size_t>(channels) + static_cast<std::size_t>(ch)];
+        sum += v * v;
+    }
+    return std::sqrt(sum / static_cast<double>(to - from));
+}
+
+}  // namespace
+
+TEST_F(SplEffectsTest, TheGeneratorsWriteTonesSweepsNoiseAndTelephoneKeys)
+{
+    CChildFrame& f = open(std::vector<float>(44100, 0.0f));
+    ASSERT_EQ(run(11517, {{"kind", "tone"}, {"frequency", "1000"}, {"level", "-6.0206"}}), 1);
+    auto out = samplesOf(f.szFileName);
+    EXPECT_NEAR(rms(out, 1, 0, 0, 44100), 0.5 / std::sqrt(2.0), 2e-3);
+    EXPECT_GT(powerAt(out, 0, 44100, 1000), 1000 * powerAt(out, 0, 44100, 1100));
+    EXPECT_EQ(f.szUndoLabel, "&Undo Special effects...\tCtrl+Z");
+
+    // A logarithmic sweep from 100 Hz to 10 kHz: low at the start, high at the end.
+    open(std::vector<float>(44100, 0.0f));
+    ASSERT_EQ(run(11517, {{"kind", "sweep"}, {"frequency", "100"}, {"end", "10000"}}), 1);
+    out = samplesOf(doc->szFileName);
+    EXPECT_GT(powerAt(out, 0, 2205, 110), 10 * powerAt(out, 0, 2205, 5000));
+    EXPECT_GT(powerAt(out, 42000, 44100, 9500), 10 * powerAt(out, 42000, 44100, 200));
+
+    // DTMF "5#": 770 + 1336 Hz, then 941 + 1477 Hz, with a pause between.
+    open(std::vector<float>(44100, 0.0f));
+    ASSERT_EQ(run(11517, {{"kind", "dtmf"}, {"digits", "5#"}, {"tone", "100"}, {"gap", "100"}}), 1);
+    out = samplesOf(doc->szFileName);
+    EXPECT_GT(powerAt(out, 0, 4410, 770), 100 * powerAt(out, 0, 4410, 941));
+    EXPECT_GT(powerAt(out, 0, 4410, 1336), 100 * powerAt(out, 0, 4410, 1477));
+    EXPECT_GT(powerAt(out, 8820, 13230, 941), 100 * powerAt(out, 8820, 13230, 770));
+    EXPECT_GT(powerAt(out, 8820, 13230, 1477), 100 * powerAt(out, 8820, 13230, 1336));
+    EXPECT_NEAR(rms(out, 1, 0, 4500, 8700), 0.0, 1e-4);
+    EXPECT_EQ(run(11517, {{"kind", "dtmf"}, {"digits", "12x"}}), 0);
+    EXPECT_EQ(shownTexts().back(), "digits: the keys are 0-9, A-D, * and #, not x");
+
+    // A shipped preset: pink noise at -12 dB has more power low than high.
+    open(std::vector<float>(44100, 0.0f));
+    ASSERT_EQ(run(11517, {}, "Pink noise"), 1);
+    out = samplesOf(doc->szFileName);
+    EXPECT_GT(rms(out, 1, 0, 0, 44100), 0.01);
+    EXPECT_GT(powerAt(out, 0, 44100, 100), 5 * powerAt(out, 0, 44100, 10000));
+}
+
+TEST_F(SplEffectsTest, APlacedSoundIsLouderAndEarlierOnItsSide)
+{
+    std::vector<float> noise(2 * 44100);
+    std::uint32_t seed = 5;
+    for (std::size_t i = 0; i < noise.size(); i += 2) {
+        seed = seed * 1664525u + 1013904223u;
+        noise[i] = noise[i + 1] = static_cast<float>((static_cast<double>(seed >> 8) / 16777216.0 - 0.5) * 0.5);
+    }
+    // The simple cues, 90 degrees right: the left ear late by the
+    // interaural time difference, 10 dB down at low frequencies (more above,
+    // where the head shadows it).
+    CChildFrame& f = open(noise, 2);
+    ASSERT_EQ(run(11516, {{"method", "cues"}, {"azimuth", "90"}}), 1);
+    auto out = samplesOf(f.szFileName);
+    EXPECT_GT(20 * std::log10(rms(out, 2, 1, 4410, 44100) / rms(out, 2, 0, 4410, 44100)), 10.0);
+    const auto itd = static_cast<std::size_t>(std::lround(0.0875 / 343 * (M_PI / 2 + 1) * 44100));  // 29 samples
+    std::size_t best = 0;
+    double bestSum = -1;
+    for (std::size_t lag = 0; lag < 60; ++lag) {
+        double sum = 0;
+        for (std::size_t i = 4410; i < 22050; ++i)
+            sum += out[2 * i + 1] * out[2 * (i + lag)];
+        if (sum > bestSum) {
+            bestSum = sum;
+            best = lag;
+        }
+    }
+    EXPECT_NEAR(static_cast<double>(best), static_cast<double>(itd), 2.0);
+    std::vector<float> low(2 * 44100);
+    for (std::size_t i = 0; i < low.size(); i += 2)
+        low[i] = low[i + 1] = static_cast<float>(0.5 * std::sin(2 * M_PI * 200 * (i / 2) / 44100.0));
+    open(low, 2);
+    ASSERT_EQ(run(11516, {{"method", "cues"}, {"azimuth", "90"}}), 1);
+    out = samplesOf(doc->szFileName);
+    EXPECT_NEAR(20 * std::log10(rms(out, 2, 1, 4410, 44100) / rms(out, 2, 0, 4410, 44100)), 10.0, 0.5);
+
+    // Through the HRTF set, 90 degrees left: the left ear clearly louder.
+    open(noise, 2);
+    ASSERT_EQ(run(11516, {{"method", "hrtf"}, {"azimuth", "-90"}}), 1);
+    out = samplesOf(doc->szFileName);
+    EXPECT_GT(20 * std::log10(rms(out, 2, 0, 4410, 44100) / rms(out, 2, 1, 4410, 44100)), 6.0);
+    EXPECT_EQ(doc->szUndoLabel, "&Undo Localize sound...\tCtrl+Z");
+
+    open(std::vector<float>(1000, 0.1f));
+    EXPECT_EQ(run(11516), 0);
+    EXPECT_EQ(shownTexts().back(), "Spatial localization needs a stereo file.");
+}
