@@ -87,3 +87,16 @@ EffectDialog noise_reduction_dialog()
     d.choice("fft", "Analysis size (profile)", {"1024", "2048", "4096"}, 1);
     return d;
 }
+
+EffectDialog shift_dialog()
+{
+    EffectDialog d;
+    d.name = "quantize";
+    d.title = "Shift / Quantize";
+    d.helpContext = 11513;
+    d.choice("mode", "Move the highlight", {"shift", "quantize"});
+    d.number("shift", "By (shift; negative is earlier)", -10000, 10000, 10, 1, 1, "ms");
+    d.number("tempo", "To the beat of (quantize)", 20, 400, 120, 1, 1, "beats per minute");
+    d.choice("grid", "Grid (quantize)", {"1/1", "1/2", "1/4", "1/8", "1/16", "1/32"}, 2);
+    return d;
+}

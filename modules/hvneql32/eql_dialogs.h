@@ -8,6 +8,7 @@ EffectDialog equalizer_dialog();
 EffectDialog flange_dialog();
 EffectDialog tempo_dialog();
 EffectDialog noise_reduction_dialog();
+EffectDialog shift_dialog();
 EffectDialog pitch_dialog();
 
 // The graphic equalizer's bands (Hz).

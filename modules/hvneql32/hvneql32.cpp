@@ -9,12 +9,16 @@
 
 #include "app/app_paths.h"
 #include "app/messages.h"
+#include "edit/transfer_helpers.h"
+#include "edit/undo.h"
+#include "view/mouse_selection.h"
 #include "edit/presets.h"
 #include "modules/module_entries.h"
 #include "modules/selection_processor.h"
 #include "view/child_frame.h"
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 
 namespace {
@@ -205,4 +209,77 @@ void remove_noise(HWND window)
             reducer->process(in, n, last, out);
         },
         "Reducing noise...");
+}
+
+// The frames a quantize moves a start by: to the nearest line of a grid of
+// `gridFrames` frames.
+long quantize_offset(long startFrame, double gridFrames)
+{
+    if (gridFrames <= 0)
+        return 0;
+    return std::lround(std::round(static_cast<double>(startFrame) / gridFrames) * gridFrames) - startFrame;
+}
+
+void shift_waveform(HWND window)
+{
+    CChildFrame* f = frame_from_handle(window);
+    if (!f)
+        return;
+    if (!f->bHighlight || f->nSelEnd <= f->nSelStart) {
+        NewErrMsg(5053);
+        return;
+    }
+    EffectDialog d = shift_dialog();
+    if (!run_effect_dialog(d))
+        return;
+    const auto channels = static_cast<long>(channelsOf(*f));
+    const double rate = rateOf(*f);
+    const long start = static_cast<long>(f->nSelStart) / channels;
+    const long end = static_cast<long>(f->nSelEnd) / channels;
+    const long total = static_cast<long>(f->nTotalSamples) / channels;
+    long shift = 0;
+    if (d.choice("mode") == 0) {
+        shift = std::lround(d.value("shift") * rate / 1000);
+    } else {
+        // A whole note is four beats; the grid divides it.
+        const double beat = 60.0 / d.value("tempo") * rate;
+        shift = quantize_offset(start, 4 * beat / (1 << d.choice("grid")));
+    }
+    if (shift == 0)
+        return;
+    if (start + shift < 0 || end + shift > total) {
+        NewErrMsg(5054);
+        return;
+    }
+    // The highlight moves; where it was becomes silence, where it lands is
+    // replaced.
+    const std::uint64_t frame = static_cast<std::uint64_t>(channels) * static_cast<std::uint64_t>(f->bytesPerSample());
+    const auto bytes = [frame](long frames) { return static_cast<std::uint64_t>(frames) * frame; };
+    if (!setup_for_undo(*f, 0))
+        return;
+    const auto append = [f](std::uint64_t count, std::uint64_t from) {
+        return count == 0 || f->copy_file_to_file(f->szRedoFileName, f->szFileName, static_cast<std::uint32_t>(count),
+                                                   static_cast<std::uint32_t>(from), -1, 0, "Moving...");
+    };
+    const auto silence = [f](std::uint64_t at, std::uint64_t count) {
+        return count == 0 || write_silence(f->szRedoFileName, at, count, silence_byte(*f));
+    };
+    bool ok;
+    if (shift > 0) {
+        ok = append(bytes(start), 0) && silence(bytes(start), bytes(shift)) &&
+             append(bytes(end - start), bytes(start)) && append(bytes(total - end - shift), bytes(end + shift));
+    } else {
+        const long s = -shift;
+        ok = append(bytes(start - s), 0) && append(bytes(end - start), bytes(start)) &&
+             silence(bytes(end - s), bytes(s)) && append(bytes(total - end), bytes(end));
+    }
+    // A part frame at the very end stays as it was.
+    const std::uint64_t rest = static_cast<std::uint64_t>(f->nTotalSamples) * f->bytesPerSample() - bytes(total);
+    ok = ok && append(rest, bytes(total));
+    if (!ok || !setup_for_redo(*f, 11513, 0)) {
+        abandon_new_version(*f);
+        return;
+    }
+    set_selection_units(*f, static_cast<std::uint32_t>((start + shift) * channels),
+                        static_cast<std::uint32_t>((end + shift) * channels));
 }

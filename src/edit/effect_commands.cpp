@@ -34,6 +34,7 @@ const std::vector<EffectCommand>& effect_commands()
         {11510, "modulate", "&Modulate..."},
         {11511, "noise-reduction", "Noise reduction..."},
         {11512, "pan", "&Pan..."},
+        {11513, "quantize", "&Quantize..."},
         {11514, "reverb", "&Reverb..."},
         {11515, "reverse", "Re&verse"},
         {11516, "spatial", "Spatial locali&zation..."},
@@ -107,6 +108,9 @@ int run_effect_command(CChildFrame& f, int id, HWND mainWindow)
         remove_noise(frame);
         return changed(f, before) || stamp() != profileBefore ? 1 : 0;
     }
+    case 11513:
+        shift_waveform(frame);
+        return changed(f, before);
     case 11515: return reverse_waveform(frame, code);
     case 11516:
         set_spatial_localization(frame);

@@ -39,3 +39,7 @@ int how_to_change_pitch(HWND frame);
 // reduces the noise of the highlight with the profile taken.
 void remove_noise(HWND frame);
 std::string noise_profile_path();
+// Quantize: moves the highlight by a time, or onto the nearest line of a
+// beat grid (5053 without a highlight, 5054 when it would leave the file).
+void shift_waveform(HWND frame);
+long quantize_offset(long startFrame, double gridFrames);

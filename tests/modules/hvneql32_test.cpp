@@ -299,3 +299,67 @@ TEST_F(EqlEffectsTest, NoiseReductionImprovesTheSignalToNoiseRatioByTenDecibels)
     EXPECT_NEAR(out[1000], s[1000], 1.0 / 32768);
     EXPECT_EQ(doc->szUndoLabel, "&Undo Noise reduction...\tCtrl+Z");
 }
+
+TEST_F(EqlEffectsTest, QuantizeMovesTheHighlightLeavingSilenceBehind)
+{
+    // 10 kHz mono: one frame is 0.1 ms.
+    WavBuilder::Bytes data;
+    for (int i = 0; i < 20000; ++i)
+        WavBuilder::put16(data, static_cast<std::uint16_t>(static_cast<std::int16_t>(i % 30000 + 1)));
+    writeFile(path("q.wav"), WavBuilder::pcm(1, 10000, 16, data));
+    const auto open = [&] {
+        doc = open_document_file(path("q.wav"));
+        doc->bHighlight = 1;
+    };
+    const auto value = [](const std::vector<float>& s, std::size_t i) { return std::lround(s[i] * 32768); };
+    open();
+    set_selection_units(*doc, 1000, 3000);
+    host.setEffectSettings({{"shift", "50"}});  // 500 frames later
+    ASSERT_EQ(run_effect_command(*doc, 11513), 1);
+    auto out = samplesOf(doc->szFileName);
+    ASSERT_EQ(out.size(), 20000u);
+    EXPECT_EQ(value(out, 999), 1000);
+    EXPECT_EQ(value(out, 1000), 0);
+    EXPECT_EQ(value(out, 1499), 0);
+    EXPECT_EQ(value(out, 1500), 1001);  // the old frame 1000
+    EXPECT_EQ(value(out, 3499), 3000);
+    EXPECT_EQ(value(out, 3500), 3501);
+    EXPECT_EQ(doc->nSelStart, 1500u);
+    EXPECT_EQ(doc->szUndoLabel, "&Undo Quantize...\tCtrl+Z");
+
+    // Earlier by 50 ms.
+    open();
+    set_selection_units(*doc, 1000, 3000);
+    host.setEffectSettings({{"shift", "-50"}});
+    ASSERT_EQ(run_effect_command(*doc, 11513), 1);
+    out = samplesOf(doc->szFileName);
+    EXPECT_EQ(value(out, 499), 500);
+    EXPECT_EQ(value(out, 500), 1001);
+    EXPECT_EQ(value(out, 2499), 3000);
+    EXPECT_EQ(value(out, 2500), 0);
+    EXPECT_EQ(value(out, 2999), 0);
+    EXPECT_EQ(value(out, 3000), 3001);
+
+    // Quantize at 120 beats a minute on quarter notes (5000 frames): a start
+    // at 6200 moves to 5000.
+    EXPECT_EQ(quantize_offset(6200, 5000), -1200);
+    EXPECT_EQ(quantize_offset(7600, 5000), 2400);
+    open();
+    set_selection_units(*doc, 6200, 7000);
+    host.setEffectSettings({{"mode", "quantize"}, {"tempo", "120"}, {"grid", "1/4"}});
+    ASSERT_EQ(run_effect_command(*doc, 11513), 1);
+    EXPECT_EQ(doc->nSelStart, 5000u);
+    EXPECT_EQ(value(samplesOf(doc->szFileName), 5000), 6201);
+
+    // Past an edge: the message, nothing changes.
+    open();
+    set_selection_units(*doc, 100, 3000);
+    host.setEffectSettings({{"shift", "-50"}});
+    EXPECT_EQ(run_effect_command(*doc, 11513), 0);
+    EXPECT_EQ(shownTexts().back(), "Too close to edge to quantize selection");
+    host.setEffectSettings({});
+    // Called without a highlight the module says so.
+    doc->bHighlight = 0;
+    shift_waveform(doc->hWaveWnd);
+    EXPECT_EQ(shownTexts().back(), "First highlight the section to be shifted");
+}
