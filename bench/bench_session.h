@@ -24,6 +24,7 @@ public:
     BenchSession& operator=(const BenchSession&) = delete;
 
     const std::string dir;  // absolute
+    HeadlessUiHost& host() { return m_host; }
 
 private:
     HeadlessUiHost m_host;

@@ -93,9 +93,27 @@ void BiquadCascade::process(float* s, std::size_t frames)
     const auto channels = static_cast<std::size_t>(m_channels);
     for (std::size_t k = 0; k < m_sections.size(); ++k) {
         const BiquadCoefficients& c = m_sections[k];
+        State* st = m_state.data() + k * channels;
+        if (channels == 2) {
+            // The two channels' chains side by side: independent work for
+            // the processor to overlap.
+            double l1 = st[0].z1, l2 = st[0].z2, r1 = st[1].z1, r2 = st[1].z2;
+            for (std::size_t i = 0; i < frames; ++i) {
+                const double xl = s[2 * i], xr = s[2 * i + 1];
+                const double yl = c.b0 * xl + l1, yr = c.b0 * xr + r1;
+                l1 = c.b1 * xl - c.a1 * yl + l2;
+                r1 = c.b1 * xr - c.a1 * yr + r2;
+                l2 = c.b2 * xl - c.a2 * yl;
+                r2 = c.b2 * xr - c.a2 * yr;
+                s[2 * i] = static_cast<float>(yl);
+                s[2 * i + 1] = static_cast<float>(yr);
+            }
+            st[0] = {l1, l2};
+            st[1] = {r1, r2};
+            continue;
+        }
         for (std::size_t ch = 0; ch < channels; ++ch) {
-            State& st = m_state[k * channels + ch];
-            double z1 = st.z1, z2 = st.z2;
+            double z1 = st[ch].z1, z2 = st[ch].z2;
             for (std::size_t i = 0; i < frames; ++i) {
                 float& x = s[i * channels + ch];
                 // Transposed direct form II.
@@ -104,8 +122,7 @@ void BiquadCascade::process(float* s, std::size_t frames)
                 z2 = c.b2 * x - c.a2 * y;
                 x = static_cast<float>(y);
             }
-            st.z1 = z1;
-            st.z2 = z2;
+            st[ch] = {z1, z2};
         }
     }
 }

@@ -12,7 +12,9 @@ class RubberBandStretcher;
 // Tempo and pitch through Rubber Band: the tempo changes without the pitch,
 // or the pitch without the tempo, constant or gliding from one value to
 // another over the selection. Streams: blocks go in, finished frames come
-// out, and the output has the length the tempo gives it.
+// out, and the output has the length the tempo gives it. Each channel has a
+// stretcher of its own (Rubber Band treats channels apart by default) and the
+// channels of a block run at the same time on their own threads.
 class TimePitchShifter {
 public:
     // `tempoAt(t)` and `semitonesAt(t)` give the tempo factor (2 = twice as
@@ -23,14 +25,11 @@ public:
     void process(const float* in, std::size_t frames, bool last, std::vector<float>& out);
 
 private:
-    void retrieve(std::vector<float>& out);
-    std::unique_ptr<RubberBand::RubberBandStretcher> m_stretcher;
-    int m_channels;
+    struct Channel;
+    std::vector<std::unique_ptr<Channel>> m_channels;
     std::size_t m_total;
     std::size_t m_consumed = 0;
-    std::size_t m_toSkip = 0;   // the stretcher's start delay
-    double m_expectedOut = 0;   // frames the input should give
+    double m_expectedOut = 0;  // frames the input should give
     std::size_t m_produced = 0;
     std::function<double(double)> m_tempo, m_semitones;
-    std::vector<std::vector<float>> m_planar;
 };

@@ -140,9 +140,13 @@ int process_selection(CChildFrame& f, int code, const SampleKernel& kernel, cons
                 std::swap_ranges(original.begin() + static_cast<long>(i * r.frameBytes),
                                  original.begin() + static_cast<long>((i + 1) * r.frameBytes),
                                  original.begin() + static_cast<long>((n - 1 - i) * r.frameBytes));
-        pcm_to_float(original.data(), samples.data(), n * static_cast<std::size_t>(channels), bits);
-        kernel(samples.data(), n, channels, done);
-        float_to_pcm(samples.data(), raw.data(), n * static_cast<std::size_t>(channels), bits);
+        if (how.bytesOnly) {
+            std::copy(original.begin(), original.begin() + static_cast<long>(bytes), raw.begin());
+        } else {
+            pcm_to_float(original.data(), samples.data(), n * static_cast<std::size_t>(channels), bits);
+            kernel(samples.data(), n, channels, done);
+            float_to_pcm(samples.data(), raw.data(), n * static_cast<std::size_t>(channels), bits);
+        }
         // Channels outside the highlight keep their samples where they were.
         const std::size_t sampleBytes = static_cast<std::size_t>(bits / 8);
         for (int ch = 0; ch < channels; ++ch) {

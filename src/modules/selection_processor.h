@@ -23,6 +23,9 @@ struct SelectionProcess {
     // The selection's frames come out in reverse order (the kernel then sees
     // them reversed).
     bool reverseFrames = false;
+    // The samples themselves stay as they are (a pure reordering): no
+    // conversion to floating point and back, no kernel.
+    bool bytesOnly = false;
     std::size_t blockFrames = 65536;
 };
 
