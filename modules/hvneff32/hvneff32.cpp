@@ -7,6 +7,7 @@
 
 #include "app/messages.h"
 #include "modules/module_entries.h"
+#include "modules/module_support.h"
 #include "modules/selection_processor.h"
 #include "view/child_frame.h"
 
@@ -14,12 +15,6 @@
 #include <cmath>
 
 namespace {
-
-CChildFrame* selectedFrame(HWND window)
-{
-    CChildFrame* f = frame_from_handle(window);
-    return f && f->bHighlight && f->nSelEnd > f->nSelStart ? f : nullptr;
-}
 
 int gainPass(CChildFrame& f, unsigned short code, float gain, const char* text)
 {
@@ -62,7 +57,7 @@ double selectionFrames(const CChildFrame& f)
 
 int amplify_waveform(HWND, HWND window, unsigned short code, int, char*)
 {
-    CChildFrame* f = selectedFrame(window);
+    CChildFrame* f = selected_frame(window);
     if (!f)
         return 0;
     if (code == 11301)
@@ -91,7 +86,7 @@ int amplify_waveform(HWND, HWND window, unsigned short code, int, char*)
 
 int fade_waveform(HWND window, unsigned short code)
 {
-    CChildFrame* f = selectedFrame(window);
+    CChildFrame* f = selected_frame(window);
     if (!f)
         return 0;
     EffectDialog d = fade_dialog();
@@ -116,7 +111,7 @@ int fade_waveform(HWND window, unsigned short code)
 
 int pan_waveform(HWND window, unsigned short code)
 {
-    CChildFrame* f = selectedFrame(window);
+    CChildFrame* f = selected_frame(window);
     if (!f)
         return 0;
     if (f->wfx.nChannels != 2) {
@@ -152,7 +147,7 @@ int pan_waveform(HWND window, unsigned short code)
 
 int modulate_waveform(HWND window, unsigned short code)
 {
-    CChildFrame* f = selectedFrame(window);
+    CChildFrame* f = selected_frame(window);
     if (!f)
         return 0;
     EffectDialog d = modulate_dialog();
@@ -178,7 +173,7 @@ int modulate_waveform(HWND window, unsigned short code)
 
 int reverse_waveform(HWND window, unsigned short code)
 {
-    CChildFrame* f = selectedFrame(window);
+    CChildFrame* f = selected_frame(window);
     if (!f)
         return 0;
     SelectionProcess how;

@@ -4,11 +4,7 @@
 
 EffectDialog filter_dialog(double rate)
 {
-    EffectDialog d;
-    d.name = "filter";
-    d.title = "Filter";
-    d.helpContext = 11509;
-    d.presets = true;
+    EffectDialog d("filter", "Filter", 11509, true);
     d.choice("type", "Type", {"low-pass", "high-pass", "band-pass", "band-stop"});
     d.number("frequency", "Cut-off or centre frequency", 10, rate / 2 - 1, 1000, 10, 0, "Hz");
     d.number("bandwidth", "Bandwidth (band filters)", 1, rate / 2, 500, 10, 0, "Hz");
@@ -18,11 +14,7 @@ EffectDialog filter_dialog(double rate)
 
 EffectDialog equalizer_dialog()
 {
-    EffectDialog d;
-    d.name = "equalize";
-    d.title = "Graphic Equalizer";
-    d.helpContext = 11506;
-    d.presets = true;
+    EffectDialog d("equalize", "Graphic Equalizer", 11506, true);
     for (int i = 0; i < 10; ++i) {
         const double f = kEqualizerBands[i];
         const std::string label = f < 1000 ? std::to_string(static_cast<int>(f)) + " Hz"
@@ -34,11 +26,7 @@ EffectDialog equalizer_dialog()
 
 EffectDialog flange_dialog()
 {
-    EffectDialog d;
-    d.name = "flange";
-    d.title = "Flange";
-    d.helpContext = 11508;
-    d.presets = true;
+    EffectDialog d("flange", "Flange", 11508, true);
     d.number("delay", "Delay", 0.1, 20, 2, 0.1, 1, "ms");
     d.number("depth", "Sweep depth", 0, 10, 1.5, 0.1, 1, "ms");
     d.number("rate", "Sweep rate", 0.01, 10, 0.25, 0.01, 2, "Hz");
@@ -49,10 +37,7 @@ EffectDialog flange_dialog()
 
 EffectDialog tempo_dialog()
 {
-    EffectDialog d;
-    d.name = "tempo";
-    d.title = "Accelerando / Ritardando / Stretch / Tempo";
-    d.helpContext = 11500;
+    EffectDialog d("tempo", "Accelerando / Ritardando / Stretch / Tempo", 11500);
     d.choice("mode", "Change", {"constant", "gradual"});
     d.number("tempo", "Tempo (constant)", 25, 400, 100, 1, 1, "%");
     d.number("start", "Tempo at the start (gradual)", 25, 400, 100, 1, 1, "%");
@@ -62,10 +47,7 @@ EffectDialog tempo_dialog()
 
 EffectDialog pitch_dialog()
 {
-    EffectDialog d;
-    d.name = "pitch";
-    d.title = "Change Pitch / Glissando";
-    d.helpContext = 11502;
+    EffectDialog d("pitch", "Change Pitch / Glissando", 11502);
     d.choice("mode", "Change", {"constant", "glissando"});
     d.number("semitones", "Shift (constant)", -24, 24, 0, 0.1, 2, "semitones");
     d.number("start", "Shift at the start (glissando)", -24, 24, 0, 0.1, 2, "semitones");
@@ -75,11 +57,7 @@ EffectDialog pitch_dialog()
 
 EffectDialog noise_reduction_dialog()
 {
-    EffectDialog d;
-    d.name = "noise-reduction";
-    d.title = "Noise Reduction";
-    d.helpContext = 11511;
-    d.presets = true;
+    EffectDialog d("noise-reduction", "Noise Reduction", 11511, true);
     d.choice("step", "Step", {"reduce", "profile"});
     d.number("reduction", "Reduce the noise by", 0, 48, 18, 1, 0, "dB");
     d.number("oversubtraction", "Strength", 1, 4, 1.5, 0.1, 1, "");
@@ -90,10 +68,7 @@ EffectDialog noise_reduction_dialog()
 
 EffectDialog shift_dialog()
 {
-    EffectDialog d;
-    d.name = "quantize";
-    d.title = "Shift / Quantize";
-    d.helpContext = 11513;
+    EffectDialog d("quantize", "Shift / Quantize", 11513);
     d.choice("mode", "Move the highlight", {"shift", "quantize"});
     d.number("shift", "By (shift; negative is earlier)", -10000, 10000, 10, 1, 1, "ms");
     d.number("tempo", "To the beat of (quantize)", 20, 400, 120, 1, 1, "beats per minute");

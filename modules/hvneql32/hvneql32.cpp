@@ -14,6 +14,7 @@
 #include "view/mouse_selection.h"
 #include "edit/presets.h"
 #include "modules/module_entries.h"
+#include "modules/module_support.h"
 #include "modules/selection_processor.h"
 #include "view/child_frame.h"
 
@@ -22,19 +23,6 @@
 #include <memory>
 
 namespace {
-
-CChildFrame* selectedFrame(HWND window)
-{
-    CChildFrame* f = frame_from_handle(window);
-    return f && f->bHighlight && f->nSelEnd > f->nSelStart ? f : nullptr;
-}
-
-template <typename Processor>
-int run(CChildFrame& f, int code, std::shared_ptr<Processor> p, const char* text)
-{
-    return process_selection(
-        f, code, [p](float* s, std::size_t frames, int, std::uint64_t) { p->process(s, frames); }, {text});
-}
 
 int channelsOf(const CChildFrame& f) { return std::max<int>(1, f.wfx.nChannels); }
 double rateOf(const CChildFrame& f) { return std::max<std::uint32_t>(1, f.wfx.nSamplesPerSec); }
@@ -45,14 +33,14 @@ int runFilter(CChildFrame& f, const EffectDialog& d, const char* text)
     const int order = 2 * (d.choice("order") + 1);
     auto cascade = std::make_shared<BiquadCascade>(
         design_filter(type, rateOf(f), d.value("frequency"), d.value("bandwidth"), order), channelsOf(f));
-    return run(f, 11509, cascade, text);
+    return run_processor(f, 11509, cascade, text);
 }
 
 }  // namespace
 
 void filter_waveform(HWND window)
 {
-    CChildFrame* f = selectedFrame(window);
+    CChildFrame* f = selected_frame(window);
     if (!f)
         return;
     EffectDialog d = filter_dialog(rateOf(*f));
@@ -81,7 +69,7 @@ void do_filter_waveform(float cutoff, char* const name, char* const title)
 
 void get_equalization_selection(HWND window)
 {
-    CChildFrame* f = selectedFrame(window);
+    CChildFrame* f = selected_frame(window);
     if (!f)
         return;
     EffectDialog d = equalizer_dialog();
@@ -95,12 +83,12 @@ void get_equalization_selection(HWND window)
         if (gain != 0 && kEqualizerBands[i] < rateOf(*f) * 0.45)
             sections.push_back(BiquadCoefficients::peaking(rateOf(*f), kEqualizerBands[i], 1.414, gain));
     }
-    run(*f, 11506, std::make_shared<BiquadCascade>(sections, channelsOf(*f)), "Equalizing...");
+    run_processor(*f, 11506, std::make_shared<BiquadCascade>(sections, channelsOf(*f)), "Equalizing...");
 }
 
 void flange_waveform(HWND window)
 {
-    CChildFrame* f = selectedFrame(window);
+    CChildFrame* f = selected_frame(window);
     if (!f)
         return;
     EffectDialog d = flange_dialog();
@@ -112,7 +100,7 @@ void flange_waveform(HWND window)
     s.rateHz = d.value("rate");
     s.feedback = d.value("feedback") / 100;
     s.mix = d.value("mix") / 100;
-    run(*f, 11508, std::make_shared<Flanger>(channelsOf(*f), f->wfx.nSamplesPerSec, s), "Flanging...");
+    run_processor(*f, 11508, std::make_shared<Flanger>(channelsOf(*f), f->wfx.nSamplesPerSec, s), "Flanging...");
 }
 
 namespace {
@@ -141,7 +129,7 @@ int timePitch(CChildFrame& f, int code, std::function<double(double)> tempo, std
 
 int stretch_selected_passage(HWND window, int code, int)
 {
-    CChildFrame* f = selectedFrame(window);
+    CChildFrame* f = selected_frame(window);
     if (!f)
         return 0;
     EffectDialog d = tempo_dialog();
@@ -155,7 +143,7 @@ int stretch_selected_passage(HWND window, int code, int)
 
 int how_to_change_pitch(HWND window)
 {
-    CChildFrame* f = selectedFrame(window);
+    CChildFrame* f = selected_frame(window);
     if (!f)
         return 0;
     EffectDialog d = pitch_dialog();
@@ -171,7 +159,7 @@ std::string noise_profile_path() { return join_path(user_directory(), "noise_pro
 
 void remove_noise(HWND window)
 {
-    CChildFrame* f = selectedFrame(window);
+    CChildFrame* f = selected_frame(window);
     if (!f)
         return;
     EffectDialog d = noise_reduction_dialog();

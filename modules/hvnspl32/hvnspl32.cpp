@@ -9,6 +9,7 @@
 
 #include "app/messages.h"
 #include "modules/module_entries.h"
+#include "modules/module_support.h"
 #include "modules/selection_processor.h"
 #include "view/child_frame.h"
 
@@ -16,27 +17,9 @@
 #include <cmath>
 #include <memory>
 
-namespace {
-
-CChildFrame* selectedFrame(HWND window)
-{
-    CChildFrame* f = frame_from_handle(window);
-    return f && f->bHighlight && f->nSelEnd > f->nSelStart ? f : nullptr;
-}
-
-// Runs a stateful processor over the selection, block after block.
-template <typename Processor>
-int run(CChildFrame& f, int code, std::shared_ptr<Processor> p, const char* text)
-{
-    return process_selection(
-        f, code, [p](float* s, std::size_t frames, int, std::uint64_t) { p->process(s, frames); }, {text});
-}
-
-}  // namespace
-
 int echo_waveform(HWND window, int code, int)
 {
-    CChildFrame* f = selectedFrame(window);
+    CChildFrame* f = selected_frame(window);
     if (!f)
         return 0;
     const int channels = std::max<int>(1, f->wfx.nChannels);
@@ -51,7 +34,7 @@ int echo_waveform(HWND window, int code, int)
         s.wet = static_cast<float>(d.value("wet") / 100);
         s.dry = static_cast<float>(d.value("dry") / 100);
         s.width = static_cast<float>(d.value("width") / 100);
-        return run(*f, code, std::make_shared<Reverb>(channels, rate, s), "Adding reverb...");
+        return run_processor(*f, code, std::make_shared<Reverb>(channels, rate, s), "Adding reverb...");
     }
     EffectDialog d = echo_dialog();
     if (!run_effect_dialog(d))
@@ -60,12 +43,12 @@ int echo_waveform(HWND window, int code, int)
     auto echo = std::make_shared<FeedbackEcho>(channels, delay, static_cast<float>(d.value("feedback") / 100),
                                                static_cast<float>(d.value("level") / 100),
                                                static_cast<float>(d.value("dry") / 100));
-    return run(*f, code, echo, "Adding echo...");
+    return run_processor(*f, code, echo, "Adding echo...");
 }
 
 int amplify_waveform_by_envelope(HWND window, int mode)
 {
-    CChildFrame* f = selectedFrame(window);
+    CChildFrame* f = selected_frame(window);
     if (!f)
         return 0;
     if (mode == 1) {
@@ -79,7 +62,7 @@ int amplify_waveform_by_envelope(HWND window, int mode)
         s.attackMs = d.value("attack");
         s.releaseMs = d.value("release");
         s.makeupDb = d.value("makeup");
-        return run(*f, 11503,
+        return run_processor(*f, 11503,
                    std::make_shared<DynamicsProcessor>(std::max<int>(1, f->wfx.nChannels), f->wfx.nSamplesPerSec, s),
                    s.expander ? "Expanding..." : "Compressing...");
     }
@@ -108,7 +91,7 @@ static const char* const kDefaultHrtf = "/usr/share/libmysofa/default.sofa";
 
 void set_spatial_localization(HWND window)
 {
-    CChildFrame* f = selectedFrame(window);
+    CChildFrame* f = selected_frame(window);
     if (!f)
         return;
     if (f->wfx.nChannels != 2) {
@@ -128,12 +111,12 @@ void set_spatial_localization(HWND window)
     } else {
         renderer->useCues(rate, d.value("azimuth"));
     }
-    run(*f, 11516, renderer, "Placing the sound...");
+    run_processor(*f, 11516, renderer, "Placing the sound...");
 }
 
 void make_tones_or_effects(HWND window)
 {
-    CChildFrame* f = selectedFrame(window);
+    CChildFrame* f = selected_frame(window);
     if (!f)
         return;
     const unsigned rate = std::max<std::uint32_t>(1, f->wfx.nSamplesPerSec);

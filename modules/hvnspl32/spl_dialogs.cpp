@@ -5,11 +5,7 @@
 
 EffectDialog echo_dialog()
 {
-    EffectDialog d;
-    d.name = "echo";
-    d.title = "Echo";
-    d.helpContext = 11504;
-    d.presets = true;
+    EffectDialog d("echo", "Echo", 11504, true);
     d.number("delay", "Delay", 1, 5000, 250, 1, 0, "ms");
     d.number("feedback", "Each further echo", 0, 95, 50, 1, 0, "%");
     d.number("level", "First echo", 0, 100, 50, 1, 0, "%");
@@ -19,11 +15,7 @@ EffectDialog echo_dialog()
 
 EffectDialog reverb_dialog()
 {
-    EffectDialog d;
-    d.name = "reverb";
-    d.title = "Reverb";
-    d.helpContext = 11514;
-    d.presets = true;
+    EffectDialog d("reverb", "Reverb", 11514, true);
     d.number("room", "Room size", 0, 100, 50, 1, 0, "%");
     d.number("damping", "Damping", 0, 100, 50, 1, 0, "%");
     d.number("wet", "Reverberation", 0, 100, 33, 1, 0, "%");
@@ -34,11 +26,7 @@ EffectDialog reverb_dialog()
 
 EffectDialog compressor_dialog()
 {
-    EffectDialog d;
-    d.name = "compressor";
-    d.title = "Compressor / Expander";
-    d.helpContext = 11503;
-    d.presets = true;
+    EffectDialog d("compressor", "Compressor / Expander", 11503, true);
     d.choice("type", "Type", {"compressor", "expander"});
     d.number("threshold", "Threshold", -60, 0, -20, 0.5, 1, "dB");
     d.number("ratio", "Ratio", 1, 20, 4, 0.1, 1, ": 1");
@@ -50,10 +38,7 @@ EffectDialog compressor_dialog()
 
 EffectDialog envelope_dialog()
 {
-    EffectDialog d;
-    d.name = "envelope";
-    d.title = "Envelope";
-    d.helpContext = 11505;
+    EffectDialog d("envelope", "Envelope", 11505);
     d.textParameter("points", "Points (position %:level %, ...)", "0:100,100:100", [](const std::string& text) {
         std::vector<EnvelopePoint> points;
         return parse_envelope(text, points);
@@ -63,10 +48,7 @@ EffectDialog envelope_dialog()
 
 EffectDialog spatial_dialog()
 {
-    EffectDialog d;
-    d.name = "spatial";
-    d.title = "Spatial Localization";
-    d.helpContext = 11516;
+    EffectDialog d("spatial", "Spatial Localization", 11516);
     d.choice("method", "Method", {"hrtf", "cues"});
     d.number("azimuth", "Direction (0 ahead, 90 right, -90 left)", -180, 180, 45, 1, 0, "degrees");
     d.number("elevation", "Height (HRTF)", -90, 90, 0, 1, 0, "degrees");
@@ -75,11 +57,7 @@ EffectDialog spatial_dialog()
 
 EffectDialog tones_dialog(double rate)
 {
-    EffectDialog d;
-    d.name = "tones";
-    d.title = "Tones / Effects";
-    d.helpContext = 11517;
-    d.presets = true;
+    EffectDialog d("tones", "Tones / Effects", 11517, true);
     d.choice("kind", "Generate", {"tone", "sweep", "noise", "dtmf"});
     d.choice("wave", "Wave form", {"sine", "square", "triangle", "sawtooth"});
     d.number("frequency", "Frequency (sweep: from)", 1, rate / 2, 440, 1, 1, "Hz");

@@ -24,6 +24,11 @@ struct EffectParameter {
 };
 
 struct EffectDialog {
+    EffectDialog() = default;
+    EffectDialog(std::string effectName, std::string windowTitle, int help, bool keepsPresets = false)
+        : name(std::move(effectName)), title(std::move(windowTitle)), helpContext(help), presets(keepsPresets)
+    {
+    }
     std::string name;   // the effect's command-line name, e.g. "amplify"
     std::string title;  // the window title
     int helpContext = 0;

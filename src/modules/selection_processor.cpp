@@ -62,6 +62,28 @@ int forEachBlock(const Range& r, std::size_t blockFrames, const char* text, Step
     return ok;
 }
 
+// Starts the new version with the untouched head and opens the shown version
+// for reading and the new one for writing. false (the new version given up)
+// on failure.
+bool beginNewVersion(CChildFrame& f, const Range& r, UniqueFd& in, UniqueFd& out)
+{
+    if (!setup_for_undo(f, 0))
+        return false;
+    if (r.start > 0 && !f.copy_file_to_file(f.szRedoFileName, f.szFileName, static_cast<std::uint32_t>(r.start), 0, -1,
+                                            0, "Copying file...")) {
+        abandon_new_version(f);
+        return false;
+    }
+    in = UniqueFd(::open(f.szFileName.c_str(), O_RDONLY | O_CLOEXEC));
+    out = UniqueFd(::open(f.szRedoFileName.c_str(), O_WRONLY | O_CLOEXEC));
+    if (!in.valid() || !out.valid()) {
+        NewErrMsg(5031);
+        abandon_new_version(f);
+        return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 void pcm_to_float(const unsigned char* in, float* out, std::size_t samples, int bits)
@@ -108,21 +130,13 @@ int process_selection(CChildFrame& f, int code, const SampleKernel& kernel, cons
         NewErrMsg(5055);
         return 0;
     }
-    if (!setup_for_undo(f, 0))
+    UniqueFd in, out;
+    if (!beginNewVersion(f, r, in, out))
         return 0;
     const auto fail = [&f] {
         abandon_new_version(f);
         return 0;
     };
-    if (r.start > 0 && !f.copy_file_to_file(f.szRedoFileName, f.szFileName, static_cast<std::uint32_t>(r.start), 0, -1,
-                                            0, "Copying file..."))
-        return fail();
-    UniqueFd in(::open(f.szFileName.c_str(), O_RDONLY | O_CLOEXEC));
-    UniqueFd out(::open(f.szRedoFileName.c_str(), O_WRONLY | O_CLOEXEC));
-    if (!in.valid() || !out.valid()) {
-        NewErrMsg(5031);
-        return fail();
-    }
     const std::uint64_t selectionEndByte = r.start + r.frames * r.frameBytes;
     const int ok = forEachBlock(r, how.blockFrames, how.progressText, [&](std::uint64_t done, std::size_t n) {
         const std::size_t bytes = n * r.frameBytes;
@@ -221,21 +235,13 @@ int transform_selection(CChildFrame& f, int code, const StreamKernel& kernel, co
     std::vector<unsigned char> encoded;
     std::vector<float> samples(blockFrames * static_cast<std::size_t>(channels));
     std::vector<float> out;
-    if (!setup_for_undo(f, 0))
+    UniqueFd in, dest;
+    if (!beginNewVersion(f, r, in, dest))
         return 0;
     const auto fail = [&f] {
         abandon_new_version(f);
         return 0;
     };
-    if (r.start > 0 && !f.copy_file_to_file(f.szRedoFileName, f.szFileName, static_cast<std::uint32_t>(r.start), 0, -1,
-                                            0, "Copying file..."))
-        return fail();
-    UniqueFd in(::open(f.szFileName.c_str(), O_RDONLY | O_CLOEXEC));
-    UniqueFd dest(::open(f.szRedoFileName.c_str(), O_WRONLY | O_CLOEXEC));
-    if (!in.valid() || !dest.valid()) {
-        NewErrMsg(5031);
-        return fail();
-    }
     std::uint64_t written = r.start;
     const auto flush = [&] {
         const std::size_t whole = out.size() / static_cast<std::size_t>(channels) * static_cast<std::size_t>(channels);

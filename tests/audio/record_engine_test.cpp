@@ -26,15 +26,6 @@ void frame16(Bytes& out, int left, int right)
 
 Bytes silence16(std::size_t bytes) { return Bytes(bytes, 0); }
 
-Bytes fileBytes(const std::string& path)
-{
-    Bytes b(get_named_file_length(path));
-    const int fd = ::open(path.c_str(), O_RDONLY);
-    read_fully(fd, b.data(), static_cast<long long>(b.size()), 0);
-    ::close(fd);
-    return b;
-}
-
 }  // namespace
 
 class RecordTest : public DocumentTest, public RecordHost {
@@ -206,19 +197,19 @@ TEST_F(RecordTest, TakeReplacesFromTheCursorAndIsAdoptedWithOneUndo)
 
     Bytes expected(old.begin(), old.begin() + 4000);
     expected.insert(expected.end(), take.begin(), take.end());
-    EXPECT_EQ(fileBytes(engine().szRecordFileName), expected);
+    EXPECT_EQ(readFile(engine().szRecordFileName), expected);
     EXPECT_EQ(engine().record_length, expected.size());
     EXPECT_EQ(engine().record_position, 0u);  // rewound after the take
 
     ASSERT_EQ(engine().adopt_take(), 1);
     EXPECT_EQ(f.nTotalSamples, expected.size() / 2);
-    EXPECT_EQ(fileBytes(f.szFileName), expected);
+    EXPECT_EQ(readFile(f.szFileName), expected);
     EXPECT_EQ(f.szUndoLabel, "&Undo Record...\tCtrl+Z");
     undo_menu_command(f);
     EXPECT_EQ(f.szFileName, before);
     EXPECT_EQ(f.nTotalSamples, old.size() / 2);
     undo_menu_command(f);
-    EXPECT_EQ(fileBytes(f.szFileName), expected);
+    EXPECT_EQ(readFile(f.szFileName), expected);
 }
 
 TEST_F(RecordTest, ReplaceInTheMiddleKeepsWhatLiesBehindTheTake)
@@ -231,7 +222,7 @@ TEST_F(RecordTest, ReplaceInTheMiddleKeepsWhatLiesBehindTheTake)
     recordTake(take);
     Bytes expected = old;
     std::copy(take.begin(), take.end(), expected.begin() + 1000);
-    EXPECT_EQ(fileBytes(engine().szRecordFileName), expected);
+    EXPECT_EQ(readFile(engine().szRecordFileName), expected);
     EXPECT_EQ(engine().record_length, old.size());
 }
 
@@ -252,7 +243,7 @@ TEST_F(RecordTest, InsertPutsTheOldDataBehindTheCursorAfterTheTake)
     expected.insert(expected.end(), take.begin(), take.end());
     expected.insert(expected.end(), old.begin() + 40000, old.end());
     EXPECT_EQ(engine().record_tail_length, old.size() - 40000);
-    EXPECT_EQ(fileBytes(engine().szRecordFileName), expected);
+    EXPECT_EQ(readFile(engine().szRecordFileName), expected);
     // The cursor follows the take; the tail file is gone.
     EXPECT_EQ(engine().record_position, 40000u + take.size());
     EXPECT_TRUE(engine().szRecordTailFileName.empty());
@@ -263,7 +254,7 @@ TEST_F(RecordTest, InsertPutsTheOldDataBehindTheCursorAfterTheTake)
     recordTake(second);
     EXPECT_EQ(engine().record_tail_length, 0u);
     expected.insert(expected.end(), second.begin(), second.end());
-    EXPECT_EQ(fileBytes(engine().szRecordFileName), expected);
+    EXPECT_EQ(readFile(engine().szRecordFileName), expected);
 }
 
 TEST_F(RecordTest, SignalTriggerWritesNothingUntilAPositivePeakPassesAndStartsTheAutoStopClock)
@@ -287,7 +278,7 @@ TEST_F(RecordTest, SignalTriggerWritesNothingUntilAPositivePeakPassesAndStartsTh
     now += 60000;
     EXPECT_FALSE(engine().idle());
     EXPECT_FALSE(engine().capturing);
-    EXPECT_EQ(fileBytes(engine().szRecordFileName), Bytes(400, 0));  // the document's data, untouched
+    EXPECT_EQ(readFile(engine().szRecordFileName), Bytes(400, 0));  // the document's data, untouched
     ASSERT_EQ(triggerTexts.size(), 4u);
     EXPECT_EQ(triggerTexts[0], "Sample = 0.000000  Threshold = 0.500000");
     EXPECT_EQ(triggerTexts[3], "Sample = -0.914062  Threshold = 0.500000");
@@ -302,7 +293,7 @@ TEST_F(RecordTest, SignalTriggerWritesNothingUntilAPositivePeakPassesAndStartsTh
     EXPECT_FALSE(engine().capturing);
     feed(loud);
     EXPECT_TRUE(engine().capturing);
-    EXPECT_EQ(fileBytes(engine().szRecordFileName), loud);
+    EXPECT_EQ(readFile(engine().szRecordFileName), loud);
     // The limit counts from the trigger: 1000 ms later the take stops.
     feed(silence16(size));  // 371 ms after the trigger
     feed(silence16(size));  // 742 ms
@@ -397,7 +388,7 @@ TEST_F(RecordTest, LevelTestWritesNothingAndMetersEveryBuffer)
     EXPECT_TRUE(engine().idle());
     EXPECT_FALSE(engine().take_recorded);
     EXPECT_EQ(engine().record_position, 0u);
-    EXPECT_EQ(fileBytes(engine().szRecordFileName), old);
+    EXPECT_EQ(readFile(engine().szRecordFileName), old);
 }
 
 TEST_F(RecordTest, RefusedDeviceAndLostDeviceKeepTheFileAndSaySo)
@@ -414,7 +405,7 @@ TEST_F(RecordTest, RefusedDeviceAndLostDeviceKeepTheFileAndSaySo)
     ASSERT_GE(texts.size(), 2u);
     EXPECT_EQ(texts[texts.size() - 2], "Error opening wave device.");
     EXPECT_EQ(texts.back(), "Failed to allocate record buffers");
-    EXPECT_EQ(fileBytes(engine().szRecordFileName), old);
+    EXPECT_EQ(readFile(engine().szRecordFileName), old);
 
     // No device at all: the same.
     set_wave_in_factory(nullptr);
@@ -437,7 +428,7 @@ TEST_F(RecordTest, RefusedDeviceAndLostDeviceKeepTheFileAndSaySo)
     EXPECT_EQ(shownTexts().back(), "The wave input device stopped during recording.");
     Bytes expected = old;
     expected.insert(expected.end(), take.begin(), take.end());
-    EXPECT_EQ(fileBytes(engine().szRecordFileName), expected);
+    EXPECT_EQ(readFile(engine().szRecordFileName), expected);
 }
 
 TEST_F(RecordTest, FullDiskEndsTheTakeKeepingWhatWasWritten)
@@ -473,6 +464,6 @@ TEST_F(RecordTest, PlayOfTheTakeGoesThroughThePlaybackEngine)
         SimulatedWaveOut::deliver();
     }
     SimulatedWaveOut::deliver();
-    EXPECT_EQ(SimulatedWaveOut::state().played, fileBytes(engine().szRecordFileName));
+    EXPECT_EQ(SimulatedWaveOut::state().played, readFile(engine().szRecordFileName));
     set_wave_out_factory(nullptr);
 }

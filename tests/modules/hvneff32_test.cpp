@@ -17,15 +17,6 @@ using Bytes = WavBuilder::Bytes;
 
 namespace {
 
-Bytes fileBytes(const std::string& path)
-{
-    Bytes b(get_named_file_length(path));
-    const int fd = ::open(path.c_str(), O_RDONLY);
-    read_fully(fd, b.data(), static_cast<long long>(b.size()), 0);
-    ::close(fd);
-    return b;
-}
-
 std::int16_t s16(const Bytes& b, std::size_t frame, int channel, int channels = 2)
 {
     std::int16_t v;
@@ -90,7 +81,7 @@ TEST_F(LevelEffectsTest, AmplifyAndNormalizeScaleOnlyTheSelectionAndOneUndoResto
     const std::string original = f.szFileName;
     select(1000, 21000);
     ASSERT_EQ(run(11501, {{"gain", "-6.0206"}}), 1);
-    Bytes out = fileBytes(f.szFileName);
+    Bytes out = readFile(f.szFileName);
     expectOutsideUnchanged(out, 1000, 21000);
     for (std::size_t i = 1000; i < 21000; i += 997) {
         EXPECT_NEAR(s16(out, i, 0), s16(data, i, 0) / 2.0, 1.0) << i;
@@ -99,18 +90,18 @@ TEST_F(LevelEffectsTest, AmplifyAndNormalizeScaleOnlyTheSelectionAndOneUndoResto
     EXPECT_EQ(f.szUndoLabel, "&Undo Amplify...\tCtrl+Z");
     undo_menu_command(f);
     EXPECT_EQ(f.szFileName, original);
-    EXPECT_EQ(fileBytes(f.szFileName), data);
+    EXPECT_EQ(readFile(f.szFileName), data);
 
     // Percent, and normalize: the highlighted peak (10000 left, 16000 right)
     // goes to -6.0206 dB of full scale.
     undo_menu_command(f);
     select(0, 44100);
     ASSERT_EQ(run(11501, {{"mode", "normalize"}, {"peak", "-6.0206"}}), 1);
-    out = fileBytes(f.szFileName);
+    out = readFile(f.szFileName);
     EXPECT_NEAR(s16(out, 5, 1), 16384, 2);
     select(0, 44100);
     ASSERT_EQ(run(11501, {{"mode", "percent"}, {"percent", "50"}}), 1);
-    EXPECT_NEAR(s16(fileBytes(f.szFileName), 5, 1), 8192, 2);
+    EXPECT_NEAR(s16(readFile(f.szFileName), 5, 1), 8192, 2);
 }
 
 TEST_F(LevelEffectsTest, ClearSilencesAndTheOtherChannelKeepsItsSamples)
@@ -119,7 +110,7 @@ TEST_F(LevelEffectsTest, ClearSilencesAndTheOtherChannelKeepsItsSamples)
     select(100, 20000);
     f.bRightChannel = 0;  // only the left channel highlighted
     ASSERT_EQ(run(11301), 1);
-    const Bytes out = fileBytes(f.szFileName);
+    const Bytes out = readFile(f.szFileName);
     expectOutsideUnchanged(out, 100, 20000);
     for (std::size_t i = 100; i < 20000; i += 311) {
         EXPECT_EQ(s16(out, i, 0), 0);
@@ -133,7 +124,7 @@ TEST_F(LevelEffectsTest, FadesFollowTheirEnvelopes)
     CChildFrame& f = open(10001);
     select(0, 10001);
     ASSERT_EQ(run(11507, {{"direction", "in"}, {"curve", "linear"}}), 1);
-    Bytes out = fileBytes(f.szFileName);
+    Bytes out = readFile(f.szFileName);
     EXPECT_EQ(s16(out, 0, 1), 0);
     EXPECT_NEAR(s16(out, 2500, 1), 4000, 1);
     EXPECT_NEAR(s16(out, 5000, 1), 8000, 1);
@@ -143,7 +134,7 @@ TEST_F(LevelEffectsTest, FadesFollowTheirEnvelopes)
     undo_menu_command(f);
     select(0, 10001);
     ASSERT_EQ(run(11507, {{"direction", "out"}, {"curve", "logarithmic"}, {"range", "60"}}), 1);
-    out = fileBytes(f.szFileName);
+    out = readFile(f.szFileName);
     EXPECT_EQ(s16(out, 0, 1), 16000);
     EXPECT_NEAR(s16(out, 5000, 1), 16000 * std::pow(10.0, -30.0 / 20), 1.0);
     EXPECT_NEAR(s16(out, 2500, 1), 16000 * std::pow(10.0, -15.0 / 20), 1.0);
@@ -156,7 +147,7 @@ TEST_F(LevelEffectsTest, PanTurnsDownTheFarSideAndRefusesMono)
     select(0, 8001);
     // All the way left, linear: the right side is silent, the left untouched.
     ASSERT_EQ(run(11512, {{"start", "-100"}, {"end", "-100"}, {"law", "linear"}}), 1);
-    Bytes out = fileBytes(f.szFileName);
+    Bytes out = readFile(f.szFileName);
     EXPECT_EQ(s16(out, 4000, 1), 0);
     EXPECT_EQ(s16(out, 4000, 0), s16(data, 4000, 0));
     // A sweep from centre to half right with constant power: the left side
@@ -164,7 +155,7 @@ TEST_F(LevelEffectsTest, PanTurnsDownTheFarSideAndRefusesMono)
     undo_menu_command(f);
     select(0, 8001);
     ASSERT_EQ(run(11512, {{"start", "0"}, {"end", "50"}}), 1);
-    out = fileBytes(f.szFileName);
+    out = readFile(f.szFileName);
     EXPECT_EQ(s16(out, 0, 0), s16(data, 0, 0));
     EXPECT_NEAR(s16(out, 8000, 0), s16(data, 8000, 0) * std::cos(M_PI / 4), 1.0);
     EXPECT_EQ(s16(out, 8000, 1), 16000);
@@ -181,7 +172,7 @@ TEST_F(LevelEffectsTest, ModulationAndReverse)
     select(0, 44100);
     // Ring modulation by 1 Hz: the constant right channel becomes a sine.
     ASSERT_EQ(run(11510, {{"mode", "ring"}, {"frequency", "1"}}), 1);
-    Bytes out = fileBytes(f.szFileName);
+    Bytes out = readFile(f.szFileName);
     EXPECT_NEAR(s16(out, 11025, 1), 16000, 1);   // a quarter second: the top
     EXPECT_NEAR(s16(out, 33075, 1), -16000, 1);  // three quarters: the bottom
     EXPECT_NEAR(s16(out, 22050, 1), 0, 1);
@@ -189,7 +180,7 @@ TEST_F(LevelEffectsTest, ModulationAndReverse)
     undo_menu_command(f);
     select(0, 44100);
     ASSERT_EQ(run(11510, {{"mode", "tremolo"}, {"frequency", "2"}, {"depth", "100"}}), 1);
-    out = fileBytes(f.szFileName);
+    out = readFile(f.szFileName);
     EXPECT_NEAR(s16(out, 5512, 1), 16000, 2);   // sine crest at 1/8 s
     EXPECT_NEAR(s16(out, 16537, 1), 0, 2);      // trough at 3/8 s
 
@@ -198,7 +189,7 @@ TEST_F(LevelEffectsTest, ModulationAndReverse)
     const std::size_t from = 100, to = 25900;
     select(from, to);
     ASSERT_EQ(run(11515), 1);
-    out = fileBytes(f.szFileName);
+    out = readFile(f.szFileName);
     expectOutsideUnchanged(out, from, to);
     for (std::size_t i = from; i < to; i += 101) {
         EXPECT_EQ(s16(out, i, 0), s16(data, to - 1 - (i - from), 0));
@@ -214,7 +205,7 @@ TEST_F(LevelEffectsTest, ReverseOverManyBlocksAndEightBitData)
     CChildFrame& f = open(150000, 1, 8);
     select(1, 149999);
     ASSERT_EQ(run(11515), 1);
-    const Bytes out = fileBytes(f.szFileName);
+    const Bytes out = readFile(f.szFileName);
     ASSERT_EQ(out.size(), data.size());
     EXPECT_EQ(out[0], data[0]);
     EXPECT_EQ(out[149999], data[149999]);
@@ -223,7 +214,7 @@ TEST_F(LevelEffectsTest, ReverseOverManyBlocksAndEightBitData)
     // Amplify by 0 dB leaves 8-bit samples exactly as they were.
     select(0, 150000);
     ASSERT_EQ(run(11501, {{"gain", "0"}}), 1);
-    EXPECT_EQ(fileBytes(f.szFileName), out);
+    EXPECT_EQ(readFile(f.szFileName), out);
 }
 
 TEST_F(LevelEffectsTest, NothingHappensWithoutASelectionOnCancelOrWithABadSetting)
@@ -242,7 +233,7 @@ TEST_F(LevelEffectsTest, NothingHappensWithoutASelectionOnCancelOrWithABadSettin
     host.cancelAfterPolls(1);
     EXPECT_EQ(run(11501, {{"gain", "-3"}}), 0);
     EXPECT_EQ(f.szFileName, original);
-    EXPECT_EQ(fileBytes(f.szFileName), data);
+    EXPECT_EQ(readFile(f.szFileName), data);
     EXPECT_FALSE(f.bUndoAvailable);
     EXPECT_TRUE(f.szRedoFileName.empty());
 
@@ -251,5 +242,5 @@ TEST_F(LevelEffectsTest, NothingHappensWithoutASelectionOnCancelOrWithABadSettin
     EXPECT_EQ(shownTexts().back(), "gain runs from -60 to 40");
     EXPECT_EQ(run(11507, {{"curve", "cubic"}}), 0);
     EXPECT_EQ(shownTexts().back(), "curve is one of: linear logarithmic");
-    EXPECT_EQ(fileBytes(f.szFileName), data);
+    EXPECT_EQ(readFile(f.szFileName), data);
 }

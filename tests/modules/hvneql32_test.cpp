@@ -8,6 +8,7 @@
 #include "view/mouse_selection.h"
 
 #include "support/document_test.h"
+#include "support/pcm_samples.h"
 
 #include "../../modules/hvneql32/biquad.h"
 
@@ -17,21 +18,6 @@
 #include <unistd.h>
 
 namespace {
-
-std::vector<float> samplesOf(const std::string& path)
-{
-    std::vector<unsigned char> b(get_named_file_length(path));
-    const int fd = ::open(path.c_str(), O_RDONLY);
-    read_fully(fd, b.data(), static_cast<long long>(b.size()), 0);
-    ::close(fd);
-    std::vector<float> out(b.size() / 2);
-    for (std::size_t i = 0; i < out.size(); ++i) {
-        std::int16_t v;
-        std::memcpy(&v, b.data() + 2 * i, 2);
-        out[i] = v / 32768.0f;
-    }
-    return out;
-}
 
 double rmsDb(const std::vector<float>& s, std::size_t from)
 {
@@ -63,7 +49,7 @@ protected:
         const int ran = run_effect_command(*doc, id);
         host.setEffectSettings({});
         EXPECT_EQ(ran, 1);
-        return rmsDb(samplesOf(doc->szFileName), 22050) - rmsDb(in, 22050);
+        return rmsDb(pcm16_samples(readFile(doc->szFileName)), 22050) - rmsDb(in, 22050);
     }
     std::unique_ptr<CChildFrame> doc;
 };
@@ -149,7 +135,7 @@ TEST_F(EqlEffectsTest, TheNamedLowPassFiltersTheActiveDocument)
     set_selection_units(*hi, 0, hi->nTotalSamples);
     set_active_frame(hi.get());
     do_filter_waveform(1000.0f, name, title);
-    EXPECT_LT(rmsDb(samplesOf(hi->szFileName), 22050), -80.0);
+    EXPECT_LT(rmsDb(pcm16_samples(readFile(hi->szFileName)), 22050), -80.0);
     set_active_frame(nullptr);
     EXPECT_EQ(doc->szFileName, before);
 }
@@ -195,7 +181,7 @@ TEST_F(EqlEffectsTest, PitchKeepsTheDurationAndTempoKeepsThePitch)
         host.setEffectSettings(std::move(settings));
         EXPECT_EQ(run_effect_command(*doc, id), 1);
         host.setEffectSettings({});
-        return samplesOf(doc->szFileName);
+        return pcm16_samples(readFile(doc->szFileName));
     };
 
     make();
@@ -291,7 +277,7 @@ TEST_F(EqlEffectsTest, NoiseReductionImprovesTheSignalToNoiseRatioByTenDecibels)
     host.setEffectSettings({{"reduction", "30"}, {"oversubtraction", "2"}});
     ASSERT_EQ(run_effect_command(*doc, 11511), 1);
     host.setEffectSettings({});
-    const auto out = samplesOf(doc->szFileName);
+    const auto out = pcm16_samples(readFile(doc->szFileName));
     ASSERT_EQ(out.size(), s.size());  // the length is kept
     const double after = toneSnrDb(out, 2 * 44100, 4 * 44100);
     EXPECT_GT(after - before, 10.0) << "before " << before << " dB, after " << after << " dB";
@@ -316,7 +302,7 @@ TEST_F(EqlEffectsTest, QuantizeMovesTheHighlightLeavingSilenceBehind)
     set_selection_units(*doc, 1000, 3000);
     host.setEffectSettings({{"shift", "50"}});  // 500 frames later
     ASSERT_EQ(run_effect_command(*doc, 11513), 1);
-    auto out = samplesOf(doc->szFileName);
+    auto out = pcm16_samples(readFile(doc->szFileName));
     ASSERT_EQ(out.size(), 20000u);
     EXPECT_EQ(value(out, 999), 1000);
     EXPECT_EQ(value(out, 1000), 0);
@@ -332,7 +318,7 @@ TEST_F(EqlEffectsTest, QuantizeMovesTheHighlightLeavingSilenceBehind)
     set_selection_units(*doc, 1000, 3000);
     host.setEffectSettings({{"shift", "-50"}});
     ASSERT_EQ(run_effect_command(*doc, 11513), 1);
-    out = samplesOf(doc->szFileName);
+    out = pcm16_samples(readFile(doc->szFileName));
     EXPECT_EQ(value(out, 499), 500);
     EXPECT_EQ(value(out, 500), 1001);
     EXPECT_EQ(value(out, 2499), 3000);
@@ -349,7 +335,7 @@ TEST_F(EqlEffectsTest, QuantizeMovesTheHighlightLeavingSilenceBehind)
     host.setEffectSettings({{"mode", "quantize"}, {"tempo", "120"}, {"grid", "1/4"}});
     ASSERT_EQ(run_effect_command(*doc, 11513), 1);
     EXPECT_EQ(doc->nSelStart, 5000u);
-    EXPECT_EQ(value(samplesOf(doc->szFileName), 5000), 6201);
+    EXPECT_EQ(value(pcm16_samples(readFile(doc->szFileName)), 5000), 6201);
 
     // Past an edge: the message, nothing changes.
     open();

@@ -6,6 +6,7 @@
 #include "view/mouse_selection.h"
 
 #include "support/document_test.h"
+#include "support/pcm_samples.h"
 
 #include <cmath>
 #include <cstring>
@@ -13,21 +14,6 @@
 #include <unistd.h>
 
 namespace {
-
-std::vector<float> samplesOf(const std::string& path)
-{
-    std::vector<unsigned char> b(get_named_file_length(path));
-    const int fd = ::open(path.c_str(), O_RDONLY);
-    read_fully(fd, b.data(), static_cast<long long>(b.size()), 0);
-    ::close(fd);
-    std::vector<float> out(b.size() / 2);
-    for (std::size_t i = 0; i < out.size(); ++i) {
-        std::int16_t v;
-        std::memcpy(&v, b.data() + 2 * i, 2);
-        out[i] = v / 32768.0f;
-    }
-    return out;
-}
 
 double peakDb(const std::vector<float>& s, std::size_t from, std::size_t to)
 {
@@ -74,7 +60,7 @@ TEST_F(SplEffectsTest, EchoTapsSitAtTheirDelaysWithTheirGains)
     // 10 ms = 441 samples; first echo at 50 %, each further one at 60 % of
     // the one before; the direct sound at 100 %.
     ASSERT_EQ(run(11504, {{"delay", "10"}, {"feedback", "60"}, {"level", "50"}, {"dry", "100"}}), 1);
-    const auto out = samplesOf(f.szFileName);
+    const auto out = pcm16_samples(readFile(f.szFileName));
     EXPECT_NEAR(out[100], 0.8f, 1e-3);
     double gain = 0.5;
     for (int k = 1; k <= 5; ++k) {
@@ -85,11 +71,11 @@ TEST_F(SplEffectsTest, EchoTapsSitAtTheirDelaysWithTheirGains)
     }
     EXPECT_EQ(f.szUndoLabel, "&Undo Echo...\tCtrl+Z");
     undo_menu_command(f);
-    EXPECT_NEAR(samplesOf(f.szFileName)[541], 0.0, 1e-6);
+    EXPECT_NEAR(pcm16_samples(readFile(f.szFileName))[541], 0.0, 1e-6);
 
     // A shipped preset: "Canyon" echoes after 900 ms.
     ASSERT_EQ(run(11504, {}, "Canyon"), 1);
-    const auto canyon = samplesOf(f.szFileName);
+    const auto canyon = pcm16_samples(readFile(f.szFileName));
     EXPECT_GT(std::fabs(canyon[100 + 39690]), 0.3);  // 0.9 s x 44100
     EXPECT_NEAR(canyon[100 + 441], 0.0, 1e-4);
     // A preset that is not there: a message, and nothing runs.
@@ -103,7 +89,7 @@ TEST_F(SplEffectsTest, ALargerRoomRingsLonger)
         impulse[10] = 0.9f;
         CChildFrame& f = open(impulse, 2);
         EXPECT_EQ(run(11514, {{"room", room}, {"damping", "30"}, {"wet", "60"}, {"dry", "0"}}), 1);
-        const auto out = samplesOf(f.szFileName);
+        const auto out = pcm16_samples(readFile(f.szFileName));
         double energy = 0;
         bool different = false;
         for (std::size_t i = 2 * 22050; i < out.size(); i += 2) {  // after half a second
@@ -130,17 +116,17 @@ TEST_F(SplEffectsTest, CompressorAndExpanderFollowTheirStaticCurves)
     // -6 dB in, threshold -20, ratio 4: -20 + 14/4 = -16.5 dB out.
     CChildFrame& f = open(sine(0.5));
     ASSERT_EQ(run(11503, {{"threshold", "-20"}, {"ratio", "4"}, {"attack", "1"}, {"release", "500"}}), 1);
-    EXPECT_NEAR(peakDb(samplesOf(f.szFileName), 22050, 44100), -16.5, 0.5);
+    EXPECT_NEAR(peakDb(pcm16_samples(readFile(f.szFileName)), 22050, 44100), -16.5, 0.5);
     // Make-up gain adds on top; below the threshold nothing changes.
     open(sine(0.05));  // -26 dB
     ASSERT_EQ(run(11503, {{"threshold", "-20"}, {"ratio", "4"}, {"makeup", "6"}}), 1);
-    EXPECT_NEAR(peakDb(samplesOf(doc->szFileName), 22050, 44100), -20.0, 0.5);
+    EXPECT_NEAR(peakDb(pcm16_samples(readFile(doc->szFileName)), 22050, 44100), -20.0, 0.5);
     // Expander: -40 dB in, threshold -30, ratio 2: -50 dB out.
     open(sine(0.01));
     ASSERT_EQ(run(11503, {{"type", "expander"}, {"threshold", "-30"}, {"ratio", "2"}, {"attack", "1"},
                           {"release", "500"}}),
               1);
-    EXPECT_NEAR(peakDb(samplesOf(doc->szFileName), 22050, 44100), -50.0, 1.0);
+    EXPECT_NEAR(peakDb(pcm16_samples(readFile(doc->szFileName)), 22050, 44100), -50.0, 1.0);
     EXPECT_EQ(doc->szUndoLabel, "&Undo Compress/Expand...\tCtrl+Z");
 }
 
@@ -148,7 +134,7 @@ TEST_F(SplEffectsTest, AnEnvelopeShapesTheLevelAndABadOneIsRefused)
 {
     CChildFrame& f = open(std::vector<float>(10001, 0.5f));
     ASSERT_EQ(run(11505, {{"points", "0:0,50:100,100:0"}}), 1);
-    const auto out = samplesOf(f.szFileName);
+    const auto out = pcm16_samples(readFile(f.szFileName));
     EXPECT_NEAR(out[0], 0.0, 1e-4);
     EXPECT_NEAR(out[2500], 0.25, 1e-3);
     EXPECT_NEAR(out[5000], 0.5, 1e-3);
@@ -192,7 +178,7 @@ TEST_F(SplEffectsTest, TheGeneratorsWriteTonesSweepsNoiseAndTelephoneKeys)
 {
     CChildFrame& f = open(std::vector<float>(44100, 0.0f));
     ASSERT_EQ(run(11517, {{"kind", "tone"}, {"frequency", "1000"}, {"level", "-6.0206"}}), 1);
-    auto out = samplesOf(f.szFileName);
+    auto out = pcm16_samples(readFile(f.szFileName));
     EXPECT_NEAR(rms(out, 1, 0, 0, 44100), 0.5 / std::sqrt(2.0), 2e-3);
     EXPECT_GT(powerAt(out, 0, 44100, 1000), 1000 * powerAt(out, 0, 44100, 1100));
     EXPECT_EQ(f.szUndoLabel, "&Undo Special effects...\tCtrl+Z");
@@ -200,14 +186,14 @@ TEST_F(SplEffectsTest, TheGeneratorsWriteTonesSweepsNoiseAndTelephoneKeys)
     // A logarithmic sweep from 100 Hz to 10 kHz: low at the start, high at the end.
     open(std::vector<float>(44100, 0.0f));
     ASSERT_EQ(run(11517, {{"kind", "sweep"}, {"frequency", "100"}, {"end", "10000"}}), 1);
-    out = samplesOf(doc->szFileName);
+    out = pcm16_samples(readFile(doc->szFileName));
     EXPECT_GT(powerAt(out, 0, 2205, 110), 10 * powerAt(out, 0, 2205, 5000));
     EXPECT_GT(powerAt(out, 42000, 44100, 9500), 10 * powerAt(out, 42000, 44100, 200));
 
     // DTMF "5#": 770 + 1336 Hz, then 941 + 1477 Hz, with a pause between.
     open(std::vector<float>(44100, 0.0f));
     ASSERT_EQ(run(11517, {{"kind", "dtmf"}, {"digits", "5#"}, {"tone", "100"}, {"gap", "100"}}), 1);
-    out = samplesOf(doc->szFileName);
+    out = pcm16_samples(readFile(doc->szFileName));
     EXPECT_GT(powerAt(out, 0, 4410, 770), 100 * powerAt(out, 0, 4410, 941));
     EXPECT_GT(powerAt(out, 0, 4410, 1336), 100 * powerAt(out, 0, 4410, 1477));
     EXPECT_GT(powerAt(out, 8820, 13230, 941), 100 * powerAt(out, 8820, 13230, 770));
@@ -219,7 +205,7 @@ TEST_F(SplEffectsTest, TheGeneratorsWriteTonesSweepsNoiseAndTelephoneKeys)
     // A shipped preset: pink noise at -12 dB has more power low than high.
     open(std::vector<float>(44100, 0.0f));
     ASSERT_EQ(run(11517, {}, "Pink noise"), 1);
-    out = samplesOf(doc->szFileName);
+    out = pcm16_samples(readFile(doc->szFileName));
     EXPECT_GT(rms(out, 1, 0, 0, 44100), 0.01);
     EXPECT_GT(powerAt(out, 0, 44100, 100), 5 * powerAt(out, 0, 44100, 10000));
 }
@@ -237,7 +223,7 @@ TEST_F(SplEffectsTest, APlacedSoundIsLouderAndEarlierOnItsSide)
     // where the head shadows it).
     CChildFrame& f = open(noise, 2);
     ASSERT_EQ(run(11516, {{"method", "cues"}, {"azimuth", "90"}}), 1);
-    auto out = samplesOf(f.szFileName);
+    auto out = pcm16_samples(readFile(f.szFileName));
     EXPECT_GT(20 * std::log10(rms(out, 2, 1, 4410, 44100) / rms(out, 2, 0, 4410, 44100)), 10.0);
     const auto itd = static_cast<std::size_t>(std::lround(0.0875 / 343 * (M_PI / 2 + 1) * 44100));  // 29 samples
     std::size_t best = 0;
@@ -257,13 +243,13 @@ TEST_F(SplEffectsTest, APlacedSoundIsLouderAndEarlierOnItsSide)
         low[i] = low[i + 1] = static_cast<float>(0.5 * std::sin(2 * M_PI * 200 * (i / 2) / 44100.0));
     open(low, 2);
     ASSERT_EQ(run(11516, {{"method", "cues"}, {"azimuth", "90"}}), 1);
-    out = samplesOf(doc->szFileName);
+    out = pcm16_samples(readFile(doc->szFileName));
     EXPECT_NEAR(20 * std::log10(rms(out, 2, 1, 4410, 44100) / rms(out, 2, 0, 4410, 44100)), 10.0, 0.5);
 
     // Through the HRTF set, 90 degrees left: the left ear clearly louder.
     open(noise, 2);
     ASSERT_EQ(run(11516, {{"method", "hrtf"}, {"azimuth", "-90"}}), 1);
-    out = samplesOf(doc->szFileName);
+    out = pcm16_samples(readFile(doc->szFileName));
     EXPECT_GT(20 * std::log10(rms(out, 2, 0, 4410, 44100) / rms(out, 2, 1, 4410, 44100)), 6.0);
     EXPECT_EQ(doc->szUndoLabel, "&Undo Localize sound...\tCtrl+Z");
 
