@@ -76,7 +76,7 @@ EffectParametersDialog::EffectParametersDialog(EffectDialog& dialog, QWidget* pa
             EffectDialog values = m_dialog;
             collect(values);
             if (pick_effect_preset(values))
-                show(values);
+                showValues(values);
         });
         QPushButton* save = buttons->addButton(tr("Sa&ve preset..."), QDialogButtonBox::ActionRole);
         save->setObjectName(QStringLiteral("savePreset"));
@@ -113,7 +113,7 @@ void EffectParametersDialog::collect(EffectDialog& dialog) const
     }
 }
 
-void EffectParametersDialog::show(const EffectDialog& dialog)
+void EffectParametersDialog::showValues(const EffectDialog& dialog)
 {
     for (const EffectParameter& p : dialog.parameters) {
         QWidget* w = editor(p.key);

@@ -20,6 +20,6 @@ public:
 private:
     // Copies what the editors show into `dialog`, and back.
     void collect(EffectDialog& dialog) const;
-    void show(const EffectDialog& dialog);
+    void showValues(const EffectDialog& dialog);
     EffectDialog& m_dialog;
 };

@@ -63,6 +63,19 @@ int amplify_waveform(HWND, HWND window, unsigned short code, int, char*)
     if (code == 11301)
         return gainPass(*f, code, 0.0f, "Clearing...");
     EffectDialog d = amplify_dialog();
+    offer_preview(d, *f, [f](const EffectDialog& v) {
+        float g = 1.0f;
+        if (v.choice("mode") == 0)
+            g = decibels_to_gain(v.value("gain"));
+        else if (v.choice("mode") == 1)
+            g = static_cast<float>(v.value("percent") / 100.0);
+        else if (const float peak = selectionPeak(*f); peak > 0)
+            g = decibels_to_gain(v.value("peak")) / peak;
+        return SampleKernel([g](float* s, std::size_t frames, int channels, std::uint64_t) {
+            for (std::size_t i = 0; i < frames * static_cast<std::size_t>(channels); ++i)
+                s[i] *= g;
+        });
+    });
     if (!run_effect_dialog(d))
         return 0;
     float gain = 1.0f;
@@ -84,29 +97,71 @@ int amplify_waveform(HWND, HWND window, unsigned short code, int, char*)
     return gainPass(*f, code, gain, "Amplifying...");
 }
 
-int fade_waveform(HWND window, unsigned short code)
+namespace {
+
+// Each effect's kernel from its dialog's values (for the run and the preview).
+SampleKernel fadeKernel(const EffectDialog& d, const CChildFrame& f)
 {
-    CChildFrame* f = selected_frame(window);
-    if (!f)
-        return 0;
-    EffectDialog d = fade_dialog();
-    if (!run_effect_dialog(d))
-        return 0;
     const bool in = d.choice("direction") == 0;
     const bool log = d.choice("curve") == 1;
     const double range = d.value("range");
     // The last frame of a fade-in is at full level, the first of a fade-out.
-    const double last = std::max(1.0, selectionFrames(*f) - 1);
-    return process_selection(
-        *f, code,
-        [=](float* s, std::size_t frames, int channels, std::uint64_t first) {
-            for (std::size_t i = 0; i < frames; ++i) {
-                const float g = fade_gain(static_cast<double>(first + i) / last, in, log, range);
-                for (int c = 0; c < channels; ++c)
-                    s[i * static_cast<std::size_t>(channels) + static_cast<std::size_t>(c)] *= g;
+    const double last = std::max(1.0, selectionFrames(f) - 1);
+    return [=](float* s, std::size_t frames, int channels, std::uint64_t first) {
+        for (std::size_t i = 0; i < frames; ++i) {
+            const float g = fade_gain(static_cast<double>(first + i) / last, in, log, range);
+            for (int c = 0; c < channels; ++c)
+                s[i * static_cast<std::size_t>(channels) + static_cast<std::size_t>(c)] *= g;
+        }
+    };
+}
+
+SampleKernel panKernel(const EffectDialog& d, const CChildFrame& f)
+{
+    const double from = d.value("start") / 100.0;
+    const double to = d.value("end") / 100.0;
+    const bool constantPower = d.choice("law") == 0;
+    const double last = std::max(1.0, selectionFrames(f) - 1);
+    return [=](float* s, std::size_t frames, int, std::uint64_t first) {
+        // The gains every 64 frames, joined by straight lines.
+        constexpr std::size_t kStep = 64;
+        for (std::size_t i = 0; i < frames; i += kStep) {
+            const std::size_t n = std::min(kStep, frames - i);
+            float l0 = 1, r0 = 1, l1 = 1, r1 = 1;
+            pan_gains(from + (to - from) * static_cast<double>(first + i) / last, constantPower, l0, r0);
+            pan_gains(from + (to - from) * static_cast<double>(first + i + n) / last, constantPower, l1, r1);
+            for (std::size_t j = 0; j < n; ++j) {
+                const float x = static_cast<float>(j) / kStep;
+                s[2 * (i + j)] *= l0 + (l1 - l0) * x;
+                s[2 * (i + j) + 1] *= r0 + (r1 - r0) * x;
             }
-        },
-        {"Fading..."});
+        }
+    };
+}
+
+SampleKernel modulateKernel(const EffectDialog& d, const CChildFrame& f)
+{
+    const bool ring = d.choice("mode") == 1;
+    const double frequency = d.value("frequency");
+    const double depth = d.value("depth") / 100.0;
+    const int wave = d.choice("wave");
+    const double rate = std::max<std::uint32_t>(1, f.wfx.nSamplesPerSec);
+    return [=](float* s, std::size_t frames, int channels, std::uint64_t first) {
+        for (std::size_t i = 0; i < frames; ++i) {
+            const double t = static_cast<double>(first + i) / rate;
+            const float g = ring ? modulator(t, frequency, wave) : tremolo_gain(t, frequency, depth, wave);
+            for (int c = 0; c < channels; ++c)
+                s[i * static_cast<std::size_t>(channels) + static_cast<std::size_t>(c)] *= g;
+        }
+    };
+}
+
+}  // namespace
+
+int fade_waveform(HWND window, unsigned short code)
+{
+    CChildFrame* f = selected_frame(window);
+    return f ? run_with_dialog(*f, code, fade_dialog(), fadeKernel, "Fading...") : 0;
 }
 
 int pan_waveform(HWND window, unsigned short code)
@@ -118,57 +173,13 @@ int pan_waveform(HWND window, unsigned short code)
         ErrMsg("Pan needs a stereo file.");
         return 0;
     }
-    EffectDialog d = pan_dialog();
-    if (!run_effect_dialog(d))
-        return 0;
-    const double from = d.value("start") / 100.0;
-    const double to = d.value("end") / 100.0;
-    const bool constantPower = d.choice("law") == 0;
-    const double last = std::max(1.0, selectionFrames(*f) - 1);
-    return process_selection(
-        *f, code,
-        [=](float* s, std::size_t frames, int, std::uint64_t first) {
-            // The gains every 64 frames, joined by straight lines.
-            constexpr std::size_t kStep = 64;
-            for (std::size_t i = 0; i < frames; i += kStep) {
-                const std::size_t n = std::min(kStep, frames - i);
-                float l0 = 1, r0 = 1, l1 = 1, r1 = 1;
-                pan_gains(from + (to - from) * static_cast<double>(first + i) / last, constantPower, l0, r0);
-                pan_gains(from + (to - from) * static_cast<double>(first + i + n) / last, constantPower, l1, r1);
-                for (std::size_t j = 0; j < n; ++j) {
-                    const float x = static_cast<float>(j) / kStep;
-                    s[2 * (i + j)] *= l0 + (l1 - l0) * x;
-                    s[2 * (i + j) + 1] *= r0 + (r1 - r0) * x;
-                }
-            }
-        },
-        {"Panning..."});
+    return run_with_dialog(*f, code, pan_dialog(), panKernel, "Panning...");
 }
 
 int modulate_waveform(HWND window, unsigned short code)
 {
     CChildFrame* f = selected_frame(window);
-    if (!f)
-        return 0;
-    EffectDialog d = modulate_dialog();
-    if (!run_effect_dialog(d))
-        return 0;
-    const bool ring = d.choice("mode") == 1;
-    const double frequency = d.value("frequency");
-    const double depth = d.value("depth") / 100.0;
-    const int wave = d.choice("wave");
-    const double rate = std::max<std::uint32_t>(1, f->wfx.nSamplesPerSec);
-    return process_selection(
-        *f, code,
-        [=](float* s, std::size_t frames, int channels, std::uint64_t first) {
-            for (std::size_t i = 0; i < frames; ++i) {
-                const double t = static_cast<double>(first + i) / rate;
-                const float g = ring ? modulator(t, frequency, wave) : tremolo_gain(t, frequency, depth, wave);
-                for (int c = 0; c < channels; ++c)
-                    s[i * static_cast<std::size_t>(channels) + static_cast<std::size_t>(c)] *= g;
-            }
-        },
-        {"Modulating..."});
+    return f ? run_with_dialog(*f, code, modulate_dialog(), modulateKernel, "Modulating...") : 0;
 }
 
 int reverse_waveform(HWND window, unsigned short code)

@@ -27,25 +27,45 @@ namespace {
 int channelsOf(const CChildFrame& f) { return std::max<int>(1, f.wfx.nChannels); }
 double rateOf(const CChildFrame& f) { return std::max<std::uint32_t>(1, f.wfx.nSamplesPerSec); }
 
-int runFilter(CChildFrame& f, const EffectDialog& d, const char* text)
+// Each effect's kernel from its dialog's values (for the run and the preview).
+SampleKernel filterKernel(const EffectDialog& d, const CChildFrame& f)
 {
     const auto type = static_cast<FilterType>(d.choice("type"));
     const int order = 2 * (d.choice("order") + 1);
-    auto cascade = std::make_shared<BiquadCascade>(
-        design_filter(type, rateOf(f), d.value("frequency"), d.value("bandwidth"), order), channelsOf(f));
-    return run_processor(f, 11509, cascade, text);
+    return processor_kernel(std::make_shared<BiquadCascade>(
+        design_filter(type, rateOf(f), d.value("frequency"), d.value("bandwidth"), order), channelsOf(f)));
+}
+
+SampleKernel equalizerKernel(const EffectDialog& d, const CChildFrame& f)
+{
+    // One peaking section an octave wide per band that is not flat and lies
+    // below the Nyquist frequency.
+    std::vector<BiquadCoefficients> sections;
+    for (int i = 0; i < 10; ++i) {
+        const double gain = d.value("band" + std::to_string(i + 1));
+        if (gain != 0 && kEqualizerBands[i] < rateOf(f) * 0.45)
+            sections.push_back(BiquadCoefficients::peaking(rateOf(f), kEqualizerBands[i], 1.414, gain));
+    }
+    return processor_kernel(std::make_shared<BiquadCascade>(sections, channelsOf(f)));
+}
+
+SampleKernel flangeKernel(const EffectDialog& d, const CChildFrame& f)
+{
+    FlangeSettings s;
+    s.delayMs = d.value("delay");
+    s.depthMs = d.value("depth");
+    s.rateHz = d.value("rate");
+    s.feedback = d.value("feedback") / 100;
+    s.mix = d.value("mix") / 100;
+    return processor_kernel(std::make_shared<Flanger>(channelsOf(f), f.wfx.nSamplesPerSec, s));
 }
 
 }  // namespace
 
 void filter_waveform(HWND window)
 {
-    CChildFrame* f = selected_frame(window);
-    if (!f)
-        return;
-    EffectDialog d = filter_dialog(rateOf(*f));
-    if (run_effect_dialog(d))
-        runFilter(*f, d, "Filtering...");
+    if (CChildFrame* f = selected_frame(window))
+        run_with_dialog(*f, 11509, filter_dialog(rateOf(*f)), filterKernel, "Filtering...");
 }
 
 void do_filter_waveform(float cutoff, char* const name, char* const title)
@@ -64,43 +84,19 @@ void do_filter_waveform(float cutoff, char* const name, char* const title)
     d.set("type", "low-pass");
     if (auto* p = const_cast<EffectParameter*>(d.find("frequency")))
         p->value = std::clamp(static_cast<double>(cutoff), p->min, p->max);
-    runFilter(*f, d, title ? title : "Filtering...");
+    process_selection(*f, 11509, filterKernel(d, *f), {title ? title : "Filtering..."});
 }
 
 void get_equalization_selection(HWND window)
 {
-    CChildFrame* f = selected_frame(window);
-    if (!f)
-        return;
-    EffectDialog d = equalizer_dialog();
-    if (!run_effect_dialog(d))
-        return;
-    // One peaking section an octave wide per band that is not flat and lies
-    // below the Nyquist frequency.
-    std::vector<BiquadCoefficients> sections;
-    for (int i = 0; i < 10; ++i) {
-        const double gain = d.value("band" + std::to_string(i + 1));
-        if (gain != 0 && kEqualizerBands[i] < rateOf(*f) * 0.45)
-            sections.push_back(BiquadCoefficients::peaking(rateOf(*f), kEqualizerBands[i], 1.414, gain));
-    }
-    run_processor(*f, 11506, std::make_shared<BiquadCascade>(sections, channelsOf(*f)), "Equalizing...");
+    if (CChildFrame* f = selected_frame(window))
+        run_with_dialog(*f, 11506, equalizer_dialog(), equalizerKernel, "Equalizing...");
 }
 
 void flange_waveform(HWND window)
 {
-    CChildFrame* f = selected_frame(window);
-    if (!f)
-        return;
-    EffectDialog d = flange_dialog();
-    if (!run_effect_dialog(d))
-        return;
-    FlangeSettings s;
-    s.delayMs = d.value("delay");
-    s.depthMs = d.value("depth");
-    s.rateHz = d.value("rate");
-    s.feedback = d.value("feedback") / 100;
-    s.mix = d.value("mix") / 100;
-    run_processor(*f, 11508, std::make_shared<Flanger>(channelsOf(*f), f->wfx.nSamplesPerSec, s), "Flanging...");
+    if (CChildFrame* f = selected_frame(window))
+        run_with_dialog(*f, 11508, flange_dialog(), flangeKernel, "Flanging...");
 }
 
 namespace {

@@ -17,33 +17,69 @@
 #include <cmath>
 #include <memory>
 
+namespace {
+
+int channelsOf(const CChildFrame& f) { return std::max<int>(1, f.wfx.nChannels); }
+unsigned rateOf(const CChildFrame& f) { return std::max<std::uint32_t>(1, f.wfx.nSamplesPerSec); }
+
+// Each effect's kernel from its dialog's values (for the run and the preview).
+SampleKernel reverbKernel(const EffectDialog& d, const CChildFrame& f)
+{
+    Reverb::Settings s;
+    s.roomSize = static_cast<float>(d.value("room") / 100);
+    s.damping = static_cast<float>(d.value("damping") / 100);
+    s.wet = static_cast<float>(d.value("wet") / 100);
+    s.dry = static_cast<float>(d.value("dry") / 100);
+    s.width = static_cast<float>(d.value("width") / 100);
+    return processor_kernel(std::make_shared<Reverb>(channelsOf(f), rateOf(f), s));
+}
+
+SampleKernel echoKernel(const EffectDialog& d, const CChildFrame& f)
+{
+    const auto delay = static_cast<std::size_t>(std::lround(d.value("delay") * rateOf(f) / 1000.0));
+    return processor_kernel(std::make_shared<FeedbackEcho>(channelsOf(f), delay,
+                                                           static_cast<float>(d.value("feedback") / 100),
+                                                           static_cast<float>(d.value("level") / 100),
+                                                           static_cast<float>(d.value("dry") / 100)));
+}
+
+SampleKernel dynamicsKernel(const EffectDialog& d, const CChildFrame& f)
+{
+    DynamicsSettings s;
+    s.expander = d.choice("type") == 1;
+    s.thresholdDb = d.value("threshold");
+    s.ratio = d.value("ratio");
+    s.attackMs = d.value("attack");
+    s.releaseMs = d.value("release");
+    s.makeupDb = d.value("makeup");
+    return processor_kernel(std::make_shared<DynamicsProcessor>(channelsOf(f), rateOf(f), s));
+}
+
+SampleKernel envelopeKernel(const EffectDialog& d, const CChildFrame& f)
+{
+    std::vector<EnvelopePoint> points;
+    if (parse_envelope(d.text("points"), points))
+        points = {{0, 1}};
+    const double last = std::max(1.0, static_cast<double>(f.nSelEnd - f.nSelStart) / channelsOf(f) - 1);
+    return [points, last](float* s, std::size_t frames, int channels, std::uint64_t first) {
+        for (std::size_t i = 0; i < frames; ++i) {
+            const auto g = static_cast<float>(envelope_gain(points, static_cast<double>(first + i) / last));
+            for (int c = 0; c < channels; ++c)
+                s[i * static_cast<std::size_t>(channels) + static_cast<std::size_t>(c)] *= g;
+        }
+    };
+}
+
+}  // namespace
+
 int echo_waveform(HWND window, int code, int)
 {
     CChildFrame* f = selected_frame(window);
     if (!f)
         return 0;
-    const int channels = std::max<int>(1, f->wfx.nChannels);
-    const unsigned rate = std::max<std::uint32_t>(1, f->wfx.nSamplesPerSec);
-    if (code == 11514) {
-        EffectDialog d = reverb_dialog();
-        if (!run_effect_dialog(d))
-            return 0;
-        Reverb::Settings s;
-        s.roomSize = static_cast<float>(d.value("room") / 100);
-        s.damping = static_cast<float>(d.value("damping") / 100);
-        s.wet = static_cast<float>(d.value("wet") / 100);
-        s.dry = static_cast<float>(d.value("dry") / 100);
-        s.width = static_cast<float>(d.value("width") / 100);
-        return run_processor(*f, code, std::make_shared<Reverb>(channels, rate, s), "Adding reverb...");
-    }
-    EffectDialog d = echo_dialog();
-    if (!run_effect_dialog(d))
-        return 0;
-    const auto delay = static_cast<std::size_t>(std::lround(d.value("delay") * rate / 1000.0));
-    auto echo = std::make_shared<FeedbackEcho>(channels, delay, static_cast<float>(d.value("feedback") / 100),
-                                               static_cast<float>(d.value("level") / 100),
-                                               static_cast<float>(d.value("dry") / 100));
-    return run_processor(*f, code, echo, "Adding echo...");
+    if (code == 11514)
+        return run_with_dialog(*f, code, reverb_dialog(), reverbKernel, "Adding reverb...");
+    return run_with_dialog(*f, code, echo_dialog(), echoKernel, "Adding echo...");
 }
 
 int amplify_waveform_by_envelope(HWND window, int mode)
@@ -51,39 +87,9 @@ int amplify_waveform_by_envelope(HWND window, int mode)
     CChildFrame* f = selected_frame(window);
     if (!f)
         return 0;
-    if (mode == 1) {
-        EffectDialog d = compressor_dialog();
-        if (!run_effect_dialog(d))
-            return 0;
-        DynamicsSettings s;
-        s.expander = d.choice("type") == 1;
-        s.thresholdDb = d.value("threshold");
-        s.ratio = d.value("ratio");
-        s.attackMs = d.value("attack");
-        s.releaseMs = d.value("release");
-        s.makeupDb = d.value("makeup");
-        return run_processor(*f, 11503,
-                   std::make_shared<DynamicsProcessor>(std::max<int>(1, f->wfx.nChannels), f->wfx.nSamplesPerSec, s),
-                   s.expander ? "Expanding..." : "Compressing...");
-    }
-    EffectDialog d = envelope_dialog();
-    if (!run_effect_dialog(d))
-        return 0;
-    std::vector<EnvelopePoint> points;
-    if (parse_envelope(d.text("points"), points))
-        return 0;
-    const double last = std::max(1.0, static_cast<double>(f->nSelEnd - f->nSelStart) /
-                                          std::max<std::uint16_t>(1, f->wfx.nChannels) - 1);
-    return process_selection(
-        *f, 11505,
-        [points, last](float* s, std::size_t frames, int channels, std::uint64_t first) {
-            for (std::size_t i = 0; i < frames; ++i) {
-                const auto g = static_cast<float>(envelope_gain(points, static_cast<double>(first + i) / last));
-                for (int c = 0; c < channels; ++c)
-                    s[i * static_cast<std::size_t>(channels) + static_cast<std::size_t>(c)] *= g;
-            }
-        },
-        {"Shaping the envelope..."});
+    if (mode == 1)
+        return run_with_dialog(*f, 11503, compressor_dialog(), dynamicsKernel, "Compressing...");
+    return run_with_dialog(*f, 11505, envelope_dialog(), envelopeKernel, "Shaping the envelope...");
 }
 
 // The HRTF set used for spatial localization.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "modules/effect_dialog.h"
 #include "modules/selection_processor.h"
 #include "view/child_frame.h"
 
@@ -13,6 +14,34 @@ inline CChildFrame* selected_frame(HWND window)
 {
     CChildFrame* f = frame_from_handle(window);
     return f && f->bHighlight && f->nSelEnd > f->nSelStart ? f : nullptr;
+}
+
+// A stateful processor's work as a kernel.
+template <typename Processor>
+SampleKernel processor_kernel(std::shared_ptr<Processor> p)
+{
+    return [p](float* s, std::size_t frames, int, std::uint64_t) { p->process(s, frames); };
+}
+
+// Offers the dialog's Preview: `make` builds the effect's kernel from the
+// values the dialog shows at that moment.
+template <typename Make>
+void offer_preview(EffectDialog& dialog, CChildFrame& f, Make make)
+{
+    dialog.preview = [&f, make](const EffectDialog& values) { preview_selection(f, stream_of(make(values))); };
+}
+
+// A kernel made from an effect's dialog values and its document.
+using KernelMaker = SampleKernel (*)(const EffectDialog&, const CChildFrame&);
+
+// Shows the dialog (with Preview) and, on OK, runs the kernel its values
+// give over the selection.
+inline int run_with_dialog(CChildFrame& f, int code, EffectDialog d, KernelMaker make, const char* text)
+{
+    offer_preview(d, f, [&f, make](const EffectDialog& v) { return make(v, f); });
+    if (!run_effect_dialog(d))
+        return 0;
+    return process_selection(f, code, make(d, f), {text});
 }
 
 // Runs a stateful processor (anything with process(float*, frames)) over the

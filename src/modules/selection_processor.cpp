@@ -1,9 +1,11 @@
 #include "modules/selection_processor.h"
 
+#include "app/app_paths.h"
 #include "app/messages.h"
 #include "app/posix_io.h"
 #include "app/progress.h"
 #include "app/unique_fd.h"
+#include "audio/playback_engine.h"
 #include "edit/undo.h"
 #include "view/child_frame.h"
 #include "view/mouse_selection.h"
@@ -280,4 +282,64 @@ int transform_selection(CChildFrame& f, int code, const StreamKernel& kernel, co
     // The highlight covers what the selection became.
     set_selection_units(f, f.nSelStart, static_cast<std::uint32_t>(std::min<std::uint64_t>(written / bps, f.nTotalSamples)));
     return 1;
+}
+
+std::string preview_file_path() { return join_path(data_directory(), "effect-preview.tmp"); }
+
+StreamKernel stream_of(SampleKernel kernel)
+{
+    return [kernel = std::move(kernel), first = std::uint64_t{0}](const float* in, std::size_t frames, int channels,
+                                                                   bool, std::vector<float>& out) mutable {
+        const std::size_t base = out.size();
+        out.insert(out.end(), in, in + frames * static_cast<std::size_t>(channels));
+        kernel(out.data() + base, frames, channels, first);
+        first += frames;
+    };
+}
+
+int preview_selection(CChildFrame& f, const StreamKernel& kernel, double seconds)
+{
+    PlaybackEngine& playback = PlaybackEngine::instance();
+    if (playback.is_playing) {
+        playback.stop_playback();
+        playback.wait_until_released(2000);
+    }
+    Range r = selectionRange(f);
+    if (!f.bHighlight || r.frames == 0 || (f.wfx.wBitsPerSample != 8 && f.wfx.wBitsPerSample != 16))
+        return 0;
+    r.frames = std::min<std::uint64_t>(r.frames, static_cast<std::uint64_t>(seconds * f.wfx.nSamplesPerSec));
+    const int channels = std::max<int>(1, f.wfx.nChannels);
+    const int bits = f.wfx.wBitsPerSample;
+    const std::size_t blockFrames = 65536;
+    std::vector<unsigned char> raw(blockFrames * r.frameBytes), encoded;
+    std::vector<float> samples(blockFrames * static_cast<std::size_t>(channels)), out;
+    UniqueFd in(::open(f.szFileName.c_str(), O_RDONLY | O_CLOEXEC));
+    UniqueFd dest(::open(preview_file_path().c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+    if (!in.valid() || !dest.valid()) {
+        NewErrMsg(5031);
+        return 0;
+    }
+    std::uint64_t written = 0;
+    for (std::uint64_t done = 0; done < r.frames;) {
+        const std::size_t n = static_cast<std::size_t>(std::min<std::uint64_t>(blockFrames, r.frames - done));
+        const std::size_t bytes = n * r.frameBytes;
+        if (read_fully(in.get(), raw.data(), static_cast<long long>(bytes),
+                       static_cast<long long>(r.start + done * r.frameBytes)) != static_cast<long long>(bytes))
+            return 0;
+        pcm_to_float(raw.data(), samples.data(), n * static_cast<std::size_t>(channels), bits);
+        done += n;
+        kernel(samples.data(), n, channels, done >= r.frames, out);
+        const std::size_t whole = out.size() / static_cast<std::size_t>(channels) * static_cast<std::size_t>(channels);
+        encoded.resize(whole * static_cast<std::size_t>(bits / 8));
+        float_to_pcm(out.data(), encoded.data(), whole, bits);
+        if (!write_fully(dest.get(), encoded.data(), static_cast<long long>(encoded.size()),
+                         static_cast<long long>(written))) {
+            NewErrMsg(5025);
+            return 0;
+        }
+        written += encoded.size();
+        out.erase(out.begin(), out.begin() + static_cast<long>(whole));
+    }
+    dest.reset();
+    return playback.play_file(f, preview_file_path(), 0, static_cast<std::uint32_t>(written));
 }

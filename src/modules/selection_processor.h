@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <string>
 #include <vector>
 
 class CChildFrame;
@@ -41,6 +42,16 @@ int process_selection(CChildFrame& frame, int code, const SampleKernel& kernel, 
 using StreamKernel =
     std::function<void(const float* in, std::size_t frames, int channels, bool last, std::vector<float>& out)>;
 int transform_selection(CChildFrame& frame, int code, const StreamKernel& kernel, const char* progressText);
+
+// The preview of an effect: the first `seconds` of the selection through the
+// kernel into a scratch file, played through the playback engine; the
+// document is not touched. 1 when playback started. A second preview (or
+// Play) stops the one that plays.
+int preview_selection(CChildFrame& frame, const StreamKernel& kernel, double seconds = 5.0);
+// An in-place kernel as a stream kernel (same length out as in).
+StreamKernel stream_of(SampleKernel kernel);
+// The scratch file previews are played from.
+std::string preview_file_path();
 
 // Reads every highlighted sample once (for measurements such as the peak a
 // normalize needs). 0 on Cancel or failure.

@@ -8,6 +8,10 @@
 #include "support/document_test.h"
 #include "support/pcm_samples.h"
 
+#include "audio/playback_engine.h"
+#include "audio/simulated_wave_out.h"
+#include "modules/selection_processor.h"
+
 #include <cmath>
 #include <cstring>
 #include <fcntl.h>
@@ -256,4 +260,35 @@ TEST_F(SplEffectsTest, APlacedSoundIsLouderAndEarlierOnItsSide)
     open(std::vector<float>(1000, 0.1f));
     EXPECT_EQ(run(11516), 0);
     EXPECT_EQ(shownTexts().back(), "Spatial localization needs a stereo file.");
+}
+
+TEST_F(SplEffectsTest, ThePreviewPlaysTheStartOfTheSelectionWithTheDialogsValues)
+{
+    SimulatedWaveOut::state() = SimulatedWaveOutState{};
+    SimulatedWaveOut::events().clear();
+    set_wave_out_factory(SimulatedWaveOut::make);
+    std::vector<float> impulse(10 * 44100, 0.0f);
+    impulse[100] = 0.8f;
+    CChildFrame& f = open(impulse);
+    const auto shown = readFile(f.szFileName);
+    // The dialog as the echo command shows it (cancelled here), then its
+    // Preview with 10 ms taps.
+    host.setDescribeEffects(true);
+    EXPECT_EQ(run(11504), 0);
+    host.setDescribeEffects(false);
+    EffectDialog dialog = host.effectDialogsShown().back();
+    ASSERT_TRUE(dialog.preview);
+    ASSERT_FALSE(dialog.set("delay", "10"));
+    dialog.preview(dialog);
+    // Five seconds of the selection went to the preview file, with the echo;
+    // it plays; the document is as it was.
+    const auto preview = pcm16_samples(readFile(preview_file_path()));
+    ASSERT_EQ(preview.size(), 5u * 44100);
+    EXPECT_NEAR(preview[100 + 441], 0.4, 1e-3);
+    EXPECT_TRUE(PlaybackEngine::instance().is_playing);
+    EXPECT_EQ(readFile(f.szFileName), shown);
+    EXPECT_FALSE(f.bUndoAvailable);
+    PlaybackEngine::instance().stop_playback();
+    SimulatedWaveOut::deliver();
+    set_wave_out_factory(nullptr);
 }
