@@ -245,6 +245,8 @@ void CMainFrame::buildMenus()
 
     // The effects, with Alt+Shift+1..9 then a.. in the order of their ids.
     QMenu* operations = menuBar()->addMenu(tr("&Operations"));
+    addCommand(operations, kCommandSpectrum, tr("&Spectrum..."));
+    operations->addSeparator();
     for (const EffectCommand& c : effect_commands()) {
         if (c.id == 11301)
             continue;
@@ -518,6 +520,10 @@ void CMainFrame::onCommand(int id)
         editCommand(id);
         break;
     case kCommandNew: newFile(); break;
+    case kCommandSpectrum:
+        if (ChildFrameWindow* doc = activeDocument())
+            spectrum_command(doc->frame());
+        break;
     case 11301: case 11500: case 11501: case 11502: case 11503: case 11504: case 11505: case 11506: case 11507:
     case 11508: case 11509: case 11510: case 11511: case 11512: case 11513: case 11514: case 11515: case 11516:
     case 11517:
@@ -631,6 +637,8 @@ void CMainFrame::updateCommandStates()
     for (const EffectCommand& c : effect_commands())
         if (QAction* a = action(c.id))
             a->setEnabled(hasHighlight);
+    if (QAction* a = action(kCommandSpectrum))
+        a->setEnabled(hasHighlight);
     for (int id : {kCut, kCopy, kPaste, kReplace, kMix, kCrop, kTrim, kInsertSilence})
         if (QAction* a = action(id))
             a->setEnabled(hasDocument);

@@ -93,6 +93,8 @@ constexpr int kCommandCascade = 57650;
 constexpr int kCommandTile = 57651;
 constexpr int kCommandHelp = 57670;
 constexpr int kCommandAbout = 57664;
+// The spectrum display (an id of our own: the command has none that is named).
+constexpr int kCommandSpectrum = 32910;
 constexpr int kCommandRecentFirst = 57616;  // 57616 .. 57621
 constexpr int kCommandOpenOpened = 11310;    // opens szOpenedFileName
 constexpr int kCommandSave = 57603;

@@ -2,6 +2,11 @@
 
 #include "edit/effect_parameters_dialog.h"
 #include "edit/preset_dialogs.h"
+#include "view/spectrogram_image.h"
+
+#include <QLabel>
+#include <QPixmap>
+#include <QVBoxLayout>
 
 #include "app/button_bitmaps.h"
 #include "app/control_drawing.h"
@@ -237,4 +242,23 @@ int QtUiHost::runPresetSave(PresetContext& context)
     PresetSaveDialog dialog(context, m_main);
     const int result = dialog.exec();
     return result == 1 ? 1 : 2;
+}
+
+void QtUiHost::showSpectrum(const Spectrogram& spectrogram, const std::string& title)
+{
+    // A window of its own that stays while the user goes on working.
+    auto* window = new QDialog(m_main);
+    window->setAttribute(Qt::WA_DeleteOnClose);
+    window->setObjectName(QStringLiteral("spectrum"));
+    window->setWindowTitle(QString::fromStdString(title));
+    auto* layout = new QVBoxLayout(window);
+    auto* picture = new QLabel(window);
+    picture->setObjectName(QStringLiteral("spectrumImage"));
+    picture->setPixmap(QPixmap::fromImage(render_spectrogram(spectrogram, 800, 400)));
+    layout->addWidget(picture);
+    layout->addWidget(new QLabel(QObject::tr("%1 s, 0 to %2 Hz upwards; colour from -100 dB (black) to 0 dB (white)")
+                                     .arg(spectrogram.seconds, 0, 'f', 2)
+                                     .arg(spectrogram.rate / 2, 0, 'f', 0),
+                                 window));
+    window->show();
 }

@@ -5,10 +5,12 @@
 #include "eql_dialogs.h"
 #include "flange_dsp.h"
 #include "noise_reduction_dsp.h"
+#include "spectrum_dsp.h"
 #include "time_pitch_dsp.h"
 
 #include "app/app_paths.h"
 #include "app/messages.h"
+#include "app/ui_host.h"
 #include "edit/transfer_helpers.h"
 #include "edit/undo.h"
 #include "view/mouse_selection.h"
@@ -266,4 +268,18 @@ void shift_waveform(HWND window)
     }
     set_selection_units(*f, static_cast<std::uint32_t>((start + shift) * channels),
                         static_cast<std::uint32_t>((end + shift) * channels));
+}
+
+void show_3D_spectrum(HWND window)
+{
+    CChildFrame* f = selected_frame(window);
+    if (!f)
+        return;
+    const std::uint64_t frames = (f->nSelEnd - f->nSelStart) / static_cast<std::uint64_t>(channelsOf(*f));
+    SpectrogramBuilder builder(frames, rateOf(*f), 512, 2048);
+    if (!scan_selection(
+            *f, [&builder](float* s, std::size_t n, int channels, std::uint64_t) { builder.add(s, n, channels); },
+            "Computing the spectrum..."))
+        return;
+    uiHost().showSpectrum(builder.result(), "Spectrum of " + f->szDisplayName);
 }

@@ -218,3 +218,8 @@ int HeadlessUiHost::runPresetSave(PresetContext& context)
         return 2;
     return save_preset(context, m_presetSaveName, context.extra) == SavePresetResult::Saved ? 1 : 2;
 }
+
+void HeadlessUiHost::showSpectrum(const Spectrogram& spectrogram, const std::string&)
+{
+    m_spectrum = std::make_shared<Spectrogram>(spectrogram);
+}

@@ -2,10 +2,12 @@
 
 #include "app/ui_host.h"
 #include "modules/effect_dialog.h"
+#include "view/spectrogram.h"
 
 #include <atomic>
 #include <deque>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -84,6 +86,9 @@ public:
     void setPresetSaveName(std::string name) { m_presetSaveName = std::move(name); }
     int runPresetSelect(PresetContext& context, std::string& chosen) override;
     int runPresetSave(PresetContext& context) override;
+    // The last spectrum shown, for the command line to save.
+    void showSpectrum(const Spectrogram& spectrogram, const std::string& title) override;
+    const Spectrogram* lastSpectrum() const { return m_spectrum.get(); }
     // The suggestion when questions are agreed to; on a terminal the name typed
     // (an empty line takes the suggestion); otherwise cancelled.
     std::string askSaveFileName(const std::string& title, const std::string& suggestion) override;
@@ -93,6 +98,7 @@ private:
     bool m_describeEffects = false;
     std::string m_presetChoice;
     std::string m_presetSaveName;
+    std::shared_ptr<Spectrogram> m_spectrum;
     std::vector<EffectDialog> m_effectDialogs;
     int answerFor(unsigned style, const std::string& text);
     void redrawTerminalLine();

@@ -7,6 +7,7 @@
 
 struct EffectDialog;
 struct PresetContext;
+struct Spectrogram;
 
 // Everything the core asks of a user interface: message boxes, the one modeless
 // progress box, text painted into dialog controls, help and the wait cursor.
@@ -86,6 +87,9 @@ public:
     virtual int runPresetSelect(PresetContext& context, std::string& chosen) = 0;
     // "SAVE": a name to store the current settings under; 1 saved, 2 cancelled.
     virtual int runPresetSave(PresetContext& context) = 0;
+
+    // The spectrum display of a selection.
+    virtual void showSpectrum(const Spectrogram& spectrogram, const std::string& title) = 0;
 };
 
 // The host in use. Before any host is installed a HeadlessUiHost answers.

@@ -123,3 +123,11 @@ int run_effect_command(CChildFrame& f, int id, HWND mainWindow)
     default: return 0;
     }
 }
+
+int spectrum_command(CChildFrame& f)
+{
+    if (f.szFileName.empty() || !f.bHighlight || f.nSelEnd <= f.nSelStart)
+        return 0;
+    show_3D_spectrum(f.hWaveWnd);
+    return 1;
+}

@@ -23,6 +23,9 @@ const EffectCommand* find_effect_command(const std::string& name);
 // when nothing ran (no selection, an unknown id).
 int run_effect_command(CChildFrame& frame, int id, HWND mainWindow = nullptr);
 
+// The spectrum display of the document's selection; 1 when it was shown.
+int spectrum_command(CChildFrame& frame);
+
 // The program-wide integer setting handed to Clear, Amplify and the
 // magnified plot (24 unless changed).
 extern int effect_setting;

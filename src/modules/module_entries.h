@@ -42,4 +42,6 @@ std::string noise_profile_path();
 // Quantize: moves the highlight by a time, or onto the nearest line of a
 // beat grid (5053 without a highlight, 5054 when it would leave the file).
 void shift_waveform(HWND frame);
+// The spectrum display of the selection (a spectrogram).
+void show_3D_spectrum(HWND frame);
 long quantize_offset(long startFrame, double gridFrames);

@@ -5,6 +5,7 @@
 #include "edit/effect_commands.h"
 #include "edit/undo.h"
 #include "modules/module_entries.h"
+#include "view/spectrogram.h"
 #include "view/mouse_selection.h"
 
 #include "support/document_test.h"
@@ -348,4 +349,35 @@ TEST_F(EqlEffectsTest, QuantizeMovesTheHighlightLeavingSilenceBehind)
     doc->bHighlight = 0;
     shift_waveform(doc->hWaveWnd);
     EXPECT_EQ(shownTexts().back(), "First highlight the section to be shifted");
+}
+
+TEST_F(EqlEffectsTest, TheSpectrumShowsATonesFrequencyAndLevelAndChangesNothing)
+{
+    // A half-scale 1 kHz tone for two seconds, then 5 kHz.
+    WavBuilder::Bytes data;
+    for (int i = 0; i < 4 * 44100; ++i) {
+        const double f = i < 2 * 44100 ? 1000 : 5000;
+        WavBuilder::put16(data, static_cast<std::uint16_t>(static_cast<std::int16_t>(
+                                    std::lround(16384 * std::sin(2 * M_PI * f * i / 44100.0)))));
+    }
+    writeFile(path("s.wav"), WavBuilder::pcm(1, 44100, 16, data));
+    doc = open_document_file(path("s.wav"));
+    doc->bHighlight = 1;
+    set_selection_units(*doc, 0, doc->nTotalSamples);
+    const std::string shown = doc->szFileName;
+    ASSERT_EQ(spectrum_command(*doc), 1);
+    const Spectrogram* s = host.lastSpectrum();
+    ASSERT_TRUE(s);
+    EXPECT_EQ(s->columns, 512);
+    EXPECT_EQ(s->bins, 1025);
+    EXPECT_NEAR(s->seconds, 4.0, 1e-9);
+    EXPECT_NEAR(s->binFrequency(s->loudestBin(100)), 1000.0, 22.0);
+    EXPECT_NEAR(s->binFrequency(s->loudestBin(400)), 5000.0, 22.0);
+    EXPECT_NEAR(s->at(100, s->loudestBin(100)), -6.0, 1.5);  // half scale
+    EXPECT_LT(s->at(100, s->loudestBin(400)), -60.0);
+    EXPECT_EQ(doc->szFileName, shown);
+    EXPECT_FALSE(doc->bUndoAvailable);
+    // Without a highlight there is nothing to show.
+    doc->bHighlight = 0;
+    EXPECT_EQ(spectrum_command(*doc), 0);
 }

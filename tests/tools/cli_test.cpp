@@ -306,4 +306,11 @@ TEST_F(CliTest, EffectsAreListedAndRunThroughTheirDialogsSettings)
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_NE(run.err.find("range runs from 6 to 120"), std::string::npos) << run.err;
     EXPECT_EQ(cli({"run", "c.wav", "--effect", "reverse"}).exitCode, 1);  // no selection
+
+    // The spectrum display as a picture.
+    run = cli({"run", "c.wav", "--select", "0:8000", "--spectrum", "spectrum.png"});
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    const QImage picture(QString::fromStdString(path("spectrum.png")));
+    EXPECT_EQ(picture.size(), QSize(800, 400));
+    EXPECT_EQ(cli({"run", "c.wav", "--spectrum", "none.png"}).exitCode, 1);
 }

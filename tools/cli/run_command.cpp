@@ -3,6 +3,7 @@
 #include "app/headless_ui_host.h"
 #include "document_session.h"
 #include "edit/effect_commands.h"
+#include "view/spectrogram_image.h"
 #include "edit/edit_operations.h"
 #include "edit/mix.h"
 #include "edit/undo.h"
@@ -29,7 +30,8 @@ int usage()
                  "  --crossfade [--curve linear|exponential]\n"
                  "  --insert-silence SECONDS|selection  --undo  --redo\n"
                  "  --new-from-selection  --save OUT  --save-selection OUT\n"
-                 "  --effect NAME [--preset NAME] [--param KEY=VALUE ...]   (ondrava-cli effects lists them)\n";
+                 "  --effect NAME [--preset NAME] [--param KEY=VALUE ...]   (ondrava-cli effects lists them)\n"
+                 "  --spectrum OUT.png   the spectrum display of the selection\n";
     return kExitUsage;
 }
 
@@ -39,7 +41,7 @@ const std::map<std::string, int> kSteps = {
     {"--clip-level", 1}, {"--dest-level", 1}, {"--target", 1},   {"--curve", 1},          {"--new-from-selection", 0},
     {"--copy", 0},     {"--cut", 0},        {"--paste", 0},      {"--replace", 0},        {"--crop", 0},
     {"--trim", 0},     {"--mix", 0},        {"--crossfade", 0},  {"--undo", 0},           {"--redo", 0},
-    {"--effect", 1},   {"--param", 1},      {"--preset", 1},
+    {"--effect", 1},   {"--param", 1},      {"--preset", 1},     {"--spectrum", 1},
 };
 
 bool parseLevel(const std::string& text, double& level)
@@ -153,6 +155,16 @@ int run_run_command(const std::vector<std::string>& argv)
                 undo_redo_toggle(f);
         } else if (step == "--new-from-selection") {
             ok = new_file_from_selection(f);
+        } else if (step == "--spectrum") {
+            auto* host = dynamic_cast<HeadlessUiHost*>(&uiHost());
+            if (!host || !spectrum_command(f) || !host->lastSpectrum()) {
+                std::cerr << "ondrava-cli: --spectrum works on a selection (--select START:END)\n";
+                return kExitFailed;
+            }
+            if (!render_spectrogram(*host->lastSpectrum(), 800, 400).save(QString::fromStdString(value))) {
+                std::cerr << "ondrava-cli: cannot write " << value << "\n";
+                return kExitFailed;
+            }
         } else if (step == "--param" || step == "--preset") {
             std::cerr << "ondrava-cli: " << step << " belongs after --effect\n";
             return kExitUsage;
