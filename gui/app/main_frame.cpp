@@ -246,6 +246,7 @@ void CMainFrame::buildMenus()
     // The effects, with Alt+Shift+1..9 then a.. in the order of their ids.
     QMenu* operations = menuBar()->addMenu(tr("&Operations"));
     addCommand(operations, kCommandSpectrum, tr("&Spectrum..."));
+    addCommand(operations, 393, tr("Magnified &plot..."));
     operations->addSeparator();
     for (const EffectCommand& c : effect_commands()) {
         if (c.id == 11301)
@@ -520,6 +521,13 @@ void CMainFrame::onCommand(int id)
         editCommand(id);
         break;
     case kCommandNew: newFile(); break;
+    case 393:
+        if (ChildFrameWindow* doc = activeDocument()) {
+            if (magnified_plot_command(doc->frame(), handle_of(this)))
+                doc->refreshAfterEdit();
+            updateCommandStates();
+        }
+        break;
     case kCommandSpectrum:
         if (ChildFrameWindow* doc = activeDocument())
             spectrum_command(doc->frame());
@@ -637,8 +645,9 @@ void CMainFrame::updateCommandStates()
     for (const EffectCommand& c : effect_commands())
         if (QAction* a = action(c.id))
             a->setEnabled(hasHighlight);
-    if (QAction* a = action(kCommandSpectrum))
-        a->setEnabled(hasHighlight);
+    for (int id : {kCommandSpectrum, 393})
+        if (QAction* a = action(id))
+            a->setEnabled(hasHighlight);
     for (int id : {kCut, kCopy, kPaste, kReplace, kMix, kCrop, kTrim, kInsertSilence})
         if (QAction* a = action(id))
             a->setEnabled(hasDocument);

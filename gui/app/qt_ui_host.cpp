@@ -1,7 +1,9 @@
 #include "app/qt_ui_host.h"
 
 #include "edit/effect_parameters_dialog.h"
+#include "edit/magnified_plot_dialog.h"
 #include "edit/preset_dialogs.h"
+#include "modules/magnified_plot.h"
 #include "view/spectrogram_image.h"
 
 #include <QLabel>
@@ -261,4 +263,15 @@ void QtUiHost::showSpectrum(const Spectrogram& spectrogram, const std::string& t
                                      .arg(spectrogram.rate / 2, 0, 'f', 0),
                                  window));
     window->show();
+}
+
+bool QtUiHost::runMagnifiedPlot(MagnifiedPlot& plot)
+{
+    // The dialog draws on a copy; OK hands the copy back.
+    MagnifiedPlot edited = plot;
+    MagnifiedPlotDialog dialog(edited, m_main);
+    if (dialog.exec() != QDialog::Accepted)
+        return false;
+    plot = edited;
+    return true;
 }

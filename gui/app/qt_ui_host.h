@@ -34,6 +34,7 @@ public:
     int runPresetSelect(PresetContext& context, std::string& chosen) override;
     int runPresetSave(PresetContext& context) override;
     void showSpectrum(const Spectrogram& spectrogram, const std::string& title) override;
+    bool runMagnifiedPlot(MagnifiedPlot& plot) override;
     HWND createConversionBox(const std::string& source, const std::string& destination) override;
     void destroyConversionBox(HWND box) override;
     std::string askSaveFileName(const std::string& title, const std::string& suggestion) override;

@@ -223,3 +223,12 @@ void HeadlessUiHost::showSpectrum(const Spectrogram& spectrogram, const std::str
 {
     m_spectrum = std::make_shared<Spectrogram>(spectrogram);
 }
+
+bool HeadlessUiHost::runMagnifiedPlot(MagnifiedPlot& plot)
+{
+    if (m_plotLines.empty())
+        return false;
+    for (const PlotLine& l : m_plotLines)
+        plot.drawLine(l.channel, l.fromFrame, l.fromValue, l.toFrame, l.toValue);
+    return true;
+}

@@ -2,6 +2,7 @@
 
 #include "app/ui_host.h"
 #include "modules/effect_dialog.h"
+#include "modules/magnified_plot.h"
 #include "view/spectrogram.h"
 
 #include <atomic>
@@ -89,6 +90,17 @@ public:
     // The last spectrum shown, for the command line to save.
     void showSpectrum(const Spectrogram& spectrogram, const std::string& title) override;
     const Spectrogram* lastSpectrum() const { return m_spectrum.get(); }
+    // What the magnified plot draws: lines (channel, from frame, from value,
+    // to frame, to value); without any the plot is cancelled.
+    struct PlotLine {
+        int channel;
+        std::size_t fromFrame;
+        float fromValue;
+        std::size_t toFrame;
+        float toValue;
+    };
+    void setPlotLines(std::vector<PlotLine> lines) { m_plotLines = std::move(lines); }
+    bool runMagnifiedPlot(MagnifiedPlot& plot) override;
     // The suggestion when questions are agreed to; on a terminal the name typed
     // (an empty line takes the suggestion); otherwise cancelled.
     std::string askSaveFileName(const std::string& title, const std::string& suggestion) override;
@@ -99,6 +111,7 @@ private:
     std::string m_presetChoice;
     std::string m_presetSaveName;
     std::shared_ptr<Spectrogram> m_spectrum;
+    std::vector<PlotLine> m_plotLines;
     std::vector<EffectDialog> m_effectDialogs;
     int answerFor(unsigned style, const std::string& text);
     void redrawTerminalLine();

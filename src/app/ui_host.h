@@ -8,6 +8,7 @@
 struct EffectDialog;
 struct PresetContext;
 struct Spectrogram;
+struct MagnifiedPlot;
 
 // Everything the core asks of a user interface: message boxes, the one modeless
 // progress box, text painted into dialog controls, help and the wait cursor.
@@ -90,6 +91,10 @@ public:
 
     // The spectrum display of a selection.
     virtual void showSpectrum(const Spectrogram& spectrogram, const std::string& title) = 0;
+
+    // The magnified plot: the samples of a short selection to redraw with
+    // the mouse; true for OK with the redrawn samples in `plot`.
+    virtual bool runMagnifiedPlot(MagnifiedPlot& plot) = 0;
 };
 
 // The host in use. Before any host is installed a HeadlessUiHost answers.

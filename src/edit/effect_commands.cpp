@@ -131,3 +131,12 @@ int spectrum_command(CChildFrame& f)
     show_3D_spectrum(f.hWaveWnd);
     return 1;
 }
+
+int magnified_plot_command(CChildFrame& f, HWND mainWindow)
+{
+    if (f.szFileName.empty() || !f.bHighlight || f.nSelEnd <= f.nSelStart)
+        return 0;
+    const std::string before = f.szFileName;
+    display_magnified_plot(mainWindow, f.hWaveWnd, effect_setting);
+    return changed(f, before);
+}

@@ -23,6 +23,9 @@ const EffectCommand* find_effect_command(const std::string& name);
 // when nothing ran (no selection, an unknown id).
 int run_effect_command(CChildFrame& frame, int id, HWND mainWindow = nullptr);
 
+// Command 393: the magnified plot of the selection; 1 when it was redrawn.
+int magnified_plot_command(CChildFrame& frame, HWND mainWindow = nullptr);
+
 // The spectrum display of the document's selection; 1 when it was shown.
 int spectrum_command(CChildFrame& frame);
 

@@ -45,3 +45,7 @@ void shift_waveform(HWND frame);
 // The spectrum display of the selection (a spectrogram).
 void show_3D_spectrum(HWND frame);
 long quantize_offset(long startFrame, double gridFrames);
+
+// "HVNMAG32": the magnified plot of the selection, redrawn with the mouse
+// (command 393).
+void display_magnified_plot(HWND mainWindow, HWND frame, int setting);

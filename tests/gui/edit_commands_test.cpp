@@ -1,6 +1,8 @@
 #include "app/main_frame.h"
 #include "edit/copy_selection_dialog.h"
 #include "edit/effect_parameters_dialog.h"
+#include "edit/magnified_plot_dialog.h"
+#include "modules/magnified_plot.h"
 #include "edit/edit_menu_state.h"
 #include "edit/edit_operations.h"
 #include "edit/mix.h"
@@ -10,6 +12,8 @@
 #include "gui_test.h"
 
 #include <QAction>
+#include <QApplication>
+#include <QMouseEvent>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDoubleSpinBox>
@@ -157,4 +161,27 @@ TEST_F(EditCommandsTest, EffectDialogsAndTheOperationsMenu)
     frame.onCommand(11602);
     EXPECT_EQ(f.szFileName, before);
     frame.close();
+}
+
+// The magnified plot's view: a drag with the left button redraws the samples
+// under the pointer, in the channel band where it started.
+TEST_F(EditCommandsTest, DraggingInTheMagnifiedPlotRedrawsSamples)
+{
+    MagnifiedPlot plot;
+    plot.channels.assign(2, std::vector<float>(100, 0.0f));
+    MagnifiedPlotDialog dialog(plot);
+    MagnifiedPlotView* view = dialog.view();
+    view->resize(400, 200);
+    // In the lower (right) band, from sample 10 to sample 30 at +0.5.
+    const QPoint from = view->pointOf(1, 10, 0.5f), to = view->pointOf(1, 30, 0.5f);
+    QTest::mousePress(view, Qt::LeftButton, {}, from);
+    QMouseEvent move(QEvent::MouseMove, QPointF(to), view->mapToGlobal(QPointF(to)), Qt::NoButton, Qt::LeftButton,
+                     Qt::NoModifier);
+    QApplication::sendEvent(view, &move);
+    QTest::mouseRelease(view, Qt::LeftButton, {}, to);
+    EXPECT_NEAR(plot.channels[1][10], 0.5f, 0.02f);
+    EXPECT_NEAR(plot.channels[1][20], 0.5f, 0.02f);
+    EXPECT_NEAR(plot.channels[1][30], 0.5f, 0.02f);
+    EXPECT_EQ(plot.channels[1][31], 0.0f);
+    EXPECT_EQ(plot.channels[0][20], 0.0f);
 }

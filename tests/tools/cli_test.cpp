@@ -313,4 +313,13 @@ TEST_F(CliTest, EffectsAreListedAndRunThroughTheirDialogsSettings)
     const QImage picture(QString::fromStdString(path("spectrum.png")));
     EXPECT_EQ(picture.size(), QSize(800, 400));
     EXPECT_EQ(cli({"run", "c.wav", "--spectrum", "none.png"}).exitCode, 1);
+
+    // The magnified plot: a line of zeros over ten frames of the left channel.
+    run = cli({"run", "c.wav", "--select", "100:300", "--draw", "0:0:0:9:0", "--save", "drawn.wav"});
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    const Bytes drawn = readFile(path("drawn.wav"));
+    EXPECT_EQ(drawn[44 + 200] | drawn[44 + 201] << 8, 0);           // frame 50, left
+    EXPECT_EQ(drawn[44 + 202] | drawn[44 + 203] << 8, 16000);       // frame 50, right
+    EXPECT_EQ(drawn[44 + 240] | drawn[44 + 241] << 8, 16000);       // frame 60, left: after the line
+    EXPECT_EQ(cli({"run", "c.wav", "--select", "100:300", "--draw", "0:0:zero"}).exitCode, 2);
 }

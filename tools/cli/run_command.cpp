@@ -11,6 +11,7 @@
 #include "view/document_save.h"
 
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <iostream>
 #include <map>
@@ -31,7 +32,8 @@ int usage()
                  "  --insert-silence SECONDS|selection  --undo  --redo\n"
                  "  --new-from-selection  --save OUT  --save-selection OUT\n"
                  "  --effect NAME [--preset NAME] [--param KEY=VALUE ...]   (ondrava-cli effects lists them)\n"
-                 "  --spectrum OUT.png   the spectrum display of the selection\n";
+                 "  --spectrum OUT.png   the spectrum display of the selection\n"
+                 "  --draw CHANNEL:FROM:VALUE:TO:VALUE ...   redraw samples in the magnified plot\n";
     return kExitUsage;
 }
 
@@ -41,7 +43,7 @@ const std::map<std::string, int> kSteps = {
     {"--clip-level", 1}, {"--dest-level", 1}, {"--target", 1},   {"--curve", 1},          {"--new-from-selection", 0},
     {"--copy", 0},     {"--cut", 0},        {"--paste", 0},      {"--replace", 0},        {"--crop", 0},
     {"--trim", 0},     {"--mix", 0},        {"--crossfade", 0},  {"--undo", 0},           {"--redo", 0},
-    {"--effect", 1},   {"--param", 1},      {"--preset", 1},     {"--spectrum", 1},
+    {"--effect", 1},   {"--param", 1},      {"--preset", 1},     {"--spectrum", 1},     {"--draw", 1},
 };
 
 bool parseLevel(const std::string& text, double& level)
@@ -155,6 +157,27 @@ int run_run_command(const std::vector<std::string>& argv)
                 undo_redo_toggle(f);
         } else if (step == "--new-from-selection") {
             ok = new_file_from_selection(f);
+        } else if (step == "--draw") {
+            // The magnified plot: consecutive lines CHANNEL:FROM:VALUE:TO:VALUE
+            // (frames counted from the selection's start, values -1..1).
+            std::vector<HeadlessUiHost::PlotLine> lines;
+            for (--i; i + 1 < argv.size() && argv[i] == "--draw"; i += 2) {
+                HeadlessUiHost::PlotLine l{};
+                char tail = 0;
+                if (std::sscanf(argv[i + 1].c_str(), "%d:%zu:%f:%zu:%f%c", &l.channel, &l.fromFrame, &l.fromValue,
+                                &l.toFrame, &l.toValue, &tail) != 5) {
+                    std::cerr << "ondrava-cli: --draw takes CHANNEL:FROM:VALUE:TO:VALUE\n";
+                    return kExitUsage;
+                }
+                lines.push_back(l);
+            }
+            --i;
+            auto* host = dynamic_cast<HeadlessUiHost*>(&uiHost());
+            if (host)
+                host->setPlotLines(lines);
+            ok = magnified_plot_command(f);
+            if (host)
+                host->setPlotLines({});
         } else if (step == "--spectrum") {
             auto* host = dynamic_cast<HeadlessUiHost*>(&uiHost());
             if (!host || !spectrum_command(f) || !host->lastSpectrum()) {
