@@ -254,6 +254,25 @@ void CMainFrame::buildMenus()
         const int k = c.id - 11500;
         const QChar key = k < 9 ? QChar('1' + k) : QChar('A' + (k - 9));
         addCommand(operations, c.id, tr(c.menuText), QKeySequence(QStringLiteral("Alt+Shift+") + key));
+        // The other menu texts of the same command open its dialog on their variant.
+        const auto variant = [this, operations](int id, const QString& text, int which) {
+            QAction* a = operations->addAction(text);
+            a->setObjectName(QStringLiteral("%1-%2").arg(id).arg(which));
+            connect(a, &QAction::triggered, this, [this, id, which] {
+                if (ChildFrameWindow* doc = activeDocument()) {
+                    if (run_effect_variant(doc->frame(), id, which, handle_of(this)))
+                        doc->refreshAfterEdit();
+                    updateCommandStates();
+                }
+            });
+            m_variantActions.push_back(a);
+        };
+        if (c.id == 11500) {
+            variant(11500, tr("A&ccelerando..."), 1);
+            variant(11500, tr("Ritardando..."), 2);
+        } else if (c.id == 11502) {
+            variant(11502, tr("&Glissando..."), 1);
+        }
     }
 
     QMenu* options = menuBar()->addMenu(tr("&Options"));
@@ -648,6 +667,8 @@ void CMainFrame::updateCommandStates()
     for (int id : {kCommandSpectrum, 393})
         if (QAction* a = action(id))
             a->setEnabled(hasHighlight);
+    for (QAction* a : m_variantActions)
+        a->setEnabled(hasHighlight);
     for (int id : {kCut, kCopy, kPaste, kReplace, kMix, kCrop, kTrim, kInsertSilence})
         if (QAction* a = action(id))
             a->setEnabled(hasDocument);

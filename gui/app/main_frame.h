@@ -3,6 +3,7 @@
 #include <QMainWindow>
 #include <QStringList>
 #include <map>
+#include <vector>
 
 class ChildFrameWindow;
 class QAction;
@@ -78,6 +79,8 @@ private:
     QLabel* m_playPosition = nullptr;
     class PlayCursorHost* m_playHost = nullptr;
     class PlayRecordTimeWindow* m_timeWindow = nullptr;
+    // Accelerando, Ritardando and Glissando: further menu texts of commands.
+    std::vector<QAction*> m_variantActions;
     QStringList m_positionTexts;
     QTimer* m_timer;
     int m_ticks = 0;

@@ -9,7 +9,11 @@
 #include <QDialogButtonBox>
 #include <QDoubleSpinBox>
 #include <QFormLayout>
+#include <QHBoxLayout>
+#include <QLabel>
 #include <QLineEdit>
+#include <QSlider>
+#include <cmath>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -20,7 +24,33 @@ EffectParametersDialog::EffectParametersDialog(EffectDialog& dialog, QWidget* pa
     setWindowTitle(QString::fromStdString(dialog.title));
     auto* layout = new QVBoxLayout(this);
     auto* form = new QFormLayout;
+    // Slider parameters stand side by side, as the bands of a graphic
+    // equalizer do.
+    auto* sliders = new QHBoxLayout;
     for (const EffectParameter& p : dialog.parameters) {
+        if (p.kind == EffectParameter::Kind::Number && p.slider) {
+            auto* column = new QVBoxLayout;
+            auto* shown = new QLabel(this);
+            shown->setAlignment(Qt::AlignCenter);
+            auto* slider = new QSlider(Qt::Vertical, this);
+            slider->setObjectName(QString::fromStdString(p.key));
+            slider->setRange(static_cast<int>(std::lround(p.min / p.step)), static_cast<int>(std::lround(p.max / p.step)));
+            slider->setProperty("step", p.step);
+            slider->setMinimumHeight(160);
+            const auto show = [shown, p](int v) {
+                shown->setText(QString::number(v * p.step, 'f', p.decimals) + QString::fromStdString(" " + p.unit));
+            };
+            connect(slider, &QSlider::valueChanged, this, show);
+            slider->setValue(static_cast<int>(std::lround(p.value / p.step)));
+            show(slider->value());
+            auto* name = new QLabel(QString::fromStdString(p.label), this);
+            name->setAlignment(Qt::AlignCenter);
+            column->addWidget(shown);
+            column->addWidget(slider, 1, Qt::AlignHCenter);
+            column->addWidget(name);
+            sliders->addLayout(column);
+            continue;
+        }
         QWidget* editor = nullptr;
         switch (p.kind) {
         case EffectParameter::Kind::Number: {
@@ -58,6 +88,7 @@ EffectParametersDialog::EffectParametersDialog(EffectDialog& dialog, QWidget* pa
         editor->setObjectName(QString::fromStdString(p.key));
         form->addRow(QString::fromStdString(p.label), editor);
     }
+    layout->addLayout(sliders);
     layout->addLayout(form);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel | QDialogButtonBox::Help, this);
     if (dialog.preview) {
@@ -104,6 +135,8 @@ void EffectParametersDialog::collect(EffectDialog& dialog) const
         QWidget* w = editor(p.key);
         if (auto* number = qobject_cast<QDoubleSpinBox*>(w))
             p.value = number->value();
+        else if (auto* slider = qobject_cast<QSlider*>(w))
+            p.value = slider->value() * p.step;
         else if (auto* choice = qobject_cast<QComboBox*>(w))
             p.value = choice->currentIndex();
         else if (auto* toggle = qobject_cast<QCheckBox*>(w))
@@ -119,6 +152,8 @@ void EffectParametersDialog::showValues(const EffectDialog& dialog)
         QWidget* w = editor(p.key);
         if (auto* number = qobject_cast<QDoubleSpinBox*>(w))
             number->setValue(p.value);
+        else if (auto* slider = qobject_cast<QSlider*>(w))
+            slider->setValue(static_cast<int>(std::lround(p.value / p.step)));
         else if (auto* choice = qobject_cast<QComboBox*>(w))
             choice->setCurrentIndex(static_cast<int>(p.value));
         else if (auto* toggle = qobject_cast<QCheckBox*>(w))

@@ -19,7 +19,7 @@ EffectDialog equalizer_dialog()
         const double f = kEqualizerBands[i];
         const std::string label = f < 1000 ? std::to_string(static_cast<int>(f)) + " Hz"
                                            : std::to_string(static_cast<int>(f / 1000)) + " kHz";
-        d.number("band" + std::to_string(i + 1), label, -12, 12, 0, 0.5, 1, "dB");
+        d.number("band" + std::to_string(i + 1), label, -12, 12, 0, 0.5, 1, "dB").slider = true;
     }
     return d;
 }

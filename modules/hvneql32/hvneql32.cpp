@@ -14,6 +14,7 @@
 #include "edit/transfer_helpers.h"
 #include "edit/undo.h"
 #include "view/mouse_selection.h"
+#include "edit/effect_commands.h"
 #include "edit/presets.h"
 #include "modules/module_entries.h"
 #include "modules/module_support.h"
@@ -125,12 +126,18 @@ int timePitch(CChildFrame& f, int code, std::function<double(double)> tempo, std
 
 }  // namespace
 
-int stretch_selected_passage(HWND window, int code, int)
+int stretch_selected_passage(HWND window, int code, int flag)
 {
     CChildFrame* f = selected_frame(window);
     if (!f)
         return 0;
     EffectDialog d = tempo_dialog();
+    // Accelerando and Ritardando open on a gradual change their way.
+    if (flag == 1 || flag == 2) {
+        d.set("mode", "gradual");
+        d.set("end", flag == 1 ? "150" : "66");
+        d.title = flag == 1 ? "Accelerando" : "Ritardando";
+    }
     if (!run_effect_dialog(d))
         return 0;
     const bool gradual = d.choice("mode") == 1;
@@ -145,6 +152,10 @@ int how_to_change_pitch(HWND window)
     if (!f)
         return 0;
     EffectDialog d = pitch_dialog();
+    if (effect_variant == 1) {
+        d.set("mode", "glissando");
+        d.title = "Glissando";
+    }
     if (!run_effect_dialog(d))
         return 0;
     const bool glissando = d.choice("mode") == 1;

@@ -10,6 +10,7 @@
 #include <vector>
 
 int effect_setting = 24;
+int effect_variant = 0;
 
 namespace {
 
@@ -63,7 +64,7 @@ int run_effect_command(CChildFrame& f, int id, HWND mainWindow)
     switch (id) {
     case 11301:
     case 11501: return amplify_waveform(mainWindow, frame, code, effect_setting, work.data());
-    case 11500: return stretch_selected_passage(frame, 11500, 0);
+    case 11500: return stretch_selected_passage(frame, 11500, effect_variant);
     case 11502: return how_to_change_pitch(frame);
     case 11503:
         set_preset_context("HVNECHO.INI", load_string(5056), load_string(5057), load_string(5058),
@@ -139,4 +140,12 @@ int magnified_plot_command(CChildFrame& f, HWND mainWindow)
     const std::string before = f.szFileName;
     display_magnified_plot(mainWindow, f.hWaveWnd, effect_setting);
     return changed(f, before);
+}
+
+int run_effect_variant(CChildFrame& f, int id, int variant, HWND mainWindow)
+{
+    effect_variant = variant;
+    const int result = run_effect_command(f, id, mainWindow);
+    effect_variant = 0;
+    return result;
 }

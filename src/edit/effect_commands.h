@@ -29,6 +29,12 @@ int magnified_plot_command(CChildFrame& frame, HWND mainWindow = nullptr);
 // The spectrum display of the document's selection; 1 when it was shown.
 int spectrum_command(CChildFrame& frame);
 
+// Which of a command's menu items chose it: Tempo (11500) is also
+// Accelerando (1) and Ritardando (2), Change Pitch (11502) also Glissando (1).
+// The module's dialog opens on that variant; 0 is the plain command.
+int run_effect_variant(CChildFrame& frame, int id, int variant, HWND mainWindow = nullptr);
+extern int effect_variant;
+
 // The program-wide integer setting handed to Clear, Amplify and the
 // magnified plot (24 unless changed).
 extern int effect_setting;

@@ -17,6 +17,7 @@ struct EffectParameter {
     double min = 0, max = 1, value = 0, step = 1;
     int decimals = 0;
     std::string unit;                  // shown after a number
+    bool slider = false;               // a number shown as a vertical slider (a graphic equalizer's bands)
     std::vector<std::string> choices;  // Choice: value is the index
     std::string text;                  // Text: the value itself
     // Text: checks a value; the reason when it is not acceptable.

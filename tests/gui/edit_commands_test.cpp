@@ -128,6 +128,7 @@ TEST_F(EditCommandsTest, EffectDialogsAndTheOperationsMenu)
     d.number("gain", "Gain", -60, 40, 0, 0.1, 1, "dB");
     d.choice("curve", "Curve", {"linear", "logarithmic"});
     d.toggle("keep", "Keep", false);
+    d.number("band1", "31 Hz", -12, 12, 0, 0.5, 1, "dB").slider = true;
     {
         EffectParametersDialog box(d);
         EXPECT_EQ(box.windowTitle(), "Test effect");
@@ -138,6 +139,10 @@ TEST_F(EditCommandsTest, EffectDialogsAndTheOperationsMenu)
         gain->setValue(-6.5);
         qobject_cast<QComboBox*>(box.editor("curve"))->setCurrentIndex(1);
         qobject_cast<QCheckBox*>(box.editor("keep"))->setChecked(true);
+        auto* band = qobject_cast<QSlider*>(box.editor("band1"));
+        ASSERT_TRUE(band);
+        EXPECT_EQ(band->orientation(), Qt::Vertical);
+        band->setValue(7);  // 3.5 dB in half-decibel steps
         box.reject();
         EXPECT_EQ(d.value("gain"), 0);
         box.accept();
@@ -145,6 +150,7 @@ TEST_F(EditCommandsTest, EffectDialogsAndTheOperationsMenu)
     EXPECT_DOUBLE_EQ(d.value("gain"), -6.5);
     EXPECT_EQ(d.choice("curve"), 1);
     EXPECT_TRUE(d.toggle("keep"));
+    EXPECT_DOUBLE_EQ(d.value("band1"), 3.5);
 
     CMainFrame frame;
     openTone(2, 16, 22050, 4000);

@@ -381,3 +381,25 @@ TEST_F(EqlEffectsTest, TheSpectrumShowsATonesFrequencyAndLevelAndChangesNothing)
     doc->bHighlight = 0;
     EXPECT_EQ(spectrum_command(*doc), 0);
 }
+
+TEST_F(EqlEffectsTest, AccelerandoRitardandoAndGlissandoOpenOnTheirVariant)
+{
+    gainAt(11509, 100, {{"frequency", "20000"}});  // leaves a document open
+    host.setDescribeEffects(true);
+    run_effect_variant(*doc, 11500, 1);
+    run_effect_variant(*doc, 11500, 2);
+    run_effect_variant(*doc, 11502, 1);
+    run_effect_command(*doc, 11500);
+    host.setDescribeEffects(false);
+    const auto& shown = host.effectDialogsShown();
+    ASSERT_GE(shown.size(), 4u);
+    const auto last4 = std::vector<EffectDialog>(shown.end() - 4, shown.end());
+    EXPECT_EQ(last4[0].title, "Accelerando");
+    EXPECT_EQ(last4[0].choice("mode"), 1);
+    EXPECT_EQ(last4[0].value("end"), 150);
+    EXPECT_EQ(last4[1].title, "Ritardando");
+    EXPECT_EQ(last4[1].value("end"), 66);
+    EXPECT_EQ(last4[2].title, "Glissando");
+    EXPECT_EQ(last4[2].choice("mode"), 1);
+    EXPECT_EQ(last4[3].choice("mode"), 0);  // the plain command
+}
