@@ -110,18 +110,32 @@ std::function<double(double)> ramp(double from, double to)
     return [from, to](double t) { return from + (to - from) * t; };
 }
 
-int timePitch(CChildFrame& f, int code, std::function<double(double)> tempo, std::function<double(double)> semitones,
-              const char* text)
+StreamKernel timePitchKernel(const CChildFrame& f, std::function<double(double)> tempo,
+                             std::function<double(double)> semitones)
 {
     const std::size_t frames = (f.nSelEnd - f.nSelStart) / static_cast<std::size_t>(channelsOf(f));
     auto shifter = std::make_shared<TimePitchShifter>(channelsOf(f), f.wfx.nSamplesPerSec, frames, std::move(tempo),
                                                       std::move(semitones));
-    return transform_selection(
-        f, code,
-        [shifter](const float* in, std::size_t n, int, bool last, std::vector<float>& out) {
-            shifter->process(in, n, last, out);
-        },
-        text);
+    return [shifter](const float* in, std::size_t n, int, bool last, std::vector<float>& out) {
+        shifter->process(in, n, last, out);
+    };
+}
+
+// The tempo and pitch ramps a dialog's values ask for.
+StreamKernel tempoKernel(const EffectDialog& d, const CChildFrame& f)
+{
+    const bool gradual = d.choice("mode") == 1;
+    const double from = (gradual ? d.value("start") : d.value("tempo")) / 100;
+    const double to = (gradual ? d.value("end") : d.value("tempo")) / 100;
+    return timePitchKernel(f, ramp(from, to), ramp(0, 0));
+}
+
+StreamKernel pitchKernel(const EffectDialog& d, const CChildFrame& f)
+{
+    const bool glissando = d.choice("mode") == 1;
+    const double from = glissando ? d.value("start") : d.value("semitones");
+    const double to = glissando ? d.value("end") : d.value("semitones");
+    return timePitchKernel(f, ramp(1, 1), ramp(from, to));
 }
 
 }  // namespace
@@ -138,12 +152,10 @@ int stretch_selected_passage(HWND window, int code, int flag)
         d.set("end", flag == 1 ? "150" : "66");
         d.title = flag == 1 ? "Accelerando" : "Ritardando";
     }
+    d.preview = [f](const EffectDialog& v) { preview_selection(*f, tempoKernel(v, *f)); };
     if (!run_effect_dialog(d))
         return 0;
-    const bool gradual = d.choice("mode") == 1;
-    const double from = (gradual ? d.value("start") : d.value("tempo")) / 100;
-    const double to = (gradual ? d.value("end") : d.value("tempo")) / 100;
-    return timePitch(*f, code, ramp(from, to), ramp(0, 0), "Changing the tempo...");
+    return transform_selection(*f, code, tempoKernel(d, *f), "Changing the tempo...");
 }
 
 int how_to_change_pitch(HWND window)
@@ -156,12 +168,10 @@ int how_to_change_pitch(HWND window)
         d.set("mode", "glissando");
         d.title = "Glissando";
     }
+    d.preview = [f](const EffectDialog& v) { preview_selection(*f, pitchKernel(v, *f)); };
     if (!run_effect_dialog(d))
         return 0;
-    const bool glissando = d.choice("mode") == 1;
-    const double from = glissando ? d.value("start") : d.value("semitones");
-    const double to = glissando ? d.value("end") : d.value("semitones");
-    return timePitch(*f, 11502, ramp(1, 1), ramp(from, to), "Changing the pitch...");
+    return transform_selection(*f, 11502, pitchKernel(d, *f), "Changing the pitch...");
 }
 
 std::string noise_profile_path() { return join_path(user_directory(), "noise_profile.bin"); }

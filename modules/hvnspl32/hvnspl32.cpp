@@ -19,6 +19,9 @@
 
 namespace {
 
+// The HRTF set used for spatial localization.
+const char* const kDefaultHrtf = "/usr/share/libmysofa/default.sofa";
+
 int channelsOf(const CChildFrame& f) { return std::max<int>(1, f.wfx.nChannels); }
 unsigned rateOf(const CChildFrame& f) { return std::max<std::uint32_t>(1, f.wfx.nSamplesPerSec); }
 
@@ -92,43 +95,10 @@ int amplify_waveform_by_envelope(HWND window, int mode)
     return run_with_dialog(*f, 11505, envelope_dialog(), envelopeKernel, "Shaping the envelope...");
 }
 
-// The HRTF set used for spatial localization.
-static const char* const kDefaultHrtf = "/usr/share/libmysofa/default.sofa";
+namespace {
 
-void set_spatial_localization(HWND window)
+SampleKernel toneKernel(const EffectDialog& d, const CChildFrame& f)
 {
-    CChildFrame* f = selected_frame(window);
-    if (!f)
-        return;
-    if (f->wfx.nChannels != 2) {
-        ErrMsg("Spatial localization needs a stereo file.");
-        return;
-    }
-    EffectDialog d = spatial_dialog();
-    if (!run_effect_dialog(d))
-        return;
-    auto renderer = std::make_shared<SpatialRenderer>();
-    const unsigned rate = std::max<std::uint32_t>(1, f->wfx.nSamplesPerSec);
-    if (d.choice("method") == 0) {
-        if (auto reason = SpatialRenderer::create(kDefaultHrtf, rate, d.value("azimuth"), d.value("elevation"), *renderer)) {
-            ErrMsg("%s: the direction is made from time and level differences instead.", reason->c_str());
-            renderer->useCues(rate, d.value("azimuth"));
-        }
-    } else {
-        renderer->useCues(rate, d.value("azimuth"));
-    }
-    run_processor(*f, 11516, renderer, "Placing the sound...");
-}
-
-void make_tones_or_effects(HWND window)
-{
-    CChildFrame* f = selected_frame(window);
-    if (!f)
-        return;
-    const unsigned rate = std::max<std::uint32_t>(1, f->wfx.nSamplesPerSec);
-    EffectDialog d = tones_dialog(rate);
-    if (!run_effect_dialog(d))
-        return;
     ToneSettings s;
     s.kind = static_cast<ToneSettings::Kind>(d.choice("kind"));
     s.wave = d.choice("wave");
@@ -140,12 +110,60 @@ void make_tones_or_effects(HWND window)
     s.digits = d.text("digits");
     s.toneMs = d.value("tone");
     s.gapMs = d.value("gap");
-    const std::uint64_t frames = (f->nSelEnd - f->nSelStart) / static_cast<std::uint64_t>(std::max<int>(1, f->wfx.nChannels));
-    auto generator = std::make_shared<ToneGenerator>(s, rate, frames);
-    process_selection(
-        *f, 11517,
-        [generator](float* samples, std::size_t n, int channels, std::uint64_t) {
-            generator->generate(samples, n, channels);
-        },
-        {"Generating..."});
+    const std::uint64_t frames = (f.nSelEnd - f.nSelStart) / static_cast<std::uint64_t>(channelsOf(f));
+    auto generator = std::make_shared<ToneGenerator>(s, rateOf(f), frames);
+    return [generator](float* samples, std::size_t n, int channels, std::uint64_t) {
+        generator->generate(samples, n, channels);
+    };
+}
+
+// Through the HRTF set when asked and it can be read, else the time and
+// level cues (`reason` says why not).
+std::shared_ptr<SpatialRenderer> spatialRenderer(const EffectDialog& d, const CChildFrame& f, std::string* reason)
+{
+    auto renderer = std::make_shared<SpatialRenderer>();
+    if (d.choice("method") == 0) {
+        if (auto why = SpatialRenderer::create(kDefaultHrtf, rateOf(f), d.value("azimuth"), d.value("elevation"),
+                                               *renderer)) {
+            if (reason)
+                *reason = *why;
+            renderer->useCues(rateOf(f), d.value("azimuth"));
+        }
+    } else {
+        renderer->useCues(rateOf(f), d.value("azimuth"));
+    }
+    return renderer;
+}
+
+SampleKernel spatialKernel(const EffectDialog& d, const CChildFrame& f)
+{
+    return processor_kernel(spatialRenderer(d, f, nullptr));
+}
+
+}  // namespace
+
+void set_spatial_localization(HWND window)
+{
+    CChildFrame* f = selected_frame(window);
+    if (!f)
+        return;
+    if (f->wfx.nChannels != 2) {
+        ErrMsg("Spatial localization needs a stereo file.");
+        return;
+    }
+    EffectDialog d = spatial_dialog();
+    offer_preview(d, *f, [f](const EffectDialog& v) { return spatialKernel(v, *f); });
+    if (!run_effect_dialog(d))
+        return;
+    std::string reason;
+    auto renderer = spatialRenderer(d, *f, &reason);
+    if (!reason.empty())
+        ErrMsg("%s: the direction is made from time and level differences instead.", reason.c_str());
+    run_processor(*f, 11516, renderer, "Placing the sound...");
+}
+
+void make_tones_or_effects(HWND window)
+{
+    if (CChildFrame* f = selected_frame(window))
+        run_with_dialog(*f, 11517, tones_dialog(rateOf(*f)), toneKernel, "Generating...");
 }
