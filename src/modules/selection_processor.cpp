@@ -86,6 +86,23 @@ bool beginNewVersion(CChildFrame& f, const Range& r, UniqueFd& in, UniqueFd& out
     return true;
 }
 
+// Writes the whole frames of `out` as PCM at `written` (which moves on) and
+// keeps a part frame for later. false (and the message) on a failed write.
+bool writeWholeFrames(int fd, std::vector<float>& out, int channels, int bits, std::vector<unsigned char>& encoded,
+                      std::uint64_t& written)
+{
+    const std::size_t whole = out.size() / static_cast<std::size_t>(channels) * static_cast<std::size_t>(channels);
+    encoded.resize(whole * static_cast<std::size_t>(bits / 8));
+    float_to_pcm(out.data(), encoded.data(), whole, bits);
+    if (!write_fully(fd, encoded.data(), static_cast<long long>(encoded.size()), static_cast<long long>(written))) {
+        NewErrMsg(5025);
+        return false;
+    }
+    written += encoded.size();
+    out.erase(out.begin(), out.begin() + static_cast<long>(whole));
+    return true;
+}
+
 }  // namespace
 
 void pcm_to_float(const unsigned char* in, float* out, std::size_t samples, int bits)
@@ -245,19 +262,7 @@ int transform_selection(CChildFrame& f, int code, const StreamKernel& kernel, co
         return 0;
     };
     std::uint64_t written = r.start;
-    const auto flush = [&] {
-        const std::size_t whole = out.size() / static_cast<std::size_t>(channels) * static_cast<std::size_t>(channels);
-        encoded.resize(whole * static_cast<std::size_t>(bits / 8));
-        float_to_pcm(out.data(), encoded.data(), whole, bits);
-        if (!write_fully(dest.get(), encoded.data(), static_cast<long long>(encoded.size()),
-                         static_cast<long long>(written))) {
-            NewErrMsg(5025);
-            return 0;
-        }
-        written += encoded.size();
-        out.erase(out.begin(), out.begin() + static_cast<long>(whole));
-        return 1;
-    };
+    const auto flush = [&] { return writeWholeFrames(dest.get(), out, channels, bits, encoded, written) ? 1 : 0; };
     const int ok = forEachBlock(r, blockFrames, progressText, [&](std::uint64_t done, std::size_t n) {
         const std::size_t bytes = n * r.frameBytes;
         if (read_fully(in.get(), raw.data(), static_cast<long long>(bytes),
@@ -329,16 +334,8 @@ int preview_selection(CChildFrame& f, const StreamKernel& kernel, double seconds
         pcm_to_float(raw.data(), samples.data(), n * static_cast<std::size_t>(channels), bits);
         done += n;
         kernel(samples.data(), n, channels, done >= r.frames, out);
-        const std::size_t whole = out.size() / static_cast<std::size_t>(channels) * static_cast<std::size_t>(channels);
-        encoded.resize(whole * static_cast<std::size_t>(bits / 8));
-        float_to_pcm(out.data(), encoded.data(), whole, bits);
-        if (!write_fully(dest.get(), encoded.data(), static_cast<long long>(encoded.size()),
-                         static_cast<long long>(written))) {
-            NewErrMsg(5025);
+        if (!writeWholeFrames(dest.get(), out, channels, bits, encoded, written))
             return 0;
-        }
-        written += encoded.size();
-        out.erase(out.begin(), out.begin() + static_cast<long>(whole));
     }
     dest.reset();
     return playback.play_file(f, preview_file_path(), 0, static_cast<std::uint32_t>(written));
