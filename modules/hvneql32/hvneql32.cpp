@@ -176,12 +176,34 @@ int how_to_change_pitch(HWND window)
 
 std::string noise_profile_path() { return join_path(user_directory(), "noise_profile.bin"); }
 
+namespace {
+
+StreamKernel noiseKernel(const EffectDialog& d, const NoiseProfile& profile)
+{
+    NoiseReductionSettings s;
+    s.reductionDb = d.value("reduction");
+    s.oversubtraction = d.value("oversubtraction");
+    s.smoothing = d.value("smoothing") / 100;
+    auto reducer = std::make_shared<NoiseReducer>(profile, s);
+    return [reducer](const float* in, std::size_t n, int, bool last, std::vector<float>& out) {
+        reducer->process(in, n, last, out);
+    };
+}
+
+}  // namespace
+
 void remove_noise(HWND window)
 {
     CChildFrame* f = selected_frame(window);
     if (!f)
         return;
     EffectDialog d = noise_reduction_dialog();
+    // The preview reduces with the profile taken (nothing without one).
+    d.preview = [f](const EffectDialog& v) {
+        NoiseProfile profile;
+        if (profile.load(noise_profile_path()) && profile.channels == channelsOf(*f))
+            preview_selection(*f, noiseKernel(v, profile));
+    };
     if (!run_effect_dialog(d))
         return;
     if (d.choice("step") == 1) {
@@ -205,17 +227,7 @@ void remove_noise(HWND window)
         ErrMsg("First take a noise profile: highlight a stretch of noise alone and choose the profile step.");
         return;
     }
-    NoiseReductionSettings s;
-    s.reductionDb = d.value("reduction");
-    s.oversubtraction = d.value("oversubtraction");
-    s.smoothing = d.value("smoothing") / 100;
-    auto reducer = std::make_shared<NoiseReducer>(profile, s);
-    transform_selection(
-        *f, 11511,
-        [reducer](const float* in, std::size_t n, int, bool last, std::vector<float>& out) {
-            reducer->process(in, n, last, out);
-        },
-        "Reducing noise...");
+    transform_selection(*f, 11511, noiseKernel(d, profile), "Reducing noise...");
 }
 
 // The frames a quantize moves a start by: to the nearest line of a grid of
