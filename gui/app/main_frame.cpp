@@ -27,6 +27,8 @@
 #include "edit/edit_operations.h"
 #include "edit/pseudo_clipboard.h"
 #include "edit/undo.h"
+#include "edit/timemark_bars.h"
+#include "edit/timemarks.h"
 #include "view/mouse_selection.h"
 #include "view/view_navigation.h"
 #include "wavefile/wave_file_dialogs.h"
@@ -130,6 +132,7 @@ CMainFrame::CMainFrame() : m_mdi(new QMdiArea(this)), m_timer(new QTimer(this))
     connect(m_mdi, &QMdiArea::subWindowActivated, this, [this](QMdiSubWindow*) {
         ChildFrameWindow* doc = activeDocument();
         set_active_frame(doc ? &doc->frame() : nullptr);
+        m_timemarkBars->showActive();
         updateCommandStates();
         updatePositionDisplays();
     });
@@ -205,6 +208,11 @@ void CMainFrame::buildMenus()
     addCommand(edit, 1881, QString());
     addCommand(edit, 11301, tr("C&lear"));
     addCommand(edit, 11518, QString(), QKeySequence(QStringLiteral("Alt+Shift+L")));
+    edit->addSeparator();
+    QMenu* marks = edit->addMenu(tr("Ti&memarks"));
+    addCommand(marks, ID_TIMEMARK_ADD, tr("&Add Timemark"), QKeySequence(QStringLiteral("F9")));
+    addCommand(marks, kCommandMarkHighlight, tr("Mark &Highlight"), QKeySequence(QStringLiteral("Shift+F9")));
+    addCommand(marks, ID_TIMEMARK_DELETE_ALL, tr("&Delete All Timemarks"));
     edit->addSeparator();
     addCommand(edit, 1020, QString());
 
@@ -326,6 +334,10 @@ void CMainFrame::buildControlBars()
         }
         addToolBar(bar);
         m_bars.push_back(bar);
+    }
+    m_timemarkBars = new TimemarkBars(m_bars[6], m_bars[7], [this] { return activeDocument(); }, this);
+    for (int i = 0; i < kControlBarCount; ++i) {
+        QToolBar* bar = m_bars[static_cast<size_t>(i)];
         // Bars whose commands arrive with later parts of the program stay out
         // of sight until they have something to offer.
         const bool hasCommands = !bar->actions().isEmpty();
@@ -520,6 +532,12 @@ void CMainFrame::showPreferences()
     }
 }
 
+void CMainFrame::refillCueList(const CChildFrame* frame, const CueList& list)
+{
+    if (m_timemarkBars)
+        m_timemarkBars->refill(frame, list);
+}
+
 void CMainFrame::onCommand(int id)
 {
     if (ChildFrameWindow::isViewCommand(id)) {
@@ -599,6 +617,17 @@ void CMainFrame::onCommand(int id)
         break;
     }
     case 1813: openRecordDialog(); break;
+    case ID_TIMEMARK_ADD: case kCommandMarkHighlight: case ID_TIMEMARK_DELETE_ALL:
+        if (ChildFrameWindow* doc = activeDocument()) {
+            if (id == ID_TIMEMARK_ADD)
+                add_timemark(doc->frame());
+            else if (id == kCommandMarkHighlight)
+                add_timemark_pair(doc->frame());
+            else
+                delete_all_timemarks(doc->frame());
+            doc->refreshAfterEdit();
+        }
+        break;
     default: break;
     }
 }

@@ -5,7 +5,10 @@
 #include <map>
 #include <vector>
 
+class CChildFrame;
 class ChildFrameWindow;
+class TimemarkBars;
+struct CueList;
 class QAction;
 class QLabel;
 class QMdiArea;
@@ -29,6 +32,9 @@ public:
     bool openFile(const QString& path);
     // Runs a command id as if chosen from a menu.
     void onCommand(int id);
+    // The cue list of a document changed (shown when it is the active one).
+    void refillCueList(const CChildFrame* frame, const CueList& list);
+    TimemarkBars* timemarkBars() const { return m_timemarkBars; }
 
     ChildFrameWindow* activeDocument() const;
     QList<ChildFrameWindow*> documents() const;
@@ -83,6 +89,7 @@ private:
     std::vector<QAction*> m_variantActions;
     QStringList m_positionTexts;
     QTimer* m_timer;
+    TimemarkBars* m_timemarkBars = nullptr;
     int m_ticks = 0;
 };
 
@@ -98,6 +105,8 @@ constexpr int kCommandHelp = 57670;
 constexpr int kCommandAbout = 57664;
 // The spectrum display (an id of our own: the command has none that is named).
 constexpr int kCommandSpectrum = 32910;
+// A pair of time marks from the highlight.
+constexpr int kCommandMarkHighlight = 11702;
 constexpr int kCommandRecentFirst = 57616;  // 57616 .. 57621
 constexpr int kCommandOpenOpened = 11310;    // opens szOpenedFileName
 constexpr int kCommandSave = 57603;

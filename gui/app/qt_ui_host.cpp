@@ -1,8 +1,10 @@
 #include "app/qt_ui_host.h"
 
+#include "app/main_frame.h"
 #include "edit/effect_parameters_dialog.h"
 #include "edit/magnified_plot_dialog.h"
 #include "edit/preset_dialogs.h"
+#include "edit/timemark_dialogs.h"
 #include "modules/magnified_plot.h"
 #include "view/spectrogram_image.h"
 
@@ -274,4 +276,12 @@ bool QtUiHost::runMagnifiedPlot(MagnifiedPlot& plot)
         return false;
     plot = edited;
     return true;
+}
+
+bool QtUiHost::askMarkerName(std::string& name) { return MarkerNameDialog::ask(m_main, name); }
+
+void QtUiHost::refillCueList(const CChildFrame* frame, const CueList& list)
+{
+    if (auto* main = qobject_cast<CMainFrame*>(m_main))
+        main->refillCueList(frame, list);
 }

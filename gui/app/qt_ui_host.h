@@ -38,6 +38,8 @@ public:
     HWND createConversionBox(const std::string& source, const std::string& destination) override;
     void destroyConversionBox(HWND box) override;
     std::string askSaveFileName(const std::string& title, const std::string& suggestion) override;
+    bool askMarkerName(std::string& name) override;
+    void refillCueList(const CChildFrame* frame, const CueList& list) override;
 
     ProgressBox* progressBox() const { return m_progress; }
     // The painter an owner-drawn button is painting with, for the duration of its paint.

@@ -7,6 +7,8 @@
 #include "audio/transport_state.h"
 #include "edit/copy_selection_dialog.h"
 #include "edit/edit_operations.h"
+#include "edit/timemark_dialogs.h"
+#include "edit/timemarks.h"
 #include "view/channel_cursors.h"
 #include "view/child_frame.h"
 #include "view/display_levels.h"
@@ -23,6 +25,7 @@
 #include <QPainter>
 #include <QScrollBar>
 #include <QToolBar>
+#include <cstdlib>
 
 namespace {
 
@@ -212,6 +215,19 @@ void ChildFrameWindow::resizeEvent(QResizeEvent*)
 void ChildFrameWindow::mousePressEvent(QMouseEvent* event)
 {
     const QPoint at = event->position().toPoint();
+    const int mark = transport_state().busy() ? -1 : find_timemark(*m_frame, at.x(), at.y());
+    if (mark >= 0 && event->button() == Qt::LeftButton) {
+        // The mark is grabbed: a drag moves it, a click chooses it.
+        m_grabbedMark = mark;
+        m_grabX = at.x();
+        return;
+    }
+    if (mark >= 0 && event->button() == Qt::RightButton) {
+        TimemarkDialog dialog(*m_frame, mark, timeFormat(), this);
+        dialog.run();
+        changed();
+        return;
+    }
     if (event->button() == Qt::LeftButton) {
         if (left_button_down(*m_frame, at.x(), at.y(), event->modifiers() & Qt::ShiftModifier))
             changed();
@@ -235,7 +251,14 @@ void ChildFrameWindow::mousePressEvent(QMouseEvent* event)
 void ChildFrameWindow::mouseMoveEvent(QMouseEvent* event)
 {
     const QPoint at = event->position().toPoint();
-    setCursor(cursor_for(cursor_at(*m_frame, at.x(), at.y())));
+    if (m_grabbedMark >= 0) {
+        setCursor(cursor_for(ViewCursor::Strip));
+        return;
+    }
+    const int mark = find_timemark(*m_frame, at.x(), at.y());
+    setToolTip(mark >= 0 ? QString::fromStdString(timemark_info_text(*m_frame, mark, false, 0, timeFormat()))
+                         : QString());
+    setCursor(cursor_for(mark >= 0 ? ViewCursor::Strip : cursor_at(*m_frame, at.x(), at.y())));
     const bool wasDragging = m_frame->bHighlightDragging;
     if (mouse_moved(*m_frame, at.x(), at.y(), event->buttons() & Qt::LeftButton,
                     event->modifiers() & Qt::ShiftModifier))
@@ -285,6 +308,16 @@ void ChildFrameWindow::mouseReleaseEvent(QMouseEvent* event)
     if (event->button() != Qt::LeftButton)
         return;
     const QPoint at = event->position().toPoint();
+    if (m_grabbedMark >= 0) {
+        const int mark = m_grabbedMark;
+        m_grabbedMark = -1;
+        if (std::abs(at.x() - m_grabX) > 1)
+            move_timemark(*m_frame, mark, at.x());
+        else
+            select_timemark(*m_frame, mark);
+        changed();
+        return;
+    }
     const bool strip = m_frame->bStripDrag;
     if (strip && QWidget::mouseGrabber() == this)
         releaseMouse();

@@ -70,4 +70,6 @@ private:
     QScrollBar* m_scroll;
     bool m_syncing = false;
     std::int64_t m_playCursor = -1;
+    int m_grabbedMark = -1;  // the time mark held by the left button
+    int m_grabX = 0;
 };

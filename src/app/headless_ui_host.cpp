@@ -2,6 +2,7 @@
 
 #include "app/messages.h"
 #include "edit/presets.h"
+#include "edit/timemarks.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -231,4 +232,26 @@ bool HeadlessUiHost::runMagnifiedPlot(MagnifiedPlot& plot)
     for (const PlotLine& l : m_plotLines)
         plot.drawLine(l.channel, l.fromFrame, l.fromValue, l.toFrame, l.toValue);
     return true;
+}
+
+bool HeadlessUiHost::askMarkerName(std::string& name)
+{
+    if (m_markerNames.empty())
+        return false;
+    name = m_markerNames.front();
+    m_markerNames.pop_front();
+    return !name.empty();
+}
+
+void HeadlessUiHost::refillCueList(const CChildFrame* frame, const CueList& list)
+{
+    m_cueList = std::make_shared<CueList>(list);
+    m_cueListFrame = frame;
+    ++m_cueListRefills;
+}
+
+const CueList& HeadlessUiHost::cueList() const
+{
+    static const CueList none;
+    return m_cueList ? *m_cueList : none;
 }

@@ -105,7 +105,21 @@ public:
     // (an empty line takes the suggestion); otherwise cancelled.
     std::string askSaveFileName(const std::string& title, const std::string& suggestion) override;
 
+    // The name the next "ENTERMARKERNAME" questions get, in order; without
+    // one the question is cancelled.
+    void scriptMarkerNames(std::initializer_list<std::string> names) { m_markerNames.assign(names); }
+    bool askMarkerName(std::string& name) override;
+    void refillCueList(const CChildFrame* frame, const CueList& list) override;
+    // The last cue list handed over, and for which document.
+    const CueList& cueList() const;
+    const CChildFrame* cueListFrame() const { return m_cueListFrame; }
+    int cueListRefills() const { return m_cueListRefills; }
+
 private:
+    std::deque<std::string> m_markerNames;
+    std::shared_ptr<CueList> m_cueList;
+    const CChildFrame* m_cueListFrame = nullptr;
+    int m_cueListRefills = 0;
     std::vector<std::pair<std::string, std::string>> m_effectSettings;
     bool m_describeEffects = false;
     std::string m_presetChoice;

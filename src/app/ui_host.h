@@ -9,6 +9,8 @@ struct EffectDialog;
 struct PresetContext;
 struct Spectrogram;
 struct MagnifiedPlot;
+struct CueList;
+class CChildFrame;
 
 // Everything the core asks of a user interface: message boxes, the one modeless
 // progress box, text painted into dialog controls, help and the wait cursor.
@@ -95,6 +97,13 @@ public:
     // The magnified plot: the samples of a short selection to redraw with
     // the mouse; true for OK with the redrawn samples in `plot`.
     virtual bool runMagnifiedPlot(MagnifiedPlot& plot) = 0;
+
+    // "ENTERMARKERNAME": a name for the time mark being made, at most 29
+    // characters. false for Cancel (an empty name counts as Cancel).
+    virtual bool askMarkerName(std::string& name) = 0;
+    // The cue list of `frame` changed: the main frame's combo box shows it
+    // when `frame` is the active document.
+    virtual void refillCueList(const CChildFrame* frame, const CueList& list) = 0;
 };
 
 // The host in use. Before any host is installed a HeadlessUiHost answers.

@@ -13,7 +13,6 @@
 // Display levels are numbered from 1; index 0 is unused. Level 1 is the
 // overview, the highest level the working file itself.
 constexpr int kLevelSlots = 32;
-constexpr int kTimemarkSlots = 50;
 constexpr int kUndoSlots = 20;
 
 // One display level: the file behind it and its memory map.
@@ -23,10 +22,13 @@ struct DisplayLevel {
     bool mapped() const { return mapping.mapped(); }  // bLevelMapped
 };
 
-struct TimemarkSlot {
-    int id = -1;
-    std::uint32_t position = 0;
+// One time mark of a document: a named position, alone or one end of a pair.
+struct Timemark {
     std::string name;
+    int x = 0;                   // view column when last placed or drawn
+    std::uint32_t position = 0;  // sample units
+    int partner = -1;            // on the first mark of a pair: the other's index
+    int second = 0;              // 1 on the second (end) mark of a pair
 };
 
 // The data of one version of a document that is not on screen: its file, its
@@ -134,7 +136,9 @@ public:
     bool bRedrawRuler = true;
     bool bSizeChanged = true;
     bool bRecomputeScroll = true;
-    std::array<TimemarkSlot, kTimemarkSlots> timemarks;
+    // Time marks in the order they were added (not by position).
+    std::vector<Timemark> timemarks;
+    int nCurrentTimemark = -1;  // the mark chosen last: drawn highlighted
     // A coarser summary of the overview: the minimum and maximum of every 64
     // of its blocks (16384 frames), laid out like the overview and holding the
     // same sample values (raw bytes for 8-bit data). The renderer reads it

@@ -9,6 +9,7 @@
 #include "view/child_frame.h"
 #include "view/display_levels.h"
 #include "view/open_by_type.h"
+#include "view/timemark_storage.h"
 #include "wavefile/file_types.h"
 #include "wavefile/wave_header.h"
 #include "wavefile/wave_state.h"
@@ -41,7 +42,7 @@ void initialise_fields(CChildFrame& f)
     f.fSelStartPixel = 0.0f;
     f.fSelEndPixel = 1.0f;
     f.nFirstSample = 0;
-    f.timemarks.fill(TimemarkSlot{});
+    f.timemarks.clear();
     edit_menu_state().undoText = kPlainUndoText;
     f.nInfoHeight = 0;
     f.bColorDisplay = preferences().colorDisplay;
@@ -129,6 +130,8 @@ int open_document(CChildFrame& f, bool newEmpty)
         return 1;
     }
     apply_initial_zoom(f, preferences().zoomedInitialDisplay, screen_width_pixels());
+    // Marks saved with the file come back with it.
+    load_stored_timemarks(f, szOpenedFileName);
     return 1;
 }
 

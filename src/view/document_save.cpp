@@ -7,6 +7,7 @@
 #include "app/posix_io.h"
 #include "app/progress.h"
 #include "view/child_frame.h"
+#include "view/timemark_storage.h"
 #include "wavefile/block_copier.h"
 #include "wavefile/pcm_converter.h"
 #include "wavefile/riff_file.h"
@@ -103,7 +104,13 @@ int save_waveform_file(CChildFrame& f, const std::string& target, int selectionO
     wave_fmt_record.nBlockAlign = static_cast<std::uint16_t>(channels * bits / 8);
     wave_fmt_record.nAvgBytesPerSec = channels * bits * rate / 8;
     wave_fmt_record.wBitsPerSample = bits;
-    if (!create_waveform_format_header(out, 0))
+    // The document's time marks go into the file with its samples.
+    cue_points_to_write = timemarks_to_cue_points(f, selectionOnly ? f.nSelStart : 0,
+                                                  selectionOnly ? f.nSelEnd : f.nTotalSamples + 1,
+                                                  static_cast<double>(rate) / std::max<std::uint32_t>(1, f.wfx.nSamplesPerSec));
+    const int headerWritten = create_waveform_format_header(out, 0);
+    cue_points_to_write.clear();
+    if (!headerWritten)
         return 0;
 
     std::vector<unsigned char> buffer;

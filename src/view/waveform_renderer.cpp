@@ -476,17 +476,46 @@ void WaveformRenderer::drawCaret(const CChildFrame& f, QImage& client)
 void WaveformRenderer::drawTimemarks(const CChildFrame& f, QImage& client)
 {
     QPainter p(&client);
-    const int top = f.nInfoHeight + nRulerHeight;
+    QFont font = p.font();
+    font.setPixelSize(10);
+    p.setFont(font);
+    const QFontMetrics metrics(font);
+    const int base = f.nInfoHeight + nRulerHeight;
     const int bottom = f.nClientHeight - nControlRowHeight;
-    for (const TimemarkSlot& mark : f.timemarks) {
-        if (mark.id < 0)
-            continue;
+    for (std::size_t i = 0; i < f.timemarks.size(); ++i) {
+        const Timemark& mark = f.timemarks[i];
         const int x = static_cast<int>(f.sample_to_pixel(mark.position));
         if (x < 0 || x >= f.nClientWidth)
             continue;
-        p.setPen(m_colours.marker);
-        p.drawLine(x, top, x, bottom - 1);
+        const bool current = static_cast<int>(i) == f.nCurrentTimemark;
+        const QColor fill = current ? m_colours.markerText : m_colours.marker;
+        const QColor edge = current ? m_colours.marker : m_colours.markerText;
+        // The icon, 9 x 11 with its left edge at x - 4 and its top 13 rows
+        // above the ruler's bottom: a pennant pointing into a pair (right
+        // for its start, left for its end), a pin for a single mark.
+        const int left = x - 4;
+        const int top = base - 13;
+        QPolygon icon;
+        if (mark.second)
+            icon << QPoint(left + 8, top) << QPoint(left + 8, top + 10) << QPoint(left, top + 5);
+        else if (mark.partner >= 0)
+            icon << QPoint(left, top) << QPoint(left, top + 10) << QPoint(left + 8, top + 5);
+        else
+            icon << QPoint(left, top) << QPoint(left + 8, top) << QPoint(left + 8, top + 6) << QPoint(left + 4, top + 10)
+                 << QPoint(left, top + 6);
+        p.setPen(edge);
+        p.setBrush(fill);
+        p.drawPolygon(icon);
+        // A dashed line down the waveform, the name in a tag at its top.
+        QPen line(m_colours.marker);
+        line.setStyle(Qt::DashLine);
+        p.setPen(line);
+        p.drawLine(x, base, x, bottom - 1);
+        const QString name = QString::fromStdString(mark.name.substr(0, 49));
+        const int width = metrics.horizontalAdvance(name) + 4;
+        const int tagLeft = mark.second ? x - width : x + 1;
+        p.fillRect(QRect(tagLeft, base, width, metrics.height()), m_colours.marker);
         p.setPen(m_colours.markerText);
-        p.drawText(x + 2, top + 12, QString::fromStdString(mark.name));
+        p.drawText(QRect(tagLeft + 2, base, width, metrics.height()), Qt::AlignLeft | Qt::AlignVCenter, name);
     }
 }

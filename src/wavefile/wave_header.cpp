@@ -3,6 +3,7 @@
 #include "app/messages.h"
 #include "app/preferences.h"
 #include "app/ui_host.h"
+#include "wavefile/cue_chunk.h"
 #include "wavefile/riff_file.h"
 #include "wavefile/riff_info.h"
 #include "wavefile/wave_state.h"
@@ -58,6 +59,12 @@ int create_waveform_format_header(RiffFile& file, std::uint32_t dataSize)
     if (file.createChunk(data_chunk_info, 0) != MMSYSERR_NOERROR ||
         file.write(record.data(), WaveFmtRecord::kSize) != WaveFmtRecord::kSize ||
         file.ascend(data_chunk_info) != MMSYSERR_NOERROR) {
+        NewErrMsg(5031);
+        return 0;
+    }
+    // Time marks go before the samples: the loader takes the samples from
+    // the end of the file, so nothing may follow them.
+    if (!write_cue_chunks(file, cue_points_to_write)) {
         NewErrMsg(5031);
         return 0;
     }

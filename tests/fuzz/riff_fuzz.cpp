@@ -1,8 +1,9 @@
 // Feeds arbitrary bytes as a file to the header check, the chunk walker and
-// the INFO parser, and writes back any INFO list it parsed to check that it
-// reads again the same.
+// the INFO parser and the cue reader, and writes back any INFO list and cue
+// points it parsed to check that they read again the same.
 
 #include "app/headless_ui_host.h"
+#include "wavefile/cue_chunk.h"
 #include "wavefile/riff_file.h"
 #include "wavefile/riff_info.h"
 #include "wavefile/wave_header.h"
@@ -88,6 +89,30 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         }
         std::remove(copy.c_str());
         wioFileClose(&info);
+    }
+    // Cue points and their labels: whatever is read writes back and reads
+    // again the same.
+    const std::vector<CuePoint> cues = read_cue_points(input);
+    if (!cues.empty()) {
+        const std::string copy = scratch(".cue");
+        RiffFile out;
+        if (!out.open(copy, RiffFile::Mode::Create))
+            abort();
+        ChunkInfo riff;
+        riff.fccType = make_fourcc("WAVE");
+        out.createChunk(riff, MMIO_CREATERIFF);
+        if (!write_cue_chunks(out, cues))
+            abort();
+        out.ascend(riff);
+        out.close();
+        const std::vector<CuePoint> again = read_cue_points(copy);
+        if (again.size() != cues.size())
+            abort();
+        for (std::size_t i = 0; i < cues.size(); ++i)
+            if (again[i].id != cues[i].id || again[i].frame != cues[i].frame || again[i].label != cues[i].label ||
+                again[i].length != cues[i].length || again[i].note != cues[i].note)
+                abort();
+        std::remove(copy.c_str());
     }
     std::remove(input.c_str());
     return 0;

@@ -323,3 +323,35 @@ TEST_F(CliTest, EffectsAreListedAndRunThroughTheirDialogsSettings)
     EXPECT_EQ(drawn[44 + 240] | drawn[44 + 241] << 8, 16000);       // frame 60, left: after the line
     EXPECT_EQ(cli({"run", "c.wav", "--select", "100:300", "--draw", "0:0:zero"}).exitCode, 2);
 }
+
+TEST_F(CliTest, MarksAreSetByRunKeptInTheFileAndListed)
+{
+    writeFile(path("in.wav"), W::pcm(2, 22050, 16, W::randomBytes(22050 * 4 * 2, 3)));
+    Run run = cli({"run", "in.wav", "--mark", "1001:Intro", "--select", "22050:44100", "--mark-selection",
+                   "--mark", "60000", "--save", "marked.wav"});
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    Run list = cli({"marks", "marked.wav"});
+    ASSERT_EQ(list.exitCode, 0) << list.err;
+    // Positions keep to whole frames.
+    EXPECT_EQ(list.out, "0\t1000\t0.023 sec\tmark\tIntro\n"
+                        "1\t22050\t0.500 sec\tpair-start:2\tMarker 22050\n"
+                        "2\t44100\t1.000 sec\tpair-end\tMarker 44100\n"
+                        "3\t60000\t1.361 sec\tmark\tMarker 60000\n");
+    EXPECT_EQ(cli({"marks", "marked.wav", "--time-format", "25"}).out.substr(0, 23), "0\t1000\t00:00:00:00\tmark");
+
+    ASSERT_EQ(cli({"run", "marked.wav", "--delete-mark", "1", "--save", "fewer.wav"}).exitCode, 0);
+    EXPECT_EQ(cli({"marks", "fewer.wav"}).out, "0\t1000\t0.023 sec\tmark\tIntro\n"
+                                               "1\t44100\t1.000 sec\tmark\tMarker 44100\n"
+                                               "2\t60000\t1.361 sec\tmark\tMarker 60000\n");
+    ASSERT_EQ(cli({"run", "marked.wav", "--delete-marks", "--save", "none.wav"}).exitCode, 0);
+    Run none = cli({"marks", "none.wav"});
+    EXPECT_EQ(none.exitCode, 0);
+    EXPECT_EQ(none.out, "");
+
+    EXPECT_EQ(cli({"run", "in.wav", "--mark", "99999999"}).exitCode, 2);
+    EXPECT_EQ(cli({"run", "in.wav", "--mark", "abc"}).exitCode, 2);
+    EXPECT_EQ(cli({"run", "in.wav", "--delete-mark", "0"}).exitCode, 1);
+    EXPECT_EQ(cli({"run", "in.wav", "--mark-selection"}).exitCode, 1);
+    EXPECT_EQ(cli({"marks"}).exitCode, 2);
+    EXPECT_EQ(cli({"marks", "missing.wav"}).exitCode, 1);
+}

@@ -39,8 +39,11 @@ void usage()
                  "                                  save IN as OUT in another format\n"
                  "  run IN [--select START:END] [--channel left|right|both] [--new-from-selection]\n"
                  "         [--save OUT] [--save-selection OUT] [--effect NAME [--param KEY=VALUE ...]]\n"
+                 "         [--mark POSITION[:NAME]] [--mark-selection] [--delete-mark INDEX] [--delete-marks]\n"
                  "                                  open IN and apply the steps in order\n"
                  "  effects                         list the effects and their parameters\n"
+                 "  marks FILE [--time-format 1|24|25|30]\n"
+                 "                                  list the time marks stored in FILE\n"
                  "  devices                         list wave output and input devices, MIDI inputs\n"
                  "  play FILE [--select START:END] [--loop N] [--device N] [--clipboard]\n"
                  "                                  play FILE (or the clipboard) on an output device\n"
@@ -100,6 +103,8 @@ int main(int argc, char** argv)
         result = run_record_command(args);
     else if (command == "effects")
         result = run_effects_command(args);
+    else if (command == "marks")
+        result = run_marks_command(args);
     else {
         std::cerr << "ondrava-cli: unknown command " << command << "\n";
         usage();

@@ -6,6 +6,7 @@
 #include "view/spectrogram_image.h"
 #include "edit/edit_operations.h"
 #include "edit/mix.h"
+#include "edit/timemarks.h"
 #include "edit/undo.h"
 #include "view/child_frame.h"
 #include "view/document_save.h"
@@ -33,7 +34,8 @@ int usage()
                  "  --new-from-selection  --save OUT  --save-selection OUT\n"
                  "  --effect NAME [--preset NAME] [--param KEY=VALUE ...]   (ondrava-cli effects lists them)\n"
                  "  --spectrum OUT.png   the spectrum display of the selection\n"
-                 "  --draw CHANNEL:FROM:VALUE:TO:VALUE ...   redraw samples in the magnified plot\n";
+                 "  --draw CHANNEL:FROM:VALUE:TO:VALUE ...   redraw samples in the magnified plot\n"
+                 "  --mark POSITION[:NAME]  --mark-selection  --delete-mark INDEX  --delete-marks\n";
     return kExitUsage;
 }
 
@@ -44,6 +46,7 @@ const std::map<std::string, int> kSteps = {
     {"--copy", 0},     {"--cut", 0},        {"--paste", 0},      {"--replace", 0},        {"--crop", 0},
     {"--trim", 0},     {"--mix", 0},        {"--crossfade", 0},  {"--undo", 0},           {"--redo", 0},
     {"--effect", 1},   {"--param", 1},      {"--preset", 1},     {"--spectrum", 1},     {"--draw", 1},
+    {"--mark", 1},     {"--mark-selection", 0}, {"--delete-mark", 1}, {"--delete-marks", 0},
 };
 
 bool parseLevel(const std::string& text, double& level)
@@ -228,6 +231,34 @@ int run_run_command(const std::vector<std::string>& argv)
                 host->setEffectSettings({});
                 host->setPresetChoice({});
             }
+        } else if (step == "--mark") {
+            // POSITION[:NAME], the position in sample units.
+            const auto colon = value.find(':');
+            char* end = nullptr;
+            const std::string number = value.substr(0, colon);
+            const unsigned long position = std::strtoul(number.c_str(), &end, 10);
+            if (number.empty() || *end != '\0' || position > f.nTotalSamples) {
+                std::cerr << "ondrava-cli: --mark takes a position from 0 to " << f.nTotalSamples << "\n";
+                return kExitUsage;
+            }
+            ok = add_timemark_at_position(f, static_cast<std::uint32_t>(position),
+                                          colon == std::string::npos ? std::string() : value.substr(colon + 1)) >= 0;
+        } else if (step == "--mark-selection") {
+            if (!f.bHighlight) {
+                std::cerr << "ondrava-cli: --mark-selection needs a highlight (--select START:END)\n";
+                return kExitFailed;
+            }
+            ok = add_timemark_pair(f);
+        } else if (step == "--delete-mark") {
+            char* end = nullptr;
+            const long index = std::strtol(value.c_str(), &end, 10);
+            if (*end != '\0' || index < 0 || index >= static_cast<long>(f.timemarks.size())) {
+                std::cerr << "ondrava-cli: no time mark " << value << "\n";
+                return kExitFailed;
+            }
+            delete_timemark(f, static_cast<int>(index));
+        } else if (step == "--delete-marks") {
+            delete_all_timemarks(f);
         } else if (step == "--save" || step == "--save-selection") {
             ok = save_waveform_file(f, value, step == "--save-selection", 0);
         }

@@ -1,0 +1,317 @@
+#include "edit/timemarks.h"
+
+#include "app/messages.h"
+#include "app/preferences.h"
+#include "app/ui_host.h"
+#include "audio/playback_engine.h"
+#include "view/child_frame.h"
+#include "view/mouse_selection.h"
+#include "view/time_format.h"
+#include "view/view_navigation.h"
+#include "view/waveform_renderer.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+bool valid(const CChildFrame& f, int i) { return i >= 0 && i < static_cast<int>(f.timemarks.size()); }
+
+int addMark(CChildFrame& f, std::uint32_t position, int x, const std::string& name);
+
+std::string defaultName(std::uint32_t position)
+{
+    char text[32];
+    std::snprintf(text, sizeof text, "Marker %ld", static_cast<long>(position));
+    return text;
+}
+
+// Where a new mark goes: the play position while playing, else the cursor.
+int placementColumn(const CChildFrame& f)
+{
+    PlaybackEngine& engine = PlaybackEngine::instance();
+    if (engine.playing_frame() == &f) {
+        // Play time scaled to the document's length, plus where play began.
+        const double unitsPerMs = static_cast<double>(f.wfx.nSamplesPerSec) * f.wfx.nChannels / 1000.0;
+        const double start = static_cast<double>(engine.play_start_offset) / std::max(1, f.bytesPerSample());
+        const double units = std::min<double>(start + engine.get_play_position_ms() * unitsPerMs, f.nTotalSamples);
+        return static_cast<int>(f.level_index_to_pixel(static_cast<std::uint32_t>(units)));
+    }
+    if (f.nCaretX >= 0)
+        return f.nCaretX;
+    return static_cast<int>(f.sample_to_pixel(f.bHighlight ? f.nSelStart : 0));
+}
+
+std::uint32_t positionAt(const CChildFrame& f, int x)
+{
+    return std::min(f.pixel_to_sample(static_cast<float>(std::max(0, x))), f.nTotalSamples);
+}
+
+int addChecked(CChildFrame& f, bool fromBar)
+{
+    if (static_cast<int>(f.timemarks.size()) >= kTimemarkLimit) {
+        if (fromBar) {
+            message_beep();
+            ErrMsg("Too many timemarks");
+        }
+        f.bRedrawAll = true;
+        refill_cue_list(f);
+        return 0;
+    }
+    const int x = placementColumn(f);
+    std::string name;
+    if (preferences().markerNameOnTheFly && uiHost().askMarkerName(name))
+        name = name.substr(0, kMarkerNameLength);
+    else
+        name.clear();
+    add_timemark_at(f, x, name);
+    return 1;
+}
+
+}  // namespace
+
+int timemark_baseline(const CChildFrame& f) { return f.nInfoHeight + nRulerHeight; }
+
+int timemark_x(const CChildFrame& f, int i)
+{
+    return valid(f, i) ? static_cast<int>(f.sample_to_pixel(f.timemarks[static_cast<std::size_t>(i)].position)) : -1;
+}
+
+int add_timemark(CChildFrame& f) { return addChecked(f, false); }
+
+int add_timemark_from_bar(CChildFrame& f) { return addChecked(f, true); }
+
+int add_timemark_at(CChildFrame& f, int x, const std::string& name)
+{
+    return addMark(f, positionAt(f, x), x, name);
+}
+
+int add_timemark_at_position(CChildFrame& f, std::uint32_t position, const std::string& name)
+{
+    if (static_cast<int>(f.timemarks.size()) >= kTimemarkLimit) {
+        message_beep();
+        ErrMsg("Too many timemarks");
+        return -1;
+    }
+    const std::uint32_t channels = static_cast<std::uint32_t>(std::max<int>(1, f.wfx.nChannels));
+    position = std::min(position, f.nTotalSamples) / channels * channels;
+    return addMark(f, position, static_cast<int>(f.sample_to_pixel(position)), name.substr(0, kMarkerNameLength));
+}
+
+namespace {
+
+int addMark(CChildFrame& f, std::uint32_t position, int x, const std::string& name)
+{
+    Timemark mark;
+    mark.x = x;
+    mark.position = position;
+    mark.name = name.empty() ? defaultName(mark.position) : name;
+    f.timemarks.push_back(std::move(mark));
+    f.bModified = 1;
+    f.bRedrawAll = true;
+    refill_cue_list(f);
+    return static_cast<int>(f.timemarks.size()) - 1;
+}
+
+}  // namespace
+
+int add_timemark_pair(CChildFrame& f)
+{
+    if (!f.bHighlight)
+        return 0;
+    const int a = static_cast<int>(f.timemarks.size());
+    Timemark first;
+    first.position = f.nSelStart;
+    first.x = static_cast<int>(f.sample_to_pixel(f.nSelStart));
+    first.name = defaultName(first.position);
+    first.partner = a + 1;
+    Timemark second;
+    second.position = f.nSelEnd;
+    second.x = static_cast<int>(f.sample_to_pixel(f.nSelEnd));
+    second.name = defaultName(second.position);
+    second.second = 1;
+    f.timemarks.push_back(std::move(first));
+    f.timemarks.push_back(std::move(second));
+    f.bModified = 1;
+    f.bRedrawAll = true;
+    refill_cue_list(f);
+    return 1;
+}
+
+void delete_timemark(CChildFrame& f, int i)
+{
+    if (!valid(f, i))
+        return;
+    auto& marks = f.timemarks;
+    Timemark& gone = marks[static_cast<std::size_t>(i)];
+    if (gone.second) {
+        gone.second = 0;
+        gone.partner = -1;
+        for (Timemark& m : marks)
+            if (m.partner == i)
+                m.partner = -1;
+    } else if (gone.partner >= 0) {
+        if (valid(f, gone.partner))
+            marks[static_cast<std::size_t>(gone.partner)].second = 0;
+        gone.partner = -1;
+    }
+    // The marks after i move down one index. A link is lowered when the mark
+    // it points at lies right of the deleted one on screen: x positions are
+    // compared, not indices.
+    const int goneX = timemark_x(f, i);
+    for (int j = i + 1; j < static_cast<int>(marks.size()); ++j) {
+        Timemark& m = marks[static_cast<std::size_t>(j)];
+        if (m.partner >= 0 && valid(f, m.partner) && timemark_x(f, m.partner) > goneX)
+            --m.partner;
+    }
+    // The marks before i do not move; their links past i still must follow
+    // the marks they point at.
+    for (int j = 0; j < i; ++j) {
+        Timemark& m = marks[static_cast<std::size_t>(j)];
+        if (m.partner > i)
+            --m.partner;
+    }
+    marks.erase(marks.begin() + i);
+    if (f.nCurrentTimemark == i)
+        f.nCurrentTimemark = -1;
+    else if (f.nCurrentTimemark > i)
+        --f.nCurrentTimemark;
+    f.bModified = 1;
+    f.bRedrawAll = true;
+    refill_cue_list(f);
+}
+
+void delete_all_timemarks(CChildFrame& f)
+{
+    while (!f.timemarks.empty())
+        delete_timemark(f, 0);
+    f.bRedrawAll = true;
+}
+
+int find_timemark(const CChildFrame& f, int x, int y)
+{
+    const int base = timemark_baseline(f);
+    if (y < base - kMarkIconRise || y > base - 2)
+        return -1;
+    for (int i = 0; i < static_cast<int>(f.timemarks.size()); ++i) {
+        const int mx = timemark_x(f, i);
+        if (x >= mx - 4 && x <= mx + 4)
+            return i;
+    }
+    return -1;
+}
+
+std::string timemark_info_text(const CChildFrame& f, int i, bool atMouse, int mouseX, int timeFormat)
+{
+    if (!valid(f, i))
+        return {};
+    const Timemark& m = f.timemarks[static_cast<std::size_t>(i)];
+    const std::uint32_t at = atMouse ? positionAt(f, mouseX) : m.position;
+    std::string time = position_text(f, at, timeFormat);
+    time.erase(0, time.find_first_not_of(' '));
+    return m.name.substr(0, 49) + ", Time: " + time;
+}
+
+int rename_timemark(CChildFrame& f, int i, const std::string& name)
+{
+    if (!valid(f, i) || name.empty())
+        return 0;
+    f.timemarks[static_cast<std::size_t>(i)].name = name.substr(0, kMarkerNameLength);
+    f.bModified = 1;
+    f.bRedrawAll = true;
+    refill_cue_list(f);
+    return 1;
+}
+
+void move_timemark(CChildFrame& f, int i, int x)
+{
+    if (!valid(f, i))
+        return;
+    Timemark& m = f.timemarks[static_cast<std::size_t>(i)];
+    m.x = std::clamp(x, 0, f.nClientWidth);
+    m.position = positionAt(f, m.x);
+    f.bModified = 1;
+    f.bRedrawAll = true;
+}
+
+CueList cue_list(const CChildFrame& f)
+{
+    CueList list;
+    for (int i = 0; i < static_cast<int>(f.timemarks.size()); ++i) {
+        const Timemark& m = f.timemarks[static_cast<std::size_t>(i)];
+        if (m.second)
+            continue;
+        list.names.push_back(m.name);
+        list.markers.push_back(i);
+    }
+    list.current = list.names.empty() ? -1 : static_cast<int>(list.names.size()) - 1;
+    return list;
+}
+
+void refill_cue_list(const CChildFrame& f) { uiHost().refillCueList(&f, cue_list(f)); }
+
+void select_timemark(CChildFrame& f, int i)
+{
+    if (!valid(f, i))
+        return;
+    const Timemark& m = f.timemarks[static_cast<std::size_t>(i)];
+    f.nCurrentTimemark = i;
+    f.bLeftChannel = f.bRightChannel = 1;
+    const bool pair = m.partner >= 0 && valid(f, m.partner);
+    const std::uint32_t end = pair ? f.timemarks[static_cast<std::size_t>(m.partner)].position : m.position;
+    f.bHighlight = 1;
+    set_selection_units(f, std::min(m.position, end), std::max(m.position, end));
+    const float x = f.sample_to_pixel(f.nSelStart);
+    if (x < 0.0f || x >= static_cast<float>(f.nClientWidth))
+        go_to_highlight(f);
+    update_highlight_pixels(f);
+    if (!pair) {
+        // A single mark only takes the cursor.
+        f.bHighlight = 0;
+        f.nCaretX = static_cast<int>(f.sample_to_pixel(m.position));
+        compute_operation_range(f);
+    }
+    f.bRedrawAll = true;
+}
+
+int play_from_timemark(CChildFrame& f, int i)
+{
+    if (!valid(f, i))
+        return 0;
+    PlaybackEngine& engine = PlaybackEngine::instance();
+    if (engine.is_playing)
+        return 0;
+    select_timemark(f, i);
+    if (!f.bHighlight)
+        engine.play_from_unit = f.timemarks[static_cast<std::size_t>(i)].position;
+    return engine.play_the_wavefile(f);
+}
+
+int play_timemark_sequence(CChildFrame& f, int firstRow)
+{
+    const CueList rows = cue_list(f);
+    if (firstRow < 0 || firstRow >= static_cast<int>(rows.markers.size()))
+        return 0;
+    PlaybackEngine& engine = PlaybackEngine::instance();
+    engine.cue_sequence.clear();
+    for (int row = 0; row < static_cast<int>(rows.markers.size()) && engine.cue_sequence.size() < kMaxSequenceEntries;
+         ++row) {
+        const Timemark& m = f.timemarks[static_cast<std::size_t>(rows.markers[static_cast<std::size_t>(row)])];
+        CueSequenceEntry entry;
+        entry.start = m.position;
+        if (m.partner >= 0 && valid(f, m.partner)) {
+            entry.end = f.timemarks[static_cast<std::size_t>(m.partner)].position;
+        } else {
+            entry.end = f.nTotalSamples;
+            for (const Timemark& other : f.timemarks)
+                if (other.position > m.position && other.position < entry.end)
+                    entry.end = other.position;
+        }
+        const std::uint32_t channels = static_cast<std::uint32_t>(std::max<int>(1, f.wfx.nChannels));
+        entry.start = std::min(entry.start, f.nTotalSamples) / channels * channels;
+        entry.end = std::min(entry.end, f.nTotalSamples) / channels * channels;
+        entry.file = f.szFileName;
+        engine.cue_sequence.push_back(entry);
+    }
+    return engine.play_cue_sequence(f, std::min(firstRow, static_cast<int>(engine.cue_sequence.size()) - 1));
+}
