@@ -80,6 +80,9 @@ int PlaybackEngine::play_file(CChildFrame& f, const std::string& path, std::uint
 
 bool PlaybackEngine::openDevice(bool looping)
 {
+    // A prepared start owns the device until it begins or is given up.
+    if (m_prepared)
+        return false;
     m_device = open_wave_out_device();
     if (!m_device)
         return false;
@@ -108,7 +111,7 @@ int PlaybackEngine::play_clipboard(CChildFrame& f)
 }
 
 bool PlaybackEngine::openStream(CChildFrame& f, const StreamFormat& format, const std::string& path,
-                                std::uint32_t startByte, std::uint32_t endByte, bool clipboard)
+                                std::uint32_t startByte, std::uint32_t endByte, bool clipboard, bool prepareOnly)
 {
     m_file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (m_file < 0) {
@@ -154,6 +157,13 @@ bool PlaybackEngine::openStream(CChildFrame& f, const StreamFormat& format, cons
             break;
     m_format = format;
     m_frame = &f;
+    if (prepareOnly) {
+        // Held open where the device allows it; otherwise the device opens
+        // at the start.
+        m_prepared = true;
+        m_preparedWithoutDevice = !m_device->prepare(format, this);
+        return true;
+    }
     if (!m_device->open(format, this)) {
         message_beep();
         if (clipboard)
@@ -200,6 +210,9 @@ void PlaybackEngine::on_wave_out_open()
         endOfPlayback();
         return;
     }
+    // A prepared start given up before its device was ready.
+    if (m_stopRequested && !m_prepared)
+        return;
     writeQueued();
 }
 
@@ -414,4 +427,88 @@ void PlaybackEngine::endOfPlayback()
     // The close completion releases the buffers and the device.
     if (m_device)
         m_device->close();
+}
+
+int PlaybackEngine::prepare_start(CChildFrame& f, std::uint32_t startByte)
+{
+    if (is_playing || m_prepared || m_device)
+        return 0;
+    const std::uint32_t bps = static_cast<std::uint32_t>(f.bytesPerSample());
+    const std::uint32_t end = f.nTotalSamples * bps;
+    startByte &= ~3u;
+    if (startByte + 4 > end || !openDevice(false))
+        return 0;
+    m_stopRequested = false;
+    const StreamFormat format{f.wfx.nChannels, f.wfx.nSamplesPerSec, f.wfx.wBitsPerSample};
+    if (!openStream(f, format, f.szFileName, startByte, end, false, true)) {
+        m_device.reset();
+        return 0;
+    }
+    return 1;
+}
+
+int PlaybackEngine::start_prepared(const StartAlignment& alignment)
+{
+    if (!m_prepared || !m_device || is_playing)
+        return 0;
+    m_prepared = false;
+    if (m_preparedWithoutDevice) {
+        m_preparedWithoutDevice = false;
+        if (!m_device->open(m_format, this)) {
+            message_beep();
+            ::close(m_file);
+            m_file = -1;
+            m_device.reset();
+            return 0;
+        }
+    } else {
+        m_device->go(alignment);
+    }
+    is_playing = true;
+    transport_state().playing = true;
+    startBookkeeping();
+    return 1;
+}
+
+void PlaybackEngine::cancel_prepared()
+{
+    if (!m_prepared)
+        return;
+    m_prepared = false;
+    if (m_file >= 0)
+        ::close(m_file);
+    m_file = -1;
+    if (m_preparedWithoutDevice) {
+        m_preparedWithoutDevice = false;
+        m_buffers.clear();
+        m_bufferBytes.clear();
+        m_device.reset();
+        return;
+    }
+    // The held buffers come back (not refilled: nothing is playing) and the
+    // close completion lets go of the device.
+    m_stopRequested = true;
+    if (m_device) {
+        m_device->reset();
+        m_device->close();
+    }
+}
+
+void PlaybackEngine::nudge_read_position(std::int64_t bytes)
+{
+    if (!is_playing)
+        return;
+    const std::int64_t moved = std::clamp<std::int64_t>(static_cast<std::int64_t>(play_bytes_read) + bytes, 0,
+                                                        static_cast<std::int64_t>(play_total_bytes));
+    play_bytes_read = static_cast<std::uint32_t>(moved) & ~3u;
+}
+
+std::uint32_t PlaybackEngine::played_file_position()
+{
+    if (!m_device)
+        return play_start_offset;
+    const DevicePosition p = m_device->position();
+    if (p.unit != PositionUnit::Bytes)
+        return play_start_offset + static_cast<std::uint32_t>(get_play_position_ms() / 1000.0 * m_format.bytesPerSecond());
+    return play_start_offset + static_cast<std::uint32_t>(std::min<std::uint64_t>(p.value, play_total_bytes));
 }

@@ -62,6 +62,24 @@ public:
     // selection again.
     int play_cue_sequence(CChildFrame& frame, int first);
     int play_sequence_entry(int index);
+    // A start made ready ahead of its moment (chase lock, triggered starts):
+    // the document's bytes from `startByte` to the end are opened and the
+    // buffers filled, and the device is opened and held where it can be, so
+    // that at the start only the device has to begin. 1 when prepared.
+    int prepare_start(CChildFrame& frame, std::uint32_t startByte);
+    // Begins the prepared playback; with an enabled alignment the device
+    // starts later (or earlier) in the data to match a running clock.
+    int start_prepared(const StartAlignment& alignment = {});
+    // Gives up a prepared start that has not begun.
+    void cancel_prepared();
+    bool start_is_prepared() const { return m_prepared; }
+    // Moves the read position of the playing file by `bytes` (a multiple of
+    // four); it takes effect with the next buffer read.
+    void nudge_read_position(std::int64_t bytes);
+    // The byte position of the file being played: where the sound heard now
+    // comes from.
+    std::uint32_t played_file_position();
+
     // Toggles pause; the paused time is left out of the position.
     void pause_playback();
     float get_play_position_ms();
@@ -114,7 +132,7 @@ public:
 private:
     PlaybackEngine() = default;
     bool openStream(CChildFrame& frame, const StreamFormat& format, const std::string& path, std::uint32_t startByte,
-                    std::uint32_t endByte, bool clipboardSizes);
+                    std::uint32_t endByte, bool clipboardSizes, bool prepareOnly = false);
     // Takes the output device and sets up a fresh pass; false without one.
     bool openDevice(bool looping);
     // Selects entry `index`'s range in the frame, in units and bytes.
@@ -135,6 +153,8 @@ private:
     std::vector<std::vector<unsigned char>> m_buffers;
     std::vector<std::uint32_t> m_bufferBytes;
     bool m_stopRequested = false;
+    bool m_prepared = false;
+    bool m_preparedWithoutDevice = false;
     bool m_looping = false;
     std::uint32_t m_startTime = 0;
     std::uint32_t m_pauseTime = 0;

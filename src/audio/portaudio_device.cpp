@@ -7,7 +7,9 @@
 
 #include <QTimer>
 #include <atomic>
+#include <cmath>
 #include <cstring>
+#include <ctime>
 #include <portaudio.h>
 
 namespace {
@@ -24,6 +26,24 @@ public:
             Pa_CloseStream(m_stream);
         }
     }
+
+    bool prepare(const StreamFormat& format, WaveOutListener* listener) override
+    {
+        m_held = true;
+        if (open(format, listener))
+            return true;
+        m_held = false;
+        return false;
+    }
+
+    void go(const StartAlignment& alignment) override
+    {
+        m_alignment = alignment;
+        m_alignPending = alignment.enabled;
+        m_held.store(false, std::memory_order_release);
+    }
+
+    double outputLatency() const override { return m_latency; }
 
     bool open(const StreamFormat& format, WaveOutListener* listener) override
     {
@@ -45,6 +65,9 @@ public:
             return false;
         }
         g_xruns = 0;
+        if (const PaStreamInfo* info = Pa_GetStreamInfo(m_stream))
+            m_latency = info->outputLatency;
+        m_rate = format.rate;
         if (Pa_StartStream(m_stream) != paNoError)
             return false;
         m_pendingOpen = true;
@@ -120,7 +143,8 @@ private:
     // playback instead of waiting for ever.
     void checkAlive()
     {
-        if (m_lost || !m_watch.gone(m_stream, m_playedBytes.load(), !m_paused && m_outstanding.load() > 0,
+        if (m_lost || !m_watch.gone(m_stream, m_playedBytes.load(),
+                                    !m_paused && !m_held.load() && m_outstanding.load() > 0,
                                     m_timer.interval()))
             return;
         // The stream is left as it is: stopping or closing it waits on a
@@ -154,6 +178,24 @@ private:
         std::size_t needed = frames * self->m_frameBytes;
         if (flags & paOutputUnderflow)
             ++g_xruns;
+        if (self->m_held.load(std::memory_order_acquire)) {
+            std::memset(out, self->m_bits == 8 ? 128 : 0, needed);
+            return paContinue;
+        }
+        // The alignment is taken when the first data is there to play, so
+        // that its moment is the moment the data starts.
+        if (self->m_alignPending && self->m_outstanding.load() > 0) {
+            self->m_alignPending = false;
+            self->align();
+        }
+        // A late start still owes silence: the first frames wait for it.
+        if (self->m_leadFrames > 0 && needed > 0) {
+            const std::size_t lead = std::min<std::size_t>(needed, self->m_leadFrames * self->m_frameBytes);
+            std::memset(out, self->m_bits == 8 ? 128 : 0, lead);
+            out += lead;
+            needed -= lead;
+            self->m_leadFrames -= lead / self->m_frameBytes;
+        }
         // Paused: nothing is taken, the whole period is silence.
         while (needed > 0 && !self->m_paused) {
             if (!self->m_current.data) {
@@ -162,6 +204,19 @@ private:
                     break;
                 self->m_current = *next;
                 self->m_offset = 0;
+            }
+            if (self->m_skipBytes > 0) {
+                // An aligned start passes over what it is too late for.
+                const std::size_t skip = std::min(self->m_skipBytes, self->m_current.bytes - self->m_offset);
+                self->m_skipBytes -= skip;
+                self->m_offset += skip;
+                self->m_playedBytes += skip;
+                if (self->m_offset >= self->m_current.bytes) {
+                    self->m_done.push(self->m_current.index);
+                    --self->m_outstanding;
+                    self->m_current = {};
+                }
+                continue;
             }
             const std::size_t take = std::min(needed, self->m_current.bytes - self->m_offset);
             self->copyWithGain(out, self->m_current.data + self->m_offset, take);
@@ -178,6 +233,22 @@ private:
         if (needed > 0)
             std::memset(out, self->m_bits == 8 ? 128 : 0, needed);
         return paContinue;
+    }
+
+    // On the first period after an aligned go(): how far into the data the
+    // first frame of this period, heard one output latency from now, lies.
+    void align()
+    {
+        timespec now{};
+        clock_gettime(CLOCK_MONOTONIC, &now);
+        const double nowNs = static_cast<double>(now.tv_sec) * 1e9 + static_cast<double>(now.tv_nsec);
+        const double heard = nowNs + m_latency * 1e9;
+        const double seconds = m_alignment.referenceSeconds + (heard - static_cast<double>(m_alignment.referenceNs)) / 1e9;
+        const auto frames = static_cast<long long>(std::llround(seconds * m_rate));
+        if (frames >= 0)
+            m_skipBytes = static_cast<std::size_t>(frames) * m_frameBytes;
+        else
+            m_leadFrames = static_cast<std::size_t>(-frames);
     }
 
     void copyWithGain(unsigned char* out, const unsigned char* in, std::size_t bytes) const
@@ -216,6 +287,14 @@ private:
     // Buffers written and not yet handed back by the callback.
     std::atomic<int> m_outstanding{0};
     bool m_lost = false;
+    // A prepared stream holds its buffers until go(); its start may be aligned.
+    std::atomic<bool> m_held{false};
+    StartAlignment m_alignment;
+    bool m_alignPending = false;
+    std::size_t m_skipBytes = 0;
+    std::size_t m_leadFrames = 0;
+    double m_latency = 0.0;
+    std::uint32_t m_rate = 44100;
     StreamWatch m_watch;
     bool m_pendingOpen = false;
     bool m_pendingClose = false;

@@ -31,6 +31,16 @@ struct DevicePosition {
     int hours = 0, minutes = 0, seconds = 0, frames = 0, fps = 30;
 };
 
+// Where a prepared start begins sounding: at monotonic time referenceNs the
+// data `referenceSeconds` after the prepared start should be heard, and the
+// clock runs on from there. The device skips ahead (or waits) accordingly,
+// taking its own output latency into account.
+struct StartAlignment {
+    bool enabled = false;
+    std::int64_t referenceNs = 0;
+    double referenceSeconds = 0.0;
+};
+
 class WaveOutDevice {
 public:
     virtual ~WaveOutDevice() = default;
@@ -46,6 +56,14 @@ public:
     // Closes the stream; the close completion follows.
     virtual void close() = 0;
     virtual DevicePosition position() const = 0;
+    // Opens the stream ahead of time and holds it: buffers written are kept
+    // and silence goes out until go(). false when the device cannot hold a
+    // stream (then open() at the start it is).
+    virtual bool prepare(const StreamFormat&, WaveOutListener*) { return false; }
+    // Lets a prepared stream play its buffers, from where `alignment` says.
+    virtual void go(const StartAlignment&) {}
+    // The output latency the device reports, in seconds.
+    virtual double outputLatency() const { return 0.0; }
     // True once the device went away while holding buffers (it handed them
     // all back); nothing more will play on it.
     virtual bool lost() const { return false; }

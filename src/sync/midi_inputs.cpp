@@ -1,20 +1,21 @@
 #include "sync/midi_inputs.h"
 
+#include "sync/midi_ports.h"
+
 #include "audio/portaudio_device.h"
 
 #include <alsa/asoundlib.h>
 #include <jack/jack.h>
-#include <rtmidi/RtMidi.h>
 
 namespace {
 
 // RtMidi reports a missing sequencer or server on stderr from inside its
 // constructor; look first, quietly.
-bool apiAvailable(RtMidi::Api api)
+bool apiAvailable(RtMidi::Api api, bool input)
 {
     if (api == RtMidi::LINUX_ALSA) {
         snd_seq_t* seq = nullptr;
-        if (snd_seq_open(&seq, "default", SND_SEQ_OPEN_INPUT, 0) < 0)
+        if (snd_seq_open(&seq, "default", input ? SND_SEQ_OPEN_INPUT : SND_SEQ_OPEN_OUTPUT, 0) < 0)
             return false;
         snd_seq_close(seq);
         return true;
@@ -30,27 +31,41 @@ bool apiAvailable(RtMidi::Api api)
     return api != RtMidi::RTMIDI_DUMMY;
 }
 
-}  // namespace
-
-std::vector<MidiInputInfo> midi_input_devices()
+template <typename Port>
+std::vector<MidiPortLocation> listPorts(bool input)
 {
     silence_audio_library_printing();
-    std::vector<MidiInputInfo> list;
+    std::vector<MidiPortLocation> list;
     std::vector<RtMidi::Api> apis;
     RtMidi::getCompiledApi(apis);
     for (const RtMidi::Api api : apis) {
-        if (!apiAvailable(api))
+        if (!apiAvailable(api, input))
             continue;
         try {
-            RtMidiIn in(api, "Ondrava");
+            Port port(api, "Ondrava");
             // A missing sequencer or server is no error here: no ports.
-            in.setErrorCallback([](RtMidiError::Type, const std::string&, void*) {});
-            const unsigned count = in.getPortCount();
+            port.setErrorCallback([](RtMidiError::Type, const std::string&, void*) {});
+            const unsigned count = port.getPortCount();
             for (unsigned i = 0; i < count; ++i)
-                list.push_back({static_cast<int>(list.size()), in.getPortName(i), RtMidi::getApiDisplayName(api)});
+                list.push_back({api, i, port.getPortName(i)});
         } catch (const RtMidiError&) {
-            // That API cannot be opened on this machine.
+            // That back-end cannot be opened on this machine.
         }
     }
     return list;
 }
+
+std::vector<MidiPortInfo> describe(const std::vector<MidiPortLocation>& ports)
+{
+    std::vector<MidiPortInfo> list;
+    for (const MidiPortLocation& p : ports)
+        list.push_back({static_cast<int>(list.size()), p.name, RtMidi::getApiDisplayName(p.api)});
+    return list;
+}
+
+}  // namespace
+
+std::vector<MidiPortLocation> midi_input_ports() { return listPorts<RtMidiIn>(true); }
+std::vector<MidiPortLocation> midi_output_ports() { return listPorts<RtMidiOut>(false); }
+std::vector<MidiPortInfo> midi_input_devices() { return describe(midi_input_ports()); }
+std::vector<MidiPortInfo> midi_output_devices() { return describe(midi_output_ports()); }

@@ -3,12 +3,15 @@
 #include <string>
 #include <vector>
 
-// The MIDI input ports the program can listen on (ALSA sequencer and JACK
-// MIDI), numbered in the order listed; the MIDI input preference holds such a
-// number.
-struct MidiInputInfo {
+// The MIDI ports the program can use (ALSA sequencer and JACK MIDI),
+// numbered in the order listed across the back-ends; the MIDI preferences
+// hold such numbers.
+struct MidiPortInfo {
     int number = 0;
     std::string name;
     std::string api;
 };
-std::vector<MidiInputInfo> midi_input_devices();
+using MidiInputInfo = MidiPortInfo;
+
+std::vector<MidiPortInfo> midi_input_devices();
+std::vector<MidiPortInfo> midi_output_devices();

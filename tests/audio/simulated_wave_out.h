@@ -20,6 +20,12 @@ struct SimulatedWaveOutState {
     int opens = 0;
     int closes = 0;
     int resets = 0;
+    // Prepared starts: whether the device can hold a stream, whether it holds
+    // one now, and the alignment its go() was given.
+    bool canPrepare = false;
+    bool held = false;
+    int prepares = 0;
+    StartAlignment alignment;
 };
 
 class SimulatedWaveOut : public WaveOutDevice {
@@ -50,7 +56,7 @@ public:
     static void advance(double ms)
     {
         SimulatedWaveOut* d = current();
-        if (!d || state().paused)
+        if (!d || state().paused || state().held)
             return;
         double bytes = ms / 1000.0 * state().format.bytesPerSecond();
         while (bytes > 0 && !d->m_queue.empty()) {
@@ -105,6 +111,19 @@ public:
             events().push_back([l, index] { l->on_wave_out_done(index); });
         }
         m_queue.clear();
+    }
+    bool prepare(const StreamFormat& format, WaveOutListener* listener) override
+    {
+        if (!state().canPrepare || !open(format, listener))
+            return false;
+        state().held = true;
+        ++state().prepares;
+        return true;
+    }
+    void go(const StartAlignment& alignment) override
+    {
+        state().held = false;
+        state().alignment = alignment;
     }
     void pause() override { state().paused = true; }
     void restart() override { state().paused = false; }

@@ -23,7 +23,7 @@ int run_devices_command(const std::vector<std::string>& argv)
     print("output", outputs);
     print("input", inputs);
     const auto midi = midi_input_devices();
-    for (const MidiInputInfo& m : midi)
+    for (const MidiPortInfo& m : midi)
         std::cout << "midi " << m.number << ": " << m.name << " (" << m.api << ")\n";
     if (outputs.empty() && inputs.empty() && midi.empty())
         std::cout << "no audio devices\n";
