@@ -45,6 +45,7 @@ public:
 private:
     QSpinBox* m_input;
     QSpinBox* m_output;
+    class QCheckBox* m_compensate;
 };
 
 // Tool tips, colour display and the web browser.

@@ -30,3 +30,10 @@ std::uint32_t busy_wait_ms(std::uint32_t ms)
     }
     return now;
 }
+
+std::int64_t monotonic_ns()
+{
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<std::int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec;
+}

@@ -13,3 +13,7 @@ void set_millisecond_clock(std::function<std::uint32_t()> clock);
 // Spins on the millisecond clock until `ms` milliseconds have passed and
 // returns the clock value then.
 std::uint32_t busy_wait_ms(std::uint32_t ms);
+
+// Nanoseconds of the monotonic clock: the time base of MIDI input stamps and
+// of aligned playback starts.
+std::int64_t monotonic_ns();

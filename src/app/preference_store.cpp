@@ -86,6 +86,7 @@ void read_preferences(QSettings& profile, Preferences& prefs)
         prefs.*k.field = yes_no_setting(profile, "Preferences", k.key, k.defaultOn);
     prefs.timeFormat = readInt(profile, key("Preferences", "Time format"), kTimeFormatSeconds);
     prefs.markerNameOnTheFly = yes_no_setting(profile, "Preferences", "Marker name on the fly", false);
+    prefs.compensateTimeCodeDelay = yes_no_setting(profile, "Preferences", "Compensate time code delay", false);
     for (int bar = 0; bar < kControlBarCount; ++bar) {
         prefs.barVisible[bar] = readInt(profile, barSection(bar) + "/Visible", 100) != 0;
         prefs.barDocking[bar] = readInt(profile, barSection(bar) + "/Docking", 0);
@@ -132,6 +133,7 @@ void write_preferences(QSettings& profile, const Preferences& prefs)
         write_yes_no(profile, "Preferences", k.key, prefs.*k.field);
     profile.setValue(key("Preferences", "Time format"), prefs.timeFormat);
     write_yes_no(profile, "Preferences", "Marker name on the fly", prefs.markerNameOnTheFly);
+    write_yes_no(profile, "Preferences", "Compensate time code delay", prefs.compensateTimeCodeDelay);
     for (int bar = 0; bar < kControlBarCount; ++bar) {
         profile.setValue(barSection(bar) + "/Visible", prefs.barVisible[bar] ? 100 : 0);
         profile.setValue(barSection(bar) + "/Docking", prefs.barDocking[bar]);

@@ -35,6 +35,8 @@ struct Preferences {
     // 24 until the profile is read; a profile without the key yields 1.
     int timeFormat = 24;
     bool markerNameOnTheFly = false;
+    // Chase lock starts later in the file by the time code's known delay.
+    bool compensateTimeCodeDelay = false;
     std::array<bool, kControlBarCount> barVisible{true, true, true, true, true, true,
                                                   true, true, true, true, true};
     // Where each bar was docked (a dock side id, 0 = not recorded) and whether

@@ -83,6 +83,7 @@ bool PlaybackEngine::openDevice(bool looping)
     // A prepared start owns the device until it begins or is given up.
     if (m_prepared)
         return false;
+    m_deviceHeld = false;
     m_device = open_wave_out_device();
     if (!m_device)
         return false;
@@ -150,6 +151,7 @@ bool PlaybackEngine::openStream(CChildFrame& f, const StreamFormat& format, cons
     }
     play_total_bytes = rangeBytes;
     play_start_offset = startByte & ~3u;
+    m_queuedWritten = false;
     play_bytes_read = 0;
     play_buffers_queued = 0;
     for (int i = 0; i < play_buffer_count; ++i)
@@ -196,6 +198,7 @@ bool PlaybackEngine::fill(int i)
 
 void PlaybackEngine::writeQueued()
 {
+    m_queuedWritten = true;
     for (int i = 0; i < play_buffers_queued && i < play_buffer_count; ++i)
         m_device->write(i, m_buffers[static_cast<std::size_t>(i)].data(), m_bufferBytes[static_cast<std::size_t>(i)]);
     play_current_buffer = 0;
@@ -424,20 +427,45 @@ void PlaybackEngine::endOfPlayback()
             m_host->stopCursorTimer(*m_frame);
         m_host->playbackEnded(*m_frame);
     }
-    // The close completion releases the buffers and the device.
+    // The close completion releases the buffers and the device; a device
+    // kept for the next prepared start stays open and silent.
+    if (m_device && keep_device_open && m_device->hold()) {
+        m_deviceHeld = true;
+        return;
+    }
+    if (m_device)
+        m_device->close();
+}
+
+void PlaybackEngine::release_held_device()
+{
+    if (!m_deviceHeld || is_playing || m_prepared)
+        return;
+    m_deviceHeld = false;
     if (m_device)
         m_device->close();
 }
 
 int PlaybackEngine::prepare_start(CChildFrame& f, std::uint32_t startByte)
 {
-    if (is_playing || m_prepared || m_device)
+    if (is_playing || m_prepared || (m_device && !m_deviceHeld))
         return 0;
     const std::uint32_t bps = static_cast<std::uint32_t>(f.bytesPerSample());
     const std::uint32_t end = f.nTotalSamples * bps;
     startByte &= ~3u;
-    if (startByte + 4 > end || !openDevice(false))
+    if (startByte + 4 > end)
         return 0;
+    if (m_deviceHeld) {
+        // The device held open since the last playback takes this start.
+        m_deviceHeld = false;
+        set_output_volume(output_level);
+        play_current_buffer = 0;
+        loop_pass = 0;
+        playing_clipboard = false;
+        m_looping = false;
+    } else if (!openDevice(false)) {
+        return 0;
+    }
     m_stopRequested = false;
     const StreamFormat format{f.wfx.nChannels, f.wfx.nSamplesPerSec, f.wfx.wBitsPerSample};
     if (!openStream(f, format, f.szFileName, startByte, end, false, true)) {
@@ -462,12 +490,42 @@ int PlaybackEngine::start_prepared(const StartAlignment& alignment)
             return 0;
         }
     } else {
-        m_device->go(alignment);
+        StartAlignment aligned = alignment;
+        if (aligned.enabled && !m_queuedWritten)
+            moveStartForAlignment(aligned);
+        m_device->go(aligned);
     }
     is_playing = true;
     transport_state().playing = true;
     startBookkeeping();
     return 1;
+}
+
+void PlaybackEngine::moveStartForAlignment(StartAlignment& alignment)
+{
+    // The device skips what an aligned start is too late for, but only as
+    // far as its buffers reach; a start far behind its clock begins reading
+    // later in the file instead, a little short of where it should, and the
+    // device skips the rest.
+    const double bytesPerSecond = m_format.bytesPerSecond();
+    const double lateSeconds = alignment.referenceSeconds +
+                               static_cast<double>(monotonic_ns() - alignment.referenceNs) / 1e9 +
+                               m_device->outputLatency() - 0.02;
+    if (lateSeconds <= 0.0 || bytesPerSecond <= 0.0)
+        return;
+    const std::uint32_t frameBytes = static_cast<std::uint32_t>(std::max(1, m_format.channels * m_format.bits / 8));
+    std::uint32_t shift = static_cast<std::uint32_t>(lateSeconds * bytesPerSecond) / frameBytes * frameBytes;
+    shift = std::min(shift, play_total_bytes > frameBytes ? (play_total_bytes - frameBytes) / frameBytes * frameBytes : 0);
+    if (shift == 0)
+        return;
+    play_start_offset += shift;
+    play_total_bytes -= shift;
+    play_bytes_read = 0;
+    play_buffers_queued = 0;
+    for (int i = 0; i < play_buffer_count; ++i)
+        if (!fill(i))
+            break;
+    alignment.referenceSeconds -= shift / bytesPerSecond;
 }
 
 void PlaybackEngine::cancel_prepared()

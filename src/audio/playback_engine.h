@@ -73,6 +73,11 @@ public:
     // Gives up a prepared start that has not begun.
     void cancel_prepared();
     bool start_is_prepared() const { return m_prepared; }
+    // While set, a device whose playback ends is held open for the next
+    // prepared start (chase lock's restarts) instead of being closed.
+    bool keep_device_open = false;
+    // Closes a device held open after playback (keep_device_open).
+    void release_held_device();
     // Moves the read position of the playing file by `bytes` (a multiple of
     // four); it takes effect with the next buffer read.
     void nudge_read_position(std::int64_t bytes);
@@ -143,6 +148,9 @@ private:
     // Ends the bookkeeping, tells the host, and closes the device.
     void endOfPlayback();
     void startBookkeeping();
+    // Before the buffers of an aligned start go out: begins reading later in
+    // the file when the start is further behind its clock than they reach.
+    void moveStartForAlignment(StartAlignment& alignment);
 
     PlaybackHost* m_host = nullptr;
     std::unique_ptr<WaveOutDevice> m_device;
@@ -155,6 +163,8 @@ private:
     bool m_stopRequested = false;
     bool m_prepared = false;
     bool m_preparedWithoutDevice = false;
+    bool m_deviceHeld = false;
+    bool m_queuedWritten = false;  // the filled buffers have gone to the device
     bool m_looping = false;
     std::uint32_t m_startTime = 0;
     std::uint32_t m_pauseTime = 0;

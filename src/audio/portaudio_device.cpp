@@ -1,5 +1,6 @@
 #include "audio/portaudio_device.h"
 
+#include "app/clock.h"
 #include "audio/portaudio_library.h"
 #include "audio/spsc_queue.h"
 #include "audio/volume.h"
@@ -9,7 +10,6 @@
 #include <atomic>
 #include <cmath>
 #include <cstring>
-#include <ctime>
 #include <portaudio.h>
 
 namespace {
@@ -18,7 +18,12 @@ std::atomic<int> g_xruns{0};
 
 class PortAudioWaveOut : public WaveOutDevice {
 public:
-    explicit PortAudioWaveOut(PaDeviceIndex device) : m_device(device) {}
+    explicit PortAudioWaveOut(PaDeviceIndex device) : m_device(device)
+    {
+        // Completions reach the engine from this timer, on the user-interface thread.
+        m_timer.setInterval(5);
+        QObject::connect(&m_timer, &QTimer::timeout, [this] { deliver(); });
+    }
     ~PortAudioWaveOut() override
     {
         if (m_stream) {
@@ -29,6 +34,15 @@ public:
 
     bool prepare(const StreamFormat& format, WaveOutListener* listener) override
     {
+        if (m_stream && m_held.load()) {
+            // Held open since the last playback: only the format must agree.
+            if (format.rate != m_rate || format.channels != m_channels || format.bits != m_bits)
+                return false;
+            m_listener = listener;
+            m_playedBytes = 0;
+            m_pendingOpen = true;
+            return true;
+        }
         m_held = true;
         if (open(format, listener))
             return true;
@@ -36,8 +50,32 @@ public:
         return false;
     }
 
+    bool hold() override
+    {
+        if (!m_stream || m_lost)
+            return false;
+        m_held.store(true, std::memory_order_release);
+        dropQueued();
+        return true;
+    }
+
+    // Only while the callback takes nothing: whatever was still queued is
+    // not ours to hand back any more.
+    void dropQueued()
+    {
+        while (m_submitted.pop()) {
+        }
+        while (m_done.pop()) {
+        }
+        m_current = {};
+        m_outstanding = 0;
+        m_pendingOpen = false;
+    }
+
     void go(const StartAlignment& alignment) override
     {
+        m_skipBytes = 0;
+        m_leadFrames = 0;
         m_alignment = alignment;
         m_alignPending = alignment.enabled;
         m_held.store(false, std::memory_order_release);
@@ -47,6 +85,13 @@ public:
 
     bool open(const StreamFormat& format, WaveOutListener* listener) override
     {
+        if (m_stream) {
+            // Held open in another format: start afresh.
+            Pa_AbortStream(m_stream);
+            Pa_CloseStream(m_stream);
+            m_stream = nullptr;
+            dropQueued();
+        }
         m_listener = listener;
         m_frameBytes = static_cast<std::size_t>(format.channels * format.bits / 8);
         m_bits = format.bits;
@@ -71,9 +116,6 @@ public:
         if (Pa_StartStream(m_stream) != paNoError)
             return false;
         m_pendingOpen = true;
-        // Completions reach the engine from this timer, on the user-interface thread.
-        m_timer.setInterval(5);
-        QObject::connect(&m_timer, &QTimer::timeout, [this] { deliver(); });
         m_timer.start();
         return true;
     }
@@ -239,10 +281,7 @@ private:
     // first frame of this period, heard one output latency from now, lies.
     void align()
     {
-        timespec now{};
-        clock_gettime(CLOCK_MONOTONIC, &now);
-        const double nowNs = static_cast<double>(now.tv_sec) * 1e9 + static_cast<double>(now.tv_nsec);
-        const double heard = nowNs + m_latency * 1e9;
+        const double heard = static_cast<double>(monotonic_ns()) + m_latency * 1e9;
         const double seconds = m_alignment.referenceSeconds + (heard - static_cast<double>(m_alignment.referenceNs)) / 1e9;
         const auto frames = static_cast<long long>(std::llround(seconds * m_rate));
         if (frames >= 0)

@@ -62,6 +62,10 @@ public:
     virtual bool prepare(const StreamFormat&, WaveOutListener*) { return false; }
     // Lets a prepared stream play its buffers, from where `alignment` says.
     virtual void go(const StartAlignment&) {}
+    // Keeps a stream whose playback ended open and silent, for the next
+    // prepared start to use without opening it again; nothing it had queued
+    // comes back any more. false when the device cannot.
+    virtual bool hold() { return false; }
     // The output latency the device reports, in seconds.
     virtual double outputLatency() const { return 0.0; }
     // True once the device went away while holding buffers (it handed them

@@ -55,7 +55,10 @@ ChaseLock::~ChaseLock()
     m_tickTimer.stop();
     m_readyTimer.stop();
     m_midi.close();
-    PlaybackEngine::instance().cancel_prepared();
+    PlaybackEngine& engine = PlaybackEngine::instance();
+    engine.cancel_prepared();
+    engine.keep_device_open = false;
+    engine.release_held_device();
 }
 
 void ChaseLock::set_cue(int hours, int minutes, int seconds, int frames)
@@ -139,6 +142,9 @@ void ChaseLock::start()
         arm(false);
     if (m_useTimers)
         m_tickTimer.start(tick_period_ms());
+    // Between a stop of the code and its return the device stays open, so
+    // that a restart has only to let it play.
+    PlaybackEngine::instance().keep_device_open = true;
 }
 
 void ChaseLock::cancel()
@@ -148,7 +154,10 @@ void ChaseLock::cancel()
     m_tickTimer.stop();
     m_readyTimer.stop();
     cue_armed = false;
-    PlaybackEngine::instance().cancel_prepared();
+    PlaybackEngine& engine = PlaybackEngine::instance();
+    engine.cancel_prepared();
+    engine.keep_device_open = false;
+    engine.release_held_device();
     if (onEnded)
         onEnded();
 }
@@ -251,8 +260,10 @@ void ChaseLock::tick()
         }
     }
 
-    const double now = mtc_time_seconds(mtc, smpte_frame_rate);
-    if (cue_armed && now >= cue_time_whole_seconds && now >= cue_time_seconds) {
+    // In the cue's own precision: a cue taken from the live code is reached
+    // by that same code.
+    const float now = static_cast<float>(mtc_time_seconds(mtc, smpte_frame_rate));
+    if (cue_armed && now >= static_cast<float>(cue_time_whole_seconds) && now >= cue_time_seconds) {
         cue_armed = false;
         setText(kChaseStatus, "Reached cuepoint");
         if (!playing()) {
@@ -264,7 +275,7 @@ void ChaseLock::tick()
                 // frames further on. From there the clock runs.
                 alignment.enabled = true;
                 alignment.referenceNs = mtc.completedAtNs;
-                alignment.referenceSeconds = now + 1.75 / smpte_frame_rate -
+                alignment.referenceSeconds = mtc_time_seconds(mtc, smpte_frame_rate) + 1.75 / smpte_frame_rate -
                                              static_cast<double>(cue_byte) / m_frame.wfx.nAvgBytesPerSec;
             }
             m_lastAlignment = alignment;

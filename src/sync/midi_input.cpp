@@ -1,20 +1,13 @@
 #include "sync/midi_input.h"
 
+#include "app/clock.h"
 #include "audio/spsc_queue.h"
 #include "sync/midi_ports.h"
 
 #include <QSocketNotifier>
 #include <atomic>
-#include <ctime>
 #include <sys/eventfd.h>
 #include <unistd.h>
-
-std::int64_t monotonic_ns()
-{
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<std::int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec;
-}
 
 struct MidiInput::Impl {
     struct Event {

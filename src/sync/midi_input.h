@@ -31,6 +31,3 @@ private:
     struct Impl;
     std::unique_ptr<Impl> m;
 };
-
-// Nanoseconds of the monotonic clock, as MIDI input stamps its messages.
-std::int64_t monotonic_ns();

@@ -43,3 +43,4 @@ int run_play_command(const std::vector<std::string>& args);
 int run_record_command(const std::vector<std::string>& args);
 int run_effects_command(const std::vector<std::string>& args);
 int run_marks_command(const std::vector<std::string>& args);
+int run_chase_command(const std::vector<std::string>& args);

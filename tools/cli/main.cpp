@@ -49,6 +49,8 @@ void usage()
                  "                                  play FILE (or the clipboard) on an output device\n"
                  "  record OUT --seconds S [--channels N] [--bits B] [--rate HZ] [--device N] [--trigger LEVEL]\n"
                  "                                  record S seconds from an input device into OUT\n"
+                 "  chase FILE --cue HH:MM:SS:FF [--fps 24|25|30] [--midi-in N] [--device N] [--preroll F]\n"
+                 "        [--compensate]          play FILE locked to incoming MIDI Time Code until interrupted\n"
                  "Questions are asked on a terminal; --yes or --no answers them all.\n";
 }
 
@@ -105,6 +107,8 @@ int main(int argc, char** argv)
         result = run_effects_command(args);
     else if (command == "marks")
         result = run_marks_command(args);
+    else if (command == "chase")
+        result = run_chase_command(args);
     else {
         std::cerr << "ondrava-cli: unknown command " << command << "\n";
         usage();

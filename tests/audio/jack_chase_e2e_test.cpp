@@ -1,0 +1,149 @@
+// Chase lock end to end: a JACK client sends MIDI Time Code into the
+// program's MIDI input (RtMidi on JACK MIDI) and records the program's audio
+// (PortAudio on JACK). Where the sound starts is measured in samples against
+// the time code the client sent, through a start, a stop of the code, a
+// restart, and the same with the delay compensation on.
+
+#include "audio/playback_engine.h"
+#include "audio/portaudio_device.h"
+#include "audio/volume.h"
+#include "sync/chase_lock.h"
+#include "sync/midi_inputs.h"
+
+#include "support/document_test.h"
+#include "support/jack_chase_rig.h"
+#include "support/jack_e2e.h"
+
+class JackChaseTest : public DocumentTest {
+protected:
+    void SetUp() override
+    {
+        DocumentTest::SetUp();
+        use_portaudio_output();
+        // Without a mixer the level is the stream's gain: full scale keeps
+        // every sample as it is, so that each tells its position.
+        output_level = 0xFFFF;
+        smpte_frame_rate = 24;
+        chase_preroll_frames = 0;
+        WavBuilder::Bytes data;
+        data.reserve(30 * 48000 * 4);
+        for (std::uint32_t i = 0; i < 30 * 48000; ++i) {
+            WavBuilder::put16(data, static_cast<std::uint16_t>(JackChaseRig::leftOf(i)));
+            WavBuilder::put16(data, static_cast<std::uint16_t>(JackChaseRig::rightOf(i)));
+        }
+        writeFile(path("chase.wav"), WavBuilder::pcm(2, 48000, 16, data));
+        doc = open_document_file(path("chase.wav"));
+        ASSERT_TRUE(doc);
+        ASSERT_TRUE(rig.open());
+    }
+    void TearDown() override
+    {
+        PlaybackEngine& e = PlaybackEngine::instance();
+        e.cancel_prepared();
+        if (e.is_playing)
+            e.stop_playback();
+        e.wait_until_released(2000);
+        rig.close();
+        output_level = 255;
+        set_wave_out_factory(nullptr);
+        doc.reset();
+        DocumentTest::TearDown();
+    }
+
+    int rigMidiPort() const
+    {
+        for (const MidiPortInfo& p : midi_input_devices())
+            if (p.name.find(rig.midiPortName()) != std::string::npos)
+                return p.number;
+        return -1;
+    }
+    // The start error in seconds of the sound first heard after graph frame
+    // `from`: the document position heard less the time code at that moment.
+    double startError(std::int64_t from, std::size_t* contiguous = nullptr) const
+    {
+        const auto heard = rig.firstSoundAfter(from);
+        if (!heard)
+            return 1e9;
+        if (contiguous)
+            *contiguous = heard->contiguous;
+        const std::int64_t sounds = heard->graphFrame + rig.playbackLatency();
+        return heard->documentFrame / 48000.0 - rig.codeSecondsAt(sounds);
+    }
+    void waitFrames(std::int64_t frames)
+    {
+        const std::int64_t until = rig.now() + frames;
+        runUntil([&] { return rig.now() >= until; }, 10000);
+    }
+
+    std::unique_ptr<CChildFrame> doc;
+    JackChaseRig rig{60 * 48000};
+};
+
+TEST_F(JackChaseTest, PlaybackFollowsTheTimeCodeThroughStopsAndRestarts)
+{
+    PlaybackEngine& engine = PlaybackEngine::instance();
+    const int port = rigMidiPort();
+    ASSERT_GE(port, 0) << "the rig's MIDI port is not among the MIDI inputs";
+    ChaseLock chase(*doc);
+    chase.set_cue(0, 0, 5, 0);
+    ASSERT_EQ(chase.open(port), 1);
+    ASSERT_TRUE(runUntil([&] { return chase.text(kChaseStatus) == "Waiting to start"; }, 2000));
+    chase.start();
+    ASSERT_TRUE(chase.cue_armed);
+    ASSERT_TRUE(runUntil([&] { return rig.connectPlayers() == 2; }, 3000)) << "the prepared stream is not there";
+    EXPECT_FALSE(engine.is_playing);
+
+    // The code runs from three seconds; the cue is at five.
+    rig.startCode(24, 3 * 24, 100);
+    ASSERT_TRUE(runUntil([&] { return rig.codeStartedAt().has_value(); }, 2000));
+    const std::int64_t codeStart = *rig.codeStartedAt();
+    ASSERT_TRUE(runUntil([&] { return engine.is_playing; }, 4000)) << chase.text(kChaseStatus);
+    EXPECT_EQ(chase.text(kChaseStatus), "Reached cuepoint");
+    waitFrames(24000);
+    std::size_t contiguous = 0;
+    const double first = startError(codeStart, &contiguous);
+    // As specified, the time is known only at its eighth quarter frame: the
+    // start lags the code by those 1.75 frames, the tick and the latency.
+    EXPECT_LT(first, -1.5 / 24) << first * 48000 << " samples";
+    EXPECT_GT(first, -4.0 / 24) << first * 48000 << " samples";
+    EXPECT_GE(contiguous, 4800u) << "the sound follows on sample by sample";
+
+    // The code stops: so does playback, within the 21 ticks and a little.
+    rig.stopCode();
+    const std::int64_t stopped = rig.now();
+    ASSERT_TRUE(runUntil([&] { return !engine.is_playing; }, 2000));
+    EXPECT_EQ(chase.text(kChaseStatus), "MTC device stopped");
+    EXPECT_EQ(chase.text(kChaseInstruction1), "Restart MTC Device");
+    waitFrames(24000);
+    EXPECT_TRUE(rig.silentBetween(stopped + 24000, rig.now())) << "no runaway playback";
+    // The device stays open between stop and restart; stopping it dropped
+    // its connections to the rig.
+    ASSERT_TRUE(runUntil([&] { return rig.connectPlayers() == 2; }, 3000));
+
+    // It comes back at twelve seconds: re-armed there.
+    rig.startCode(24, 12 * 24, 37);
+    ASSERT_TRUE(runUntil([&] { return rig.codeStartedAt().has_value(); }, 2000));
+    const std::int64_t restart = *rig.codeStartedAt();
+    ASSERT_TRUE(runUntil([&] { return engine.is_playing; }, 4000)) << chase.text(kChaseStatus);
+    waitFrames(24000);
+    const double again = startError(restart);
+    EXPECT_LT(again, -1.5 / 24) << again * 48000 << " samples";
+    EXPECT_GT(again, -4.0 / 24) << again * 48000 << " samples";
+    EXPECT_EQ(chase.text(kChaseInstruction1), "Press Cancel to quit");
+
+    // With the delay compensated, a restart starts where the code is.
+    chase.set_compensation(true);
+    rig.stopCode();
+    ASSERT_TRUE(runUntil([&] { return !engine.is_playing; }, 2000));
+    waitFrames(12000);
+    ASSERT_TRUE(runUntil([&] { return rig.connectPlayers() == 2; }, 3000));
+    rig.startCode(24, 20 * 24, 211);
+    ASSERT_TRUE(runUntil([&] { return rig.codeStartedAt().has_value(); }, 2000));
+    const std::int64_t compensated = *rig.codeStartedAt();
+    ASSERT_TRUE(runUntil([&] { return engine.is_playing; }, 4000));
+    waitFrames(24000);
+    const double aligned = startError(compensated, &contiguous);
+    EXPECT_LT(std::fabs(aligned), 0.25 / 24) << aligned * 48000 << " samples";
+    EXPECT_GE(contiguous, 4800u);
+    chase.cancel();
+}
