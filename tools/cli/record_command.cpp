@@ -5,6 +5,7 @@
 #include "audio/portaudio_device.h"
 #include "audio/record_engine.h"
 #include "document_session.h"
+#include "midi_tools/sampler.h"
 #include "view/child_frame.h"
 #include "view/document_save.h"
 #include "wavefile/wave_header.h"
@@ -21,27 +22,13 @@
 // ondrava-cli record OUT --seconds S [--channels N] [--bits B] [--rate HZ]
 //                        [--device N] [--trigger LEVEL]
 // Records S seconds from a wave input device into a new WAVE file, through
-// the record dialog's engine: a new document, one take from its start, the
-// take adopted and saved. With --trigger the take starts when the signal's
-// positive peak passes LEVEL (0..1). Ctrl+C ends the take early; what was
+// the sampler: a new document, one take from its start, the take adopted and
+// saved. With --trigger the take starts when the signal's positive peak
+// passes LEVEL (0..1). Ctrl+C ends the take early; what was
 // recorded is saved.
 namespace {
 
 std::atomic<bool> g_stop{false};
-
-class CliRecordHost : public RecordHost {
-public:
-    void showTriggerStatus(const std::string& text) override
-    {
-        if (text != m_lastStatus)
-            std::fprintf(stderr, "\r%s", text.c_str());
-        m_lastStatus = text;
-    }
-    void captureStateChanged() override {}
-
-private:
-    std::string m_lastStatus;
-};
 
 bool parseLevel(const std::string& text, float& level)
 {
@@ -100,48 +87,36 @@ int run_record_command(const std::vector<std::string>& argv)
         return kExitFailed;
     CChildFrame& f = *session.active();
 
-    RecordEngine& engine = RecordEngine::instance();
-    CliRecordHost host;
-    engine.setHost(&host);
-    engine.insert_mode = 0;
-    engine.auto_stop_enabled = false;
-    engine.trigger_on_signal = args->has("trigger");
-    engine.trigger_continue = true;  // the take's length is --seconds, not the trigger's limit
-    engine.signal_threshold = level;
-    engine.begin_dialog(f);
-    engine.record_position = 0;
-    if (!engine.start_recording()) {
-        engine.discard_take();
-        engine.setHost(nullptr);
+    Sampler sampler;
+    sampler.onStatus = [&](const std::string& text) { std::fprintf(stderr, "\r%s", text.c_str()); };
+    bool finished = false, adopted = false;
+    double recorded = 0.0;
+    sampler.onFinished = [&](bool took, double seconds) {
+        finished = true;
+        adopted = took;
+        recorded = seconds;
+        QCoreApplication::quit();
+    };
+    std::optional<float> threshold;
+    if (args->has("trigger"))
+        threshold = level;
+    if (!sampler.arm(f, static_cast<double>(*seconds), threshold))
         return kExitFailed;
-    }
-    const std::uint64_t wanted = static_cast<std::uint64_t>(*seconds) * engine.format.bytesPerSecond();
     std::signal(SIGINT, [](int) { g_stop = true; });
     QTimer poll;
     QObject::connect(&poll, &QTimer::timeout, [&] {
-        if (g_stop.exchange(false) || engine.record_bytes_written >= wanted)
-            engine.stop_recording();
-        if (engine.idle())
-            QCoreApplication::quit();
+        if (g_stop.exchange(false))
+            sampler.stop();
     });
-    poll.start(5);
-    QCoreApplication::exec();
-    engine.wait_until_idle(2000);
+    poll.start(20);
+    if (!finished)
+        QCoreApplication::exec();
     std::signal(SIGINT, SIG_DFL);
-    if (engine.trigger_on_signal)
+    if (threshold)
         std::fputc('\n', stderr);
-
-    // The take ends at the buffer that passed the length: cut it to size.
-    if (engine.record_length > wanted && ::truncate(engine.szRecordFileName.c_str(), static_cast<off_t>(wanted)) == 0)
-        engine.record_length = wanted;
-    const std::uint64_t recorded = engine.record_length;
-    const bool lost = engine.device_lost;
-    const bool adopted = engine.adopt_take() != 0;
-    engine.setHost(nullptr);
+    const bool lost = RecordEngine::instance().device_lost;
     if (!adopted || !save_waveform_file(f, out, 0, 0))
         return kExitFailed;
-    std::printf("recorded %.3f s, %d overruns\n",
-                static_cast<double>(recorded) / std::max<std::uint32_t>(engine.format.bytesPerSecond(), 1),
-                portaudio_input_overruns());
+    std::printf("recorded %.3f s, %d overruns\n", recorded, portaudio_input_overruns());
     return lost ? kExitFailed : kExitOk;
 }
