@@ -29,6 +29,11 @@
 #include "edit/undo.h"
 #include "edit/timemark_bars.h"
 #include "edit/timemarks.h"
+#include "midi_tools/device_report.h"
+#include "midi_tools/midi_keyboard_window.h"
+#include "midi_tools/sampler_dialog.h"
+#include "midi_tools/triggered_start_dialog.h"
+#include "sync/chase_lock_dialog.h"
 #include "view/mouse_selection.h"
 #include "view/view_navigation.h"
 #include "wavefile/wave_file_dialogs.h"
@@ -39,6 +44,9 @@
 #include "wavefile/wave_state.h"
 
 #include <QAction>
+#include <QVBoxLayout>
+#include <QPlainTextEdit>
+#include <QDialogButtonBox>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QDragEnterEvent>
@@ -250,6 +258,11 @@ void CMainFrame::buildMenus()
     play->addSeparator();
     addCommand(play, 11404, tr("Lo&op playback"), QKeySequence(QStringLiteral("Alt+L")))->setCheckable(true);
     addCommand(play, 1024, tr("Setup pla&yback loop..."), QKeySequence(QStringLiteral("Alt+R")));
+    play->addSeparator();
+    addCommand(play, kCommandChaseLock, tr("SMPTE C&hase Lock..."));
+    addCommand(play, kCommandDelayedStart, tr("&Delayed Start..."));
+    addCommand(play, kCommandTriggeredStart, tr("&Triggered Start..."));
+    addCommand(play, kCommandSampler, tr("Sa&mpler..."));
 
     // The effects, with Alt+Shift+1..9 then a.. in the order of their ids.
     QMenu* operations = menuBar()->addMenu(tr("&Operations"));
@@ -285,6 +298,10 @@ void CMainFrame::buildMenus()
 
     QMenu* options = menuBar()->addMenu(tr("&Options"));
     addCommand(options, kCommandPreferences, tr("&Preferences..."));
+
+    QMenu* tools = menuBar()->addMenu(tr("&Tools"));
+    addCommand(tools, kCommandMidiKeyboard, tr("MIDI &Keyboard..."));
+    addCommand(tools, kCommandDevices, tr("System &Devices..."));
 
     QMenu* window = menuBar()->addMenu(tr("&Window"));
     addCommand(window, kCommandCascade, tr("&Cascade"));
@@ -532,6 +549,55 @@ void CMainFrame::showPreferences()
     }
 }
 
+void CMainFrame::midiCommand(int id)
+{
+    if (id == kCommandMidiKeyboard) {
+        auto* keyboard = new MidiKeyboardWindow(this);
+        if (!keyboard->openOutput()) {
+            delete keyboard;
+            return;
+        }
+        keyboard->show();
+        return;
+    }
+    if (id == kCommandDevices) {
+        auto* report = new QDialog(this);
+        report->setObjectName(QStringLiteral("DEVICES"));
+        report->setWindowTitle(tr("System Devices"));
+        report->setAttribute(Qt::WA_DeleteOnClose);
+        auto* layout = new QVBoxLayout(report);
+        auto* text = new QPlainTextEdit(QString::fromStdString(system_device_report()), report);
+        text->setReadOnly(true);
+        text->setMinimumSize(560, 240);
+        layout->addWidget(text);
+        auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, report);
+        connect(buttons, &QDialogButtonBox::rejected, report, &QDialog::reject);
+        layout->addWidget(buttons);
+        report->show();
+        return;
+    }
+    ChildFrameWindow* doc = activeDocument();
+    if (!doc)
+        return;
+    if (id == kCommandChaseLock) {
+        auto* dialog = new ChaseLockDialog(doc->frame(), this);
+        connect(dialog, &ChaseLockDialog::playPosition, m_playPosition, &QLabel::setText);
+        if (!dialog->openInput()) {
+            delete dialog;
+            return;
+        }
+        dialog->show();
+    } else if (id == kCommandSampler) {
+        (new SamplerDialog(*doc, this))->show();
+    } else {
+        (new TriggeredStartDialog(*doc,
+                                  id == kCommandDelayedStart ? TriggeredStartDialog::Mode::Delay
+                                                             : TriggeredStartDialog::Mode::Midi,
+                                  this))
+            ->show();
+    }
+}
+
 void CMainFrame::refillCueList(const CChildFrame* frame, const CueList& list)
 {
     if (m_timemarkBars)
@@ -617,6 +683,10 @@ void CMainFrame::onCommand(int id)
         break;
     }
     case 1813: openRecordDialog(); break;
+    case kCommandChaseLock: case kCommandDelayedStart: case kCommandTriggeredStart: case kCommandSampler:
+    case kCommandMidiKeyboard: case kCommandDevices:
+        midiCommand(id);
+        break;
     case ID_TIMEMARK_ADD: case kCommandMarkHighlight: case ID_TIMEMARK_DELETE_ALL:
         if (ChildFrameWindow* doc = activeDocument()) {
             if (id == ID_TIMEMARK_ADD)

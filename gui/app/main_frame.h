@@ -74,6 +74,8 @@ private:
     void newFromSelection();
     void editCommand(int id);
     void showPreferences();
+    // The MIDI and triggered-start windows of the active document.
+    void midiCommand(int id);
     QMdiSubWindow* addDocument(ChildFrameWindow* window);
 
     QMdiArea* m_mdi;
@@ -107,6 +109,13 @@ constexpr int kCommandAbout = 57664;
 constexpr int kCommandSpectrum = 32910;
 // A pair of time marks from the highlight.
 constexpr int kCommandMarkHighlight = 11702;
+// MIDI and the triggered starts (ids of our own).
+constexpr int kCommandChaseLock = 32920;
+constexpr int kCommandDelayedStart = 32921;
+constexpr int kCommandTriggeredStart = 32922;
+constexpr int kCommandSampler = 32923;
+constexpr int kCommandMidiKeyboard = 32924;
+constexpr int kCommandDevices = 32925;
 constexpr int kCommandRecentFirst = 57616;  // 57616 .. 57621
 constexpr int kCommandOpenOpened = 11310;    // opens szOpenedFileName
 constexpr int kCommandSave = 57603;

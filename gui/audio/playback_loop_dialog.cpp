@@ -1,6 +1,7 @@
 #include "audio/playback_loop_dialog.h"
 
 #include "audio/playback_engine.h"
+#include "sync/chase_lock.h"
 
 #include <QDialogButtonBox>
 #include <algorithm>
@@ -62,7 +63,8 @@ void PlaybackLoopDialog::accept()
     PlaybackEngine& engine = PlaybackEngine::instance();
     engine.loop_count = spin(231)->value();
     engine.loop_count_enabled = radio(1040)->isChecked();
-    // The cue point is kept at 30 frames a second.
+    // The cue point is kept at 30 frames a second, and chase lock counts so.
     engine.smpte_start = {spin(1883)->value(), spin(1884)->value(), spin(1885)->value(), spin(1886)->value(), 30};
+    smpte_frame_rate = 30;
     QDialog::accept();
 }

@@ -34,5 +34,5 @@ private:
     CChildFrame& m_frame;
     int m_index;
     QLineEdit* m_name;
-    int m_choice = Cancelled;
+    int m_choice = Renamed;  // what OK does
 };

@@ -63,6 +63,18 @@ void Sampler::stop()
         m_stopRequested = true;
 }
 
+void Sampler::stop_now()
+{
+    if (!m_armed)
+        return;
+    RecordEngine& engine = RecordEngine::instance();
+    engine.stop_recording();
+    // Waiting runs the event loop: the poll may finish the take first.
+    engine.wait_until_idle(2000);
+    if (m_armed)
+        finish();
+}
+
 void Sampler::poll()
 {
     RecordEngine& engine = RecordEngine::instance();
@@ -76,6 +88,8 @@ void Sampler::poll()
 
 void Sampler::finish()
 {
+    if (!m_armed)
+        return;
     m_poll.stop();
     RecordEngine& engine = RecordEngine::instance();
     // The take ends at the buffer that passed the length: cut it to size.

@@ -24,8 +24,11 @@ public:
     // stop()). With a threshold (0..1) the take waits for the signal to pass
     // it; without one it starts at once. 1 when the device runs.
     int arm(CChildFrame& frame, double seconds, std::optional<float> threshold);
-    // Ends the take early; what was recorded is kept.
+    // Ends the take early; what was recorded is kept (the document takes
+    // it when the device has finished).
     void stop();
+    // The same, waiting for the device: the document has the take on return.
+    void stop_now();
     // Discards whatever was recorded and lets go of the device.
     void cancel();
     bool armed() const { return m_armed; }

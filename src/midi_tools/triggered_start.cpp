@@ -159,8 +159,12 @@ void TriggeredStart::cancel()
     m_armed = false;
 }
 
-void TriggeredStart::stop_recording()
+void TriggeredStart::stop_recording(bool wait)
 {
-    if (m_sampler)
+    if (!m_sampler)
+        return;
+    if (wait)
+        m_sampler->stop_now();
+    else
         m_sampler->stop();
 }

@@ -60,8 +60,9 @@ public:
     // Gives up a trigger that has not fired, or discards a recording it
     // started.
     void cancel();
-    // Ends a recording it started early, keeping what was recorded.
-    void stop_recording();
+    // Ends a recording it started early, keeping what was recorded; with
+    // `wait` the document has the take on return.
+    void stop_recording(bool wait = false);
     bool armed() const { return m_armed; }
     bool fired() const { return m_fired; }
     const std::string& status() const { return m_status; }

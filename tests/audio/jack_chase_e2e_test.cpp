@@ -2,12 +2,15 @@
 // program's MIDI input (RtMidi on JACK MIDI) and records the program's audio
 // (PortAudio on JACK). Where the sound starts is measured in samples against
 // the time code the client sent, through a start, a stop of the code, a
-// restart, and the same with the delay compensation on.
+// restart, and the same with the delay compensation on. A note starts a
+// triggered playback; the MIDI keyboard plays into the client's input.
 
 #include "audio/playback_engine.h"
 #include "audio/portaudio_device.h"
 #include "audio/volume.h"
 #include "sync/chase_lock.h"
+#include "midi_tools/midi_keyboard.h"
+#include "midi_tools/triggered_start.h"
 #include "sync/midi_inputs.h"
 
 #include "support/document_test.h"
@@ -146,4 +149,55 @@ TEST_F(JackChaseTest, PlaybackFollowsTheTimeCodeThroughStopsAndRestarts)
     EXPECT_LT(std::fabs(aligned), 0.25 / 24) << aligned * 48000 << " samples";
     EXPECT_GE(contiguous, 4800u);
     chase.cancel();
+}
+
+TEST_F(JackChaseTest, ANoteStartsPlaybackAndTheKeyboardPlaysIntoAPort)
+{
+    PlaybackEngine& engine = PlaybackEngine::instance();
+    const int port = rigMidiPort();
+    ASSERT_GE(port, 0);
+    doc->bHighlight = 1;
+    doc->nSelStart = 2 * 48000 * 2;  // two seconds in
+    doc->nSelEnd = 4 * 48000 * 2;
+    TriggeredStart trigger(*doc);
+    TriggerSettings settings;
+    settings.kind = TriggerKind::Note;
+    settings.note = 60;
+    ASSERT_EQ(trigger.arm(settings, port), 1);
+    ASSERT_TRUE(runUntil([&] { return rig.connectPlayers() == 2; }, 3000)) << "the prepared stream is not there";
+    // Another note, then the one it waits for.
+    rig.sendMessage(midi_message(0x90, 61, 100));
+    runUntil([&] { return rig.sentAt().has_value(); }, 1000);
+    waitFrames(4800);
+    EXPECT_FALSE(engine.is_playing);
+    rig.sendMessage(midi_message(0x90, 60, 100));
+    ASSERT_TRUE(runUntil([&] { return rig.sentAt().has_value(); }, 1000));
+    const std::int64_t sent = *rig.sentAt();
+    ASSERT_TRUE(runUntil([&] { return engine.is_playing; }, 2000));
+    waitFrames(9600);
+    const auto heard = rig.firstSoundAfter(sent);
+    ASSERT_TRUE(heard);
+    EXPECT_EQ(heard->documentFrame, 2u * 48000) << "from the highlight's start";
+    // Only the device had to start: the sound follows the note within a
+    // few periods.
+    EXPECT_LT(heard->graphFrame - sent, 48000 / 20) << heard->graphFrame - sent << " frames";
+    engine.stop_playback();
+    runUntil([&] { return !engine.is_playing; }, 2000);
+
+    int out = -1;
+    for (const MidiPortInfo& p : midi_output_devices())
+        if (p.name.find(rig.midiInputName()) != std::string::npos)
+            out = p.number;
+    ASSERT_GE(out, 0);
+    MidiKeyboard keyboard;
+    ASSERT_TRUE(keyboard.open(out));
+    keyboard.channel = 3;
+    keyboard.velocity = 90;
+    EXPECT_TRUE(keyboard.note_on(64));
+    EXPECT_TRUE(keyboard.note_off(64));
+    ASSERT_TRUE(runUntil([&] { return rig.received().size() >= 2; }, 2000));
+    const auto got = rig.received();
+    EXPECT_EQ(got[0], midi_message(0x92, 64, 90));
+    EXPECT_EQ(got[1], midi_message(0x82, 64, 0));
+    keyboard.close();
 }

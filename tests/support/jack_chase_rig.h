@@ -36,11 +36,12 @@ public:
         if (!m_client)
             return false;
         m_midi = jack_port_register(m_client, "mtc_out", JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
+        m_midiIn = jack_port_register(m_client, "midi_in", JACK_DEFAULT_MIDI_TYPE, JackPortIsInput, 0);
         m_in[0] = jack_port_register(m_client, "in_1", JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput, 0);
         m_in[1] = jack_port_register(m_client, "in_2", JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput, 0);
         jack_set_process_callback(m_client, &JackChaseRig::process, this);
         m_rate = jack_get_sample_rate(m_client);
-        return m_midi && m_in[0] && m_in[1] && jack_activate(m_client) == 0;
+        return m_midi && m_midiIn && m_in[0] && m_in[1] && jack_activate(m_client) == 0;
     }
 
     void close()
@@ -53,6 +54,26 @@ public:
     }
 
     std::string midiPortName() const { return std::string(kClientName) + ":mtc_out"; }
+    std::string midiInputName() const { return std::string(kClientName) + ":midi_in"; }
+
+    // Sends a short message (up to three bytes) at the start of the next
+    // period; the graph frame it went out at comes back through sentAt().
+    void sendMessage(std::uint32_t message)
+    {
+        m_sentAt = -1;
+        m_outgoing.store(message | 0x80000000u, std::memory_order_release);
+    }
+    std::optional<std::int64_t> sentAt() const
+    {
+        const std::int64_t at = m_sentAt.load(std::memory_order_acquire);
+        return at < 0 ? std::nullopt : std::optional<std::int64_t>(at);
+    }
+    // The short messages that reached midi_in, in order (status in the low byte).
+    std::vector<std::uint32_t> received() const
+    {
+        const std::size_t n = std::min<std::size_t>(m_receivedCount.load(std::memory_order_acquire), m_received.size());
+        return std::vector<std::uint32_t>(m_received.begin(), m_received.begin() + static_cast<long>(n));
+    }
     std::uint32_t rate() const { return m_rate; }
 
     // Connects the program's audio outputs (every output port of another
@@ -165,6 +186,27 @@ private:
 
         void* midi = jack_port_get_buffer(self->m_midi, n);
         jack_midi_clear_buffer(midi);
+        if (const std::uint32_t out = self->m_outgoing.exchange(0, std::memory_order_acq_rel)) {
+            const jack_midi_data_t bytes[3] = {static_cast<jack_midi_data_t>(out & 0xFF),
+                                               static_cast<jack_midi_data_t>(out >> 8 & 0xFF),
+                                               static_cast<jack_midi_data_t>(out >> 16 & 0xFF)};
+            const std::size_t size = (out & 0xF0) == 0xC0 || (out & 0xF0) == 0xD0 ? 2 : (out & 0xFF) >= 0xF8 ? 1 : 3;
+            jack_midi_event_write(midi, 0, bytes, size);
+            self->m_sentAt.store(cycle, std::memory_order_release);
+        }
+        void* in = jack_port_get_buffer(self->m_midiIn, n);
+        const std::uint32_t events = jack_midi_get_event_count(in);
+        for (std::uint32_t e = 0; e < events; ++e) {
+            jack_midi_event_t event;
+            std::size_t at = self->m_receivedCount.load(std::memory_order_relaxed);
+            if (jack_midi_event_get(&event, in, e) != 0 || at >= self->m_received.size())
+                continue;
+            std::uint32_t m = 0;
+            for (std::size_t b = 0; b < event.size && b < 3; ++b)
+                m |= static_cast<std::uint32_t>(event.buffer[b]) << (8 * b);
+            self->m_received[at] = m;
+            self->m_receivedCount.store(at + 1, std::memory_order_release);
+        }
         if (self->m_stopRequested.exchange(false, std::memory_order_acq_rel))
             self->m_running = false;
         if (self->m_startRequested.exchange(false, std::memory_order_acq_rel)) {
@@ -200,6 +242,11 @@ private:
 
     jack_client_t* m_client = nullptr;
     jack_port_t* m_midi = nullptr;
+    jack_port_t* m_midiIn = nullptr;
+    std::atomic<std::uint32_t> m_outgoing{0};
+    std::atomic<std::int64_t> m_sentAt{-1};
+    std::vector<std::uint32_t> m_received = std::vector<std::uint32_t>(256);
+    std::atomic<std::size_t> m_receivedCount{0};
     jack_port_t* m_in[2] = {nullptr, nullptr};
     std::uint32_t m_rate = 48000;
     MtcSource m_source;
