@@ -44,6 +44,7 @@
 #include "wavefile/wave_state.h"
 
 #include <QAction>
+#include <QComboBox>
 #include <QVBoxLayout>
 #include <QPlainTextEdit>
 #include <QDialogButtonBox>
@@ -137,6 +138,11 @@ CMainFrame::CMainFrame() : m_mdi(new QMdiArea(this)), m_timer(new QTimer(this))
             showBigTime(text);
     });
     connect(m_playHost, &PlayCursorHost::ended, this, [this] { m_playPosition->clear(); });
+    // A cue sequence shows the entry playing in the cue list.
+    connect(m_playHost, &PlayCursorHost::sequenceEntry, this, [this](int row) {
+        if (m_timemarkBars && row < m_timemarkBars->combo()->count())
+            m_timemarkBars->combo()->setCurrentIndex(row);
+    });
     connect(m_mdi, &QMdiArea::subWindowActivated, this, [this](QMdiSubWindow*) {
         ChildFrameWindow* doc = activeDocument();
         set_active_frame(doc ? &doc->frame() : nullptr);

@@ -59,3 +59,5 @@ void PlayCursorHost::tick()
         w->setPlayCursor(static_cast<std::int64_t>(at));
     emit positionChanged(ms, QString::fromStdString(position_text(*m_frame, at, preferences().timeFormat)).trimmed());
 }
+
+void PlayCursorHost::sequenceEntryChanged(CChildFrame&, int index, const std::string&) { emit sequenceEntry(index); }

@@ -19,6 +19,7 @@ public:
     void startCursorTimer(CChildFrame& frame) override;
     void stopCursorTimer(CChildFrame& frame) override;
     void playbackEnded(CChildFrame& frame) override;
+    void sequenceEntryChanged(CChildFrame& frame, int index, const std::string& name) override;
 
     // Where in the document (sample units) playback is now.
     static std::uint32_t playing_sample(const CChildFrame& frame, float positionMs, std::uint32_t rangeStart,
@@ -29,6 +30,8 @@ signals:
     // position in the document in the current time format.
     void positionChanged(float milliseconds, const QString& text);
     void ended();
+    // A cue sequence moved on to entry `index` (its cue-list row).
+    void sequenceEntry(int index);
 
 private:
     void tick();

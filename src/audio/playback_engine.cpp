@@ -162,8 +162,20 @@ bool PlaybackEngine::openStream(CChildFrame& f, const StreamFormat& format, cons
     if (prepareOnly) {
         // Held open where the device allows it; otherwise the device opens
         // at the start.
+        if (m_device->prepare(format, this)) {
+            m_prepared = true;
+            m_preparedWithoutDevice = false;
+            return true;
+        }
+        if (m_device->holds()) {
+            // It could hold a stream but will not open this one.
+            message_beep();
+            ::close(m_file);
+            m_file = -1;
+            return false;
+        }
         m_prepared = true;
-        m_preparedWithoutDevice = !m_device->prepare(format, this);
+        m_preparedWithoutDevice = true;
         return true;
     }
     if (!m_device->open(format, this)) {

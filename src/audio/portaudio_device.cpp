@@ -82,6 +82,7 @@ public:
     }
 
     double outputLatency() const override { return m_latency; }
+    bool holds() const override { return true; }
 
     bool open(const StreamFormat& format, WaveOutListener* listener) override
     {

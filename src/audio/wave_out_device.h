@@ -60,6 +60,9 @@ public:
     // and silence goes out until go(). false when the device cannot hold a
     // stream (then open() at the start it is).
     virtual bool prepare(const StreamFormat&, WaveOutListener*) { return false; }
+    // Whether prepare() is supported at all (then its failure is the
+    // device's refusal).
+    virtual bool holds() const { return false; }
     // Lets a prepared stream play its buffers, from where `alignment` says.
     virtual void go(const StartAlignment&) {}
     // Keeps a stream whose playback ended open and silent, for the next

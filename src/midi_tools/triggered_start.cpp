@@ -125,8 +125,7 @@ void TriggeredStart::fire()
     if (m_settings.action == TriggerAction::Play) {
         PlaybackEngine& engine = PlaybackEngine::instance();
         engine.play_short = false;
-        engine.start_prepared();
-        setStatus("Playing");
+        setStatus(engine.start_prepared() ? "Playing" : "The output device did not start");
     } else {
         m_sampler = std::make_unique<Sampler>();
         m_sampler->onFinished = [this](bool adopted, double seconds) {

@@ -120,6 +120,7 @@ public:
         ++state().prepares;
         return true;
     }
+    bool holds() const override { return state().canPrepare; }
     void go(const StartAlignment& alignment) override
     {
         state().held = false;

@@ -44,3 +44,4 @@ int run_record_command(const std::vector<std::string>& args);
 int run_effects_command(const std::vector<std::string>& args);
 int run_marks_command(const std::vector<std::string>& args);
 int run_chase_command(const std::vector<std::string>& args);
+int run_trigger_command(const std::vector<std::string>& args);

@@ -44,13 +44,16 @@ void usage()
                  "  effects                         list the effects and their parameters\n"
                  "  marks FILE [--time-format 1|24|25|30]\n"
                  "                                  list the time marks stored in FILE\n"
-                 "  devices                         list wave output and input devices, MIDI inputs\n"
+                 "  devices                         report the wave devices and the MIDI ports\n"
                  "  play FILE [--select START:END] [--loop N] [--device N] [--clipboard]\n"
                  "                                  play FILE (or the clipboard) on an output device\n"
                  "  record OUT --seconds S [--channels N] [--bits B] [--rate HZ] [--device N] [--trigger LEVEL]\n"
                  "                                  record S seconds from an input device into OUT\n"
                  "  chase FILE --cue HH:MM:SS:FF [--fps 24|25|30] [--midi-in N] [--device N] [--preroll F]\n"
                  "        [--compensate]          play FILE locked to incoming MIDI Time Code until interrupted\n"
+                 "  trigger FILE --on delay:S|timecode:HH:MM:SS:FF[@FPS]|start|note[:N[@CH]] [--select START:END]\n"
+                 "        [--record S [--save OUT]] [--midi-in N] [--device N]\n"
+                 "                                  play FILE (or record into it) when the trigger comes\n"
                  "Questions are asked on a terminal; --yes or --no answers them all.\n";
 }
 
@@ -109,6 +112,8 @@ int main(int argc, char** argv)
         result = run_marks_command(args);
     else if (command == "chase")
         result = run_chase_command(args);
+    else if (command == "trigger")
+        result = run_trigger_command(args);
     else {
         std::cerr << "ondrava-cli: unknown command " << command << "\n";
         usage();
