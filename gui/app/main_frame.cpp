@@ -90,7 +90,8 @@ CommandText commandText(int id, const QString& fallback)
         t.text = fallback.isEmpty() ? raw.section('\n', 1) : fallback;
         return t;
     }
-    t.text = raw.section('\t', 0, 0);
+    // Some ids name a bitmap in the table ("rrecord"): a menu text given here wins.
+    t.text = fallback.isEmpty() ? raw.section('\t', 0, 0) : fallback;
     if (raw.contains('\t'))
         t.keys = QKeySequence(raw.section('\t', 1));
     return t;
