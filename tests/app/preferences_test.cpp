@@ -36,6 +36,7 @@ TEST_F(PreferencesTest, AFreshProfileGivesTheDefaults)
     EXPECT_FALSE(prefs.bigTimeDisplay);
     EXPECT_FALSE(prefs.zoomedInitialDisplay);
     EXPECT_FALSE(prefs.markerNameOnTheFly);
+    EXPECT_FALSE(prefs.compensateTimeCodeDelay);
     EXPECT_EQ(prefs.timeFormat, 1);
     for (bool visible : prefs.barVisible)
         EXPECT_TRUE(visible);
@@ -90,6 +91,7 @@ TEST_F(PreferencesTest, EveryPreferenceSurvivesAWriteAndARead)
     written.zoomedInitialDisplay = true;
     written.timeFormat = 25;
     written.markerNameOnTheFly = true;
+    written.compensateTimeCodeDelay = true;
     written.barVisible[3] = false;
     written.barVisible[10] = false;
     written.barDocking[2] = 0xE81C;
@@ -111,6 +113,7 @@ TEST_F(PreferencesTest, EveryPreferenceSurvivesAWriteAndARead)
 
     EXPECT_EQ(profile->value("Preferences/Show logo").toString(), "no");
     EXPECT_EQ(profile->value("Preferences/Voice message").toString(), "yes");
+    EXPECT_EQ(profile->value("Preferences/Compensate time code delay").toString(), "yes");
     EXPECT_EQ(profile->value("Colors/Bkgnd color").toString(), "Black");
     EXPECT_EQ(profile->value("Colors/Data color").toString(), "#0c2238");
 
@@ -125,6 +128,7 @@ TEST_F(PreferencesTest, EveryPreferenceSurvivesAWriteAndARead)
     EXPECT_EQ(read.zoomedInitialDisplay, written.zoomedInitialDisplay);
     EXPECT_EQ(read.timeFormat, 25);
     EXPECT_EQ(read.markerNameOnTheFly, written.markerNameOnTheFly);
+    EXPECT_TRUE(read.compensateTimeCodeDelay);
     EXPECT_EQ(read.barVisible, written.barVisible);
     EXPECT_EQ(read.barDocking, written.barDocking);
     EXPECT_EQ(read.barFloating, written.barFloating);

@@ -1,4 +1,5 @@
 #include "app/app_paths.h"
+#include "edit/timemarks.h"
 #include "view/view_navigation.h"
 #include "view/waveform_renderer.h"
 
@@ -218,4 +219,32 @@ TEST_F(RendererTest, TheHighlightIsInvertedOverItsChannel)
     f->bRedrawAll = true;
     const QImage grey = paint(*f, r);
     EXPECT_EQ(at(grey, 800, 46 + 20), qRgb(255, 255, 255) & 0xFFFFFF);
+}
+
+TEST_F(RendererTest, TheIconOfAMarkAtColumnHundredCoversNinetySixToHundredAndFour)
+{
+    auto f = openTone(2, 16, 44100, 441000, 600, 300);
+    ASSERT_TRUE(f);
+    f->nCaretX = 100;
+    ASSERT_EQ(add_timemark(*f), 1);
+    WaveformRenderer r(600);
+    DisplayColours colours;
+    colours.data = Qt::darkBlue;
+    colours.background = Qt::cyan;
+    colours.grid = Qt::magenta;
+    colours.wavecrest = Qt::yellow;
+    colours.marker = QColor(255, 0, 0);
+    colours.markerText = QColor(255, 255, 255);
+    r.setColours(colours);
+    const QImage image = paint(*f, r);
+    const int top = timemark_baseline(*f) - 13;
+    // The pin's body spans the nine columns from x - 4 (its edge drawn in
+    // the text colour), nothing beside it, nothing above its top row.
+    for (int x = 96; x <= 104; ++x)
+        EXPECT_TRUE(at(image, x, top + 3) == 0xFF0000 || at(image, x, top + 3) == 0xFFFFFF) << x;
+    EXPECT_EQ(at(image, 100, top + 4), 0xFF0000u);
+    EXPECT_NE(at(image, 95, top + 4), 0xFF0000u);
+    EXPECT_NE(at(image, 105, top + 4), 0xFF0000u);
+    EXPECT_NE(at(image, 100, top - 2), 0xFF0000u);
+    EXPECT_NE(at(image, 100, top - 2), 0xFFFFFFu);
 }
