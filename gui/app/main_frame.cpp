@@ -38,6 +38,7 @@
 #include "view/view_navigation.h"
 #include "wavefile/wave_file_dialogs.h"
 #include "view/open_by_type.h"
+#include "view/save_by_type.h"
 #include "wavefile/file_types.h"
 #include "view/time_format.h"
 #include "wavefile/wave_header.h"
@@ -460,21 +461,20 @@ void CMainFrame::save(bool askName, bool selectionOnly)
         return;
     CChildFrame& f = doc->frame();
     std::string target = f.szPathName;
+    int type = kTypeWav;
     if (askName || target.empty()) {
         SaveWaveDialog dialog(f, this);
         if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
             return;
         target = dialog.selectedFiles().first().toStdString();
-        if (dialog.selectedType() != kTypeWav && dialog.selectedType() != kTypeAll) {
-            ErrMsg("%s cannot be saved: only WAVE files can be saved so far.", target.c_str());
-            return;
-        }
+        type = dialog.selectedType();
     } else {
         bSaveConverts = bSaveCompressed = 0;
     }
-    const bool saved = save_wav_by_type(f, target, selectionOnly ? 1 : 0) != 0;
+    const bool saved = save_by_type(f, target, type, selectionOnly ? 1 : 0) != 0;
     bSaveConverts = bSaveCompressed = 0;
-    if (!saved || selectionOnly)
+    // Only a WAVE file becomes the document's own file.
+    if (!saved || selectionOnly || (type != kTypeWav && type != kTypeAll))
         return;
     if (askName) {
         // The document now belongs to the file it was saved as.

@@ -21,6 +21,7 @@
 #include <QApplication>
 #include <QDesktopServices>
 #include <QFileDialog>
+#include <QKeyEvent>
 #include <QFileInfo>
 #include <QLabel>
 #include <QLineEdit>
@@ -284,4 +285,31 @@ void QtUiHost::refillCueList(const CChildFrame* frame, const CueList& list)
 {
     if (auto* main = qobject_cast<CMainFrame*>(m_main))
         main->refillCueList(frame, list);
+}
+
+// Notes Escape presses anywhere in the program.
+class EscapeWatch : public QObject {
+public:
+    using QObject::QObject;
+    bool pressed = false;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape)
+            pressed = true;
+        return QObject::eventFilter(watched, event);
+    }
+};
+
+bool QtUiHost::escapePressed()
+{
+    if (!m_escape) {
+        m_escape = new EscapeWatch(m_main);
+        QCoreApplication::instance()->installEventFilter(m_escape);
+    }
+    QCoreApplication::processEvents();
+    const bool pressed = m_escape->pressed;
+    m_escape->pressed = false;
+    return pressed;
 }

@@ -40,6 +40,9 @@ public:
     std::string askSaveFileName(const std::string& title, const std::string& suggestion) override;
     bool askMarkerName(std::string& name) override;
     void refillCueList(const CChildFrame* frame, const CueList& list) override;
+    // Runs the event loop once and reports an Escape key pressed anywhere
+    // in the program since the last question.
+    bool escapePressed() override;
 
     ProgressBox* progressBox() const { return m_progress; }
     // The painter an owner-drawn button is painting with, for the duration of its paint.
@@ -50,6 +53,7 @@ private:
     QPointer<ProgressBox> m_progress;
     QPointer<ConversionBox> m_conversion;
     QPainter* m_buttonPainter = nullptr;
+    class EscapeWatch* m_escape = nullptr;
 };
 
 // Window handles and widgets: the handle of a widget is its address.

@@ -109,6 +109,8 @@ public:
     // one the question is cancelled.
     void scriptMarkerNames(std::initializer_list<std::string> names) { m_markerNames.assign(names); }
     bool askMarkerName(std::string& name) override;
+    // Escape is the Cancel request (Ctrl+C on a terminal, or a test's).
+    bool escapePressed() override { return m_cancelRequested.exchange(false); }
     void refillCueList(const CChildFrame* frame, const CueList& list) override;
     // The last cue list handed over, and for which document.
     const CueList& cueList() const;

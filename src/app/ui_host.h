@@ -104,6 +104,9 @@ public:
     // The cue list of `frame` changed: the main frame's combo box shows it
     // when `frame` is the active document.
     virtual void refillCueList(const CChildFrame* frame, const CueList& list) = 0;
+    // Whether Escape was pressed since the last question (a wait for a
+    // helper program ends on it).
+    virtual bool escapePressed() = 0;
 };
 
 // The host in use. Before any host is installed a HeadlessUiHost answers.

@@ -3,6 +3,7 @@
 #include "app/messages.h"
 #include "wavefile/adpcm_open.h"
 #include "wavefile/file_types.h"
+#include "wavefile/foreign_formats.h"
 #include "wavefile/wave_header.h"
 #include "wavefile/wave_io.h"
 #include "wavefile/wave_state.h"
@@ -11,10 +12,12 @@
 
 int open_by_type(const std::string& name, int type)
 {
-    if (type != kTypeWav && type != kTypeAll) {
-        // The converters for foreign formats, AVI, RealMedia, MP3 and JAF
-        // come with the export work; until then only WAVE files open.
-        ErrMsg("%s cannot be opened: only WAVE files can be opened so far.", name.c_str());
+    if (type >= 1 && type <= 15)
+        return open_foreign_file(name);
+    if (type == kTypeRealMedia || type == kTypeMp3)
+        return 0;  // written only
+    if (type == kTypeAvi || type == kTypeJaf) {
+        ErrMsg("%s cannot be opened: AVI and JAF files are not supported yet.", name.c_str());
         return 0;
     }
     if (ReadInputWaveformHeader(name, 0)) {

@@ -5,22 +5,13 @@
 #include "app/file_names.h"
 #include "app/messages.h"
 #include "app/ui_host.h"
+#include "wavefile/helper_programs.h"
 #include "wavefile/wave_state.h"
 
-#include <QProcess>
-#include <QStringList>
 #include <cstdio>
-#include <cstdlib>
-#include <thread>
 #include <unistd.h>
 
-std::string waveconv_program()
-{
-    const char* own = std::getenv("ONDRAVA_WAVECONV");
-    if (own && *own)
-        return own;
-    return join_path(program_directory(), "WAVECONV.EXE");
-}
+std::string waveconv_program() { return helper_program("WAVECONV.EXE", "ONDRAVA_WAVECONV"); }
 
 int convert_adpcm_file_on_open(const std::string& file)
 {
@@ -34,29 +25,15 @@ int convert_adpcm_file_on_open(const std::string& file)
     if (target.empty())
         return 0;
 
-    const std::string dir = user_directory();
-    make_directories(dir);
-    const std::string output = join_path(dir, "outadpcm.wav");
-    const std::string marker = join_path(dir, "finished");
+    const std::string output = converter_output_path();
     ::unlink(output.c_str());
-    ::unlink(marker.c_str());
-    // The command line "%s %s %d": the helper, the file, and the format tag wanted.
-    QProcess helper;
-    helper.setProgram(QString::fromStdString(waveconv_program()));
-    helper.setArguments({QString::fromStdString(file), QStringLiteral("1")});
-    helper.start();
-    if (!helper.waitForStarted(5000)) {
+    ::unlink(converter_marker_path().c_str());
+    // The command line "%s %s %d": the helper, the file, and the format tag
+    // wanted; the marker is polled for every 100 ms.
+    if (run_helper_until_finished(waveconv_program(), {file, "1"}, 0, 100, 0) == HelperWait::NotStarted) {
         ErrMsg("Compression algorithm not found. Returning.");
         return 0;
     }
-    // Poll for the marker every 100 ms; a helper that ends without one has failed.
-    while (!file_exists(marker)) {
-        if (helper.state() == QProcess::NotRunning && !file_exists(marker))
-            break;
-        helper.waitForFinished(100);
-    }
-    helper.waitForFinished(-1);
-    ::unlink(marker.c_str());
     if (!file_exists(output))
         return 0;
     ::unlink(target.c_str());

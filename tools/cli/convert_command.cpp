@@ -3,13 +3,16 @@
 #include "document_session.h"
 #include "view/child_frame.h"
 #include "view/document_save.h"
+#include "view/save_by_type.h"
+#include "wavefile/file_types.h"
 #include "wavefile/wave_state.h"
 
 #include <iostream>
 
 // ondrava-cli convert IN OUT [--channels N] [--bits 8|16] [--rate HZ] [--adpcm]
-// Opens IN and saves it as OUT through the program's save path: the options
-// are the save dialog's format buttons, --adpcm its compression button.
+// Opens IN and saves it as OUT through the program's open and save paths,
+// each file's type taken from its extension: the options are the save
+// dialog's format buttons, --adpcm its compression button.
 int run_convert_command(const std::vector<std::string>& argv)
 {
     const auto args = CliArgs::parse(argv, {"channels", "bits", "rate"}, {"adpcm"});
@@ -39,7 +42,9 @@ int run_convert_command(const std::vector<std::string>& argv)
                     current_wave_format.wBitsPerSample != f.wfx.wBitsPerSample ||
                     current_wave_format.nSamplesPerSec != f.wfx.nSamplesPerSec;
     bSaveCompressed = args->has("adpcm");
-    const int saved = save_wav_by_type(f, args->positionals()[1], 0);
+    // The type by OUT's extension, as the save dialog would choose it.
+    const std::string& out = args->positionals()[1];
+    const int saved = save_by_type(f, out, file_type_of(out), 0);
     bSaveConverts = bSaveCompressed = 0;
     return saved ? kExitOk : kExitFailed;
 }

@@ -1,0 +1,24 @@
+#include "view/save_by_type.h"
+
+#include "app/app_paths.h"
+#include "app/file_names.h"
+#include "app/messages.h"
+#include "view/child_frame.h"
+#include "view/document_save.h"
+#include "wavefile/file_types.h"
+#include "wavefile/foreign_formats.h"
+
+int save_by_type(CChildFrame& f, const std::string& name, int type, int selectionOnly)
+{
+    if (type == kTypeWav || type == kTypeAll)
+        return save_wav_by_type(f, name, selectionOnly);
+    if (type >= 1 && type <= 15) {
+        make_directories(user_directory());
+        const std::string exchange = join_path(user_directory(), "CRVCNVRT.WAV");
+        if (!save_waveform_file(f, exchange, selectionOnly, 0))
+            return 0;
+        return run_foreign_converter(exchange, name);
+    }
+    ErrMsg("%s cannot be saved: AVI, RealMedia, MP3 and JAF files are not supported yet.", name.c_str());
+    return 0;
+}

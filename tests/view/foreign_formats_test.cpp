@@ -1,0 +1,201 @@
+// Foreign formats through the converter helper on libsox: every type of the
+// list written by us and read back by the sox program, written by sox and
+// opened by us, sample for sample where the format keeps the samples; and the
+// converter protocol's failures.
+
+#include "view/document_save.h"
+#include "view/open_by_type.h"
+#include "view/save_by_type.h"
+#include "wavefile/file_types.h"
+#include "wavefile/foreign_formats.h"
+#include "wavefile/helper_programs.h"
+
+#include "support/document_test.h"
+
+#include <QCoreApplication>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+
+using Bytes = WavBuilder::Bytes;
+
+namespace {
+
+int run(const std::string& command)
+{
+    const int status = std::system((command + " 2>/dev/null").c_str());
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+std::vector<std::int16_t> samples16(const Bytes& wav)
+{
+    std::vector<std::int16_t> out((wav.size() - 44) / 2);
+    std::memcpy(out.data(), wav.data() + 44, out.size() * 2);
+    return out;
+}
+
+}  // namespace
+
+class ForeignFormatsTest : public DocumentTest {
+protected:
+    void SetUp() override
+    {
+        DocumentTest::SetUp();
+        // A tone with noise: every bit of the samples matters.
+        Bytes data;
+        std::uint32_t seed = 5;
+        for (int i = 0; i < 4000; ++i)
+            for (int ch = 0; ch < 2; ++ch) {
+                seed = seed * 1103515245 + 12345;
+                const double v = std::sin(i * (ch ? 0.03 : 0.05)) * 20000 + static_cast<int>(seed >> 20) % 500;
+                WavBuilder::put16(data, static_cast<std::uint16_t>(static_cast<std::int16_t>(v)));
+            }
+        source = data;
+        writeFile(path("src.wav"), WavBuilder::pcm(2, 22050, 16, data));
+        doc = open_document_file(path("src.wav"));
+        ASSERT_TRUE(doc);
+    }
+    void TearDown() override
+    {
+        doc.reset();
+        DocumentTest::TearDown();
+    }
+    // sox's own reading of a file as 16-bit WAV, with options for raw types.
+    std::vector<std::int16_t> soxRead(const std::string& file, const std::string& options = "")
+    {
+        const std::string out = path("sox-read.wav");
+        std::remove(out.c_str());
+        if (run("sox " + options + " '" + file + "' -t wav -e signed-integer -b 16 '" + out + "'") != 0)
+            return {};
+        return samples16(readFile(out));
+    }
+
+    Bytes source;
+    std::unique_ptr<CChildFrame> doc;
+};
+
+TEST_F(ForeignFormatsTest, OurFilesReadBackBySoxSampleForSample)
+{
+    const std::vector<std::int16_t> original = samples16(WavBuilder::pcm(2, 22050, 16, source));
+    // 16-bit stereo formats keep every sample.
+    for (const char* ext : {"aif", "au", "sf"}) {
+        const std::string file = path(std::string("out.") + ext);
+        ASSERT_EQ(save_by_type(*doc, file, file_type_of(file), 0), 1) << ext;
+        EXPECT_EQ(soxRead(file), original) << ext;
+        EXPECT_FALSE(file_exists(converter_output_path())) << "the success sign is taken away";
+    }
+    // Raw 16-bit: sox must be told what it is.
+    ASSERT_EQ(save_by_type(*doc, path("out.sw"), 11, 0), 1);
+    EXPECT_EQ(soxRead(path("out.sw"), "-t sw -r 22050 -c 2"), original);
+    ASSERT_EQ(save_by_type(*doc, path("out.raw"), 5, 0), 1);
+    EXPECT_EQ(soxRead(path("out.raw"), "-t s16 -r 22050 -c 2"), original);
+    // The other headerless types, each as sox knows it, with what it keeps.
+    struct Raw {
+        const char* ext;
+        const char* soxType;
+        int tolerance;
+    };
+    for (const Raw& r : {Raw{"uw", "uw", 0}, Raw{"sb", "sb", 256}, Raw{"ub", "ub", 256}, Raw{"sou", "ub", 256},
+                         Raw{"ul", "ul", 1100}}) {
+        const std::string file = path(std::string("out.") + r.ext);
+        ASSERT_EQ(save_by_type(*doc, file, file_type_of(file), 0), 1) << r.ext;
+        const auto back = soxRead(file, std::string("-t ") + r.soxType + " -r 22050 -c 2");
+        ASSERT_EQ(back.size(), original.size()) << r.ext;
+        int worst = 0;
+        for (std::size_t i = 0; i < back.size(); ++i)
+            worst = std::max(worst, std::abs(back[i] - original[i]));
+        EXPECT_LE(worst, r.tolerance) << r.ext;
+    }
+    // 8-bit formats keep the top eight bits.
+    for (const char* ext : {"8sv", "iff", "voc"}) {
+        const std::string file = path(std::string("out.") + ext);
+        ASSERT_EQ(save_by_type(*doc, file, file_type_of(file), 0), 1) << ext;
+        const bool voc = std::string(ext) == "voc";
+        const auto back = soxRead(file, std::string("-t ") + (voc ? "voc" : "8svx"));
+        // SoX's VOC reader drops the last frames of a stereo 16-bit block.
+        ASSERT_LE(back.size(), original.size()) << ext;
+        ASSERT_GE(back.size() + (voc ? 8 : 0), original.size()) << ext;
+        int worst = 0;
+        for (std::size_t i = 0; i < back.size(); ++i)
+            worst = std::max(worst, std::abs(back[i] - original[i]));
+        EXPECT_LE(worst, voc ? 0 : 256) << ext;
+    }
+    // Mono-only formats get both channels mixed; the selection alone saves.
+    doc->bHighlight = 1;
+    doc->nSelStart = 200;
+    doc->nSelEnd = 2200;
+    ASSERT_EQ(save_by_type(*doc, path("part.smp"), 8, 1), 1);
+    const auto part = soxRead(path("part.smp"));
+    ASSERT_EQ(part.size(), 1000u);
+    for (std::size_t i = 0; i < part.size(); i += 97) {
+        const int mean = (original[200 + 2 * i] + original[201 + 2 * i]) / 2;
+        EXPECT_NEAR(part[i], mean, 2) << i;
+    }
+}
+
+TEST_F(ForeignFormatsTest, SoxFilesOpenAsDocumentsBesideTheirSource)
+{
+    const std::vector<std::int16_t> original = samples16(WavBuilder::pcm(2, 22050, 16, source));
+    for (const char* ext : {"aif", "au", "sf"}) {
+        const std::string file = path(std::string("made.") + ext);
+        ASSERT_EQ(run("sox '" + path("src.wav") + "' -t " + (std::string(ext) == "sf" ? "ircam" : ext) + " '" + file + "'"),
+                  0)
+            << ext;
+        ASSERT_EQ(open_by_type(file, file_type_of(file)), 1) << ext;
+        EXPECT_EQ(szOpenedFileName, path("made.WAV"));
+        auto opened = open_document_file(szOpenedFileName);
+        ASSERT_TRUE(opened);
+        EXPECT_EQ(opened->wfx.nChannels, 2);
+        EXPECT_EQ(opened->wfx.nSamplesPerSec, 22050u);
+        EXPECT_EQ(samples16(readFile(path("made.WAV"))), original) << ext;
+        std::remove(path("made.WAV").c_str());
+    }
+    // A raw file is one channel at 44100 Hz.
+    ASSERT_EQ(run("sox '" + path("src.wav") + "' -c 1 -r 44100 -t sw '" + path("mono.sw") + "'"), 0);
+    ASSERT_EQ(open_by_type(path("mono.sw"), 11), 1);
+    auto mono = open_document_file(szOpenedFileName);
+    ASSERT_TRUE(mono);
+    EXPECT_EQ(mono->wfx.nChannels, 1);
+    EXPECT_EQ(mono->wfx.nSamplesPerSec, 44100u);
+    EXPECT_EQ(mono->nTotalSamples * 2, get_named_file_length(path("mono.sw")));
+    // 8-bit sources open as 8-bit documents.
+    ASSERT_EQ(run("sox '" + path("src.wav") + "' -t 8svx '" + path("eight.8sv") + "'"), 0);
+    ASSERT_EQ(open_by_type(path("eight.8sv"), 1), 1);
+    auto eight = open_document_file(szOpenedFileName);
+    ASSERT_TRUE(eight);
+    EXPECT_EQ(eight->wfx.wBitsPerSample, 8);
+}
+
+TEST_F(ForeignFormatsTest, FailuresOpenNothingAndLoseNothing)
+{
+    // RealMedia and MP3 are written, never opened.
+    writeFile(path("song.rm"), Bytes(100, 1));
+    writeFile(path("song.mp3"), Bytes(100, 1));
+    EXPECT_EQ(open_by_type(path("song.rm"), file_type_of(path("song.rm"))), 0);
+    EXPECT_EQ(open_by_type(path("song.mp3"), file_type_of(path("song.mp3"))), 0);
+    // A damaged foreign file leaves no target: nothing opens, no message.
+    writeFile(path("broken.aif"), Bytes(64, 0x41));
+    host.clearShown();
+    EXPECT_EQ(open_by_type(path("broken.aif"), 2), 0);
+    EXPECT_FALSE(file_exists(path("broken.WAV")));
+    EXPECT_TRUE(host.shown().empty());
+    // A missing converter.
+    setenv("ONDRAVA_CRVCNVRT", path("no-such-helper").c_str(), 1);
+    EXPECT_EQ(run_foreign_converter(path("src.wav"), path("x.aif")), 0);
+    EXPECT_EQ(save_by_type(*doc, path("y.au"), 3, 0), 0);
+    EXPECT_FALSE(file_exists(path("y.au")));
+    // A converter that never finishes: Escape ends the wait.
+    const std::string stuck = path("stuck.sh");
+    writeFile(stuck, [] {
+        const std::string script = "#!/bin/sh\nsleep 30\n";
+        return Bytes(script.begin(), script.end());
+    }());
+    ::chmod(stuck.c_str(), 0755);
+    setenv("ONDRAVA_CRVCNVRT", stuck.c_str(), 1);
+    host.requestCancel();
+    const auto started = std::chrono::steady_clock::now();
+    EXPECT_EQ(run_foreign_converter(path("src.wav"), path("z.aif")), 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(10));
+    unsetenv("ONDRAVA_CRVCNVRT");
+    EXPECT_EQ(doc->nTotalSamples, 8000u) << "the document is as it was";
+}
