@@ -6,6 +6,7 @@
 #include "app/termination_signals.h"
 #include "audio/portaudio_device.h"
 #include "view/display_levels.h"
+#include "view/mp3_export.h"
 
 #include <QApplication>
 #include <QScreen>
@@ -31,6 +32,8 @@ int main(int argc, char** argv)
         frame->openFile(file);
 
     const int result = app.exec();
+    // MP3 encoders started by a save finish their files before the program goes.
+    wait_for_mp3_encoders(5 * 60 * 1000);
     delete frame;
     setUiHost(nullptr);
     return result;

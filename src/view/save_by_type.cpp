@@ -5,6 +5,7 @@
 #include "app/messages.h"
 #include "view/child_frame.h"
 #include "view/document_save.h"
+#include "view/mp3_export.h"
 #include "wavefile/file_types.h"
 #include "wavefile/foreign_formats.h"
 
@@ -19,6 +20,8 @@ int save_by_type(CChildFrame& f, const std::string& name, int type, int selectio
             return 0;
         return run_foreign_converter(exchange, name);
     }
-    ErrMsg("%s cannot be saved: AVI, RealMedia, MP3 and JAF files are not supported yet.", name.c_str());
+    if (type == kTypeMp3)
+        return save_mp3_file(f, name, selectionOnly);
+    ErrMsg("%s cannot be saved: AVI, RealMedia and JAF files are not supported yet.", name.c_str());
     return 0;
 }

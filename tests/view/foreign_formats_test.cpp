@@ -4,6 +4,7 @@
 // converter protocol's failures.
 
 #include "view/document_save.h"
+#include "view/mp3_export.h"
 #include "view/open_by_type.h"
 #include "view/save_by_type.h"
 #include "wavefile/file_types.h"
@@ -11,6 +12,7 @@
 #include "wavefile/helper_programs.h"
 
 #include "support/document_test.h"
+#include "support/qt_application.h"
 
 #include <QCoreApplication>
 #include <cmath>
@@ -27,11 +29,22 @@ int run(const std::string& command)
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
+// The 16-bit samples of a WAVE file's "data" chunk, wherever it lies.
 std::vector<std::int16_t> samples16(const Bytes& wav)
 {
-    std::vector<std::int16_t> out((wav.size() - 44) / 2);
-    std::memcpy(out.data(), wav.data() + 44, out.size() * 2);
-    return out;
+    std::size_t at = 12;
+    while (at + 8 <= wav.size()) {
+        std::uint32_t size;
+        std::memcpy(&size, wav.data() + at + 4, 4);
+        if (std::memcmp(wav.data() + at, "data", 4) == 0) {
+            const std::size_t bytes = std::min<std::size_t>(size, wav.size() - at - 8);
+            std::vector<std::int16_t> out(bytes / 2);
+            std::memcpy(out.data(), wav.data() + at + 8, out.size() * 2);
+            return out;
+        }
+        at += 8 + size + (size & 1);
+    }
+    return {};
 }
 
 }  // namespace
@@ -40,6 +53,7 @@ class ForeignFormatsTest : public DocumentTest {
 protected:
     void SetUp() override
     {
+        test_application();  // the encoder's end arrives through the event loop
         DocumentTest::SetUp();
         // A tone with noise: every bit of the samples matters.
         Bytes data;
@@ -198,4 +212,48 @@ TEST_F(ForeignFormatsTest, FailuresOpenNothingAndLoseNothing)
     EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(10));
     unsetenv("ONDRAVA_CRVCNVRT");
     EXPECT_EQ(doc->nTotalSamples, 8000u) << "the document is as it was";
+}
+
+TEST_F(ForeignFormatsTest, MpThreeGoesThroughTheEncoderBesideTheChosenName)
+{
+    const std::string mp3 = path("song.mp3");
+    ASSERT_EQ(save_by_type(*doc, mp3, kTypeMp3, 0), 1);
+    ASSERT_TRUE(wait_for_mp3_encoders(60000));
+    ASSERT_TRUE(file_exists(mp3));
+    EXPECT_FALSE(file_exists(mp3 + ".wav")) << "the temporary WAVE file goes when the encoder is done";
+    // ffmpeg decodes it: the same length (give or take the encoder's padding)
+    // and the same signal.
+    const std::string decoded = path("decoded.wav");
+    ASSERT_EQ(run("ffmpeg -v error -y -i '" + mp3 + "' -ar 22050 -ac 2 -c:a pcm_s16le '" + decoded + "'"), 0);
+    const auto back = samples16(readFile(decoded));
+    const std::vector<std::int16_t> original = samples16(WavBuilder::pcm(2, 22050, 16, source));
+    // The encoder adds its delay and pads to whole frames: a tenth of a
+    // second at most.
+    const double seconds = static_cast<double>(back.size()) / 2 / 22050;
+    EXPECT_GE(seconds, 4000.0 / 22050);
+    EXPECT_LE(seconds, 4000.0 / 22050 + 0.12);
+    // The best correlation of the left channels over the encoder's delay.
+    double best = 0.0;
+    for (std::size_t lag = 0; lag < 3000 && 2 * lag < back.size(); ++lag) {
+        double xy = 0, xx = 0, yy = 0;
+        for (std::size_t i = 0; i < 3000 && 2 * (i + lag) < back.size(); ++i) {
+            const double x = original[2 * i], y = back[2 * (i + lag)];
+            xy += x * y;
+            xx += x * x;
+            yy += y * y;
+        }
+        if (xx > 0 && yy > 0)
+            best = std::max(best, xy / std::sqrt(xx * yy));
+    }
+    EXPECT_GT(best, 0.95);
+
+    // Without the encoder: its message, and nothing written.
+    setenv("ONDRAVA_BLADEENC", path("no-encoder").c_str(), 1);
+    host.clearShown();
+    EXPECT_EQ(save_by_type(*doc, path("other.mp3"), kTypeMp3, 0), 0);
+    unsetenv("ONDRAVA_BLADEENC");
+    ASSERT_FALSE(host.shown().empty());
+    EXPECT_EQ(host.shown().back().text, "BLADEENC.EXE missing.");
+    EXPECT_FALSE(file_exists(path("other.mp3")));
+    EXPECT_FALSE(file_exists(path("other.mp3.wav")));
 }

@@ -4,30 +4,15 @@
 #include "view/waveform_renderer.h"
 
 #include "support/document_test.h"
+#include "support/qt_application.h"
 
-#include <QGuiApplication>
 
-namespace {
-
-// Fonts for the ruler need a GUI application; the offscreen platform needs no display.
-QGuiApplication& guiApp()
-{
-    static int argc = 1;
-    static char name[] = "renderer_test";
-    static char* argv[] = {name, nullptr};
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    ensure_runtime_directory();
-    static QGuiApplication app(argc, argv);
-    return app;
-}
-
-}  // namespace
 
 class RendererTest : public DocumentTest {
 protected:
     void SetUp() override
     {
-        guiApp();
+        test_application();  // fonts for the ruler
         DocumentTest::SetUp();
     }
     QImage paint(CChildFrame& f, WaveformRenderer& r, int timeFormat = 1)

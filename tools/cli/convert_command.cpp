@@ -3,6 +3,7 @@
 #include "document_session.h"
 #include "view/child_frame.h"
 #include "view/document_save.h"
+#include "view/mp3_export.h"
 #include "view/save_by_type.h"
 #include "wavefile/file_types.h"
 #include "wavefile/wave_state.h"
@@ -45,6 +46,9 @@ int run_convert_command(const std::vector<std::string>& argv)
     // The type by OUT's extension, as the save dialog would choose it.
     const std::string& out = args->positionals()[1];
     const int saved = save_by_type(f, out, file_type_of(out), 0);
+    // An MP3 encoder runs on its own: the command waits for it.
+    if (saved && !wait_for_mp3_encoders(10 * 60 * 1000))
+        return kExitFailed;
     bSaveConverts = bSaveCompressed = 0;
     return saved ? kExitOk : kExitFailed;
 }

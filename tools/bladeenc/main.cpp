@@ -1,0 +1,162 @@
+// BLADEENC.EXE [-BITRATE] [-quit] FILE.wav ...: the MP3 encoder the program
+// starts when it saves MP3, on LAME. Each RIFF WAVE file (8- or 16-bit PCM,
+// mono or stereo) becomes an MP3 file beside it: the name with its ".wav"
+// replaced by ".mp3". -320 (or another number) is the constant bit rate in
+// kbit/s, 128 by default; -quit is accepted (the encoder never waits for a key).
+
+#include "app/headless_ui_host.h"
+#include "app/file_names.h"
+#include "app/posix_io.h"
+#include "wavefile/wave_header.h"
+#include "wavefile/wave_state.h"
+
+#include <lame/lame.h>
+
+#include <QCoreApplication>
+#include <cctype>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <iostream>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+bool endsWith(const std::string& name, const char* suffix)
+{
+    const std::size_t k = std::strlen(suffix);
+    if (name.size() <= k)
+        return false;
+    for (std::size_t i = 0; i < k; ++i)
+        if (std::tolower(static_cast<unsigned char>(name[name.size() - k + i])) != suffix[i])
+            return false;
+    return true;
+}
+
+// "song.wav" becomes "song.mp3"; "song.mp3.wav" (the program's temporary
+// name for song.mp3) becomes "song.mp3"; anything else gets ".mp3" added.
+std::string mp3NameFor(const std::string& wav)
+{
+    if (!endsWith(wav, ".wav"))
+        return wav + ".mp3";
+    const std::string stem = wav.substr(0, wav.size() - 4);
+    return endsWith(stem, ".mp3") ? stem : stem + ".mp3";
+}
+
+bool encode(const std::string& wav, int kbps)
+{
+    if (!ReadInputWaveformHeader(wav, 0)) {
+        std::cerr << "BLADEENC: " << wav << " is not a PCM WAVE file\n";
+        return false;
+    }
+    const WaveFormat format = current_wave_format;
+    const std::uint32_t bytes = data_chunk_size;
+    const int channels = format.nChannels;
+    const int bits = format.wBitsPerSample;
+    if ((channels != 1 && channels != 2) || (bits != 8 && bits != 16)) {
+        std::cerr << "BLADEENC: only 8- and 16-bit mono or stereo files are encoded\n";
+        return false;
+    }
+    const int in = ::open(wav.c_str(), O_RDONLY | O_CLOEXEC);
+    if (in < 0)
+        return false;
+    const auto length = static_cast<long long>(get_named_file_length(wav));
+    // The samples are the file's last data-bytes bytes.
+    long long position = length - static_cast<long long>(bytes);
+
+    lame_global_flags* lame = lame_init();
+    lame_set_num_channels(lame, channels);
+    lame_set_in_samplerate(lame, static_cast<int>(format.nSamplesPerSec));
+    lame_set_mode(lame, channels == 2 ? JOINT_STEREO : MONO);
+    lame_set_brate(lame, kbps);
+    lame_set_VBR(lame, vbr_off);
+    lame_set_quality(lame, 2);
+    if (lame_init_params(lame) < 0) {
+        std::cerr << "BLADEENC: LAME refuses this rate or bit rate\n";
+        lame_close(lame);
+        ::close(in);
+        return false;
+    }
+    const std::string mp3 = mp3NameFor(wav);
+    FILE* out = std::fopen(mp3.c_str(), "wb");
+    if (!out) {
+        lame_close(lame);
+        ::close(in);
+        return false;
+    }
+    const int frameBytes = channels * bits / 8;
+    const int framesPerBlock = 8192;
+    std::vector<unsigned char> raw(static_cast<std::size_t>(framesPerBlock * frameBytes));
+    std::vector<short> pcm(static_cast<std::size_t>(framesPerBlock * channels));
+    std::vector<unsigned char> coded(static_cast<std::size_t>(1.25 * framesPerBlock + 7200));
+    bool ok = true;
+    std::uint32_t left = bytes / static_cast<std::uint32_t>(frameBytes) * static_cast<std::uint32_t>(frameBytes);
+    while (ok && left > 0) {
+        const std::uint32_t want = std::min<std::uint32_t>(left, static_cast<std::uint32_t>(raw.size()));
+        const long long got = read_fully(in, raw.data(), want, position);
+        if (got <= 0)
+            break;
+        position += got;
+        left -= static_cast<std::uint32_t>(got);
+        const int frames = static_cast<int>(got / frameBytes);
+        for (int i = 0; i < frames * channels; ++i) {
+            if (bits == 8) {
+                pcm[static_cast<std::size_t>(i)] = static_cast<short>((raw[static_cast<std::size_t>(i)] - 128) * 256);
+            } else {
+                std::int16_t v;
+                std::memcpy(&v, raw.data() + 2 * i, 2);
+                pcm[static_cast<std::size_t>(i)] = v;
+            }
+        }
+        const int n = channels == 2
+                          ? lame_encode_buffer_interleaved(lame, pcm.data(), frames, coded.data(),
+                                                           static_cast<int>(coded.size()))
+                          : lame_encode_buffer(lame, pcm.data(), pcm.data(), frames, coded.data(),
+                                               static_cast<int>(coded.size()));
+        ok = n >= 0 && std::fwrite(coded.data(), 1, static_cast<std::size_t>(n), out) == static_cast<std::size_t>(n);
+    }
+    if (ok) {
+        const int n = lame_encode_flush(lame, coded.data(), static_cast<int>(coded.size()));
+        ok = n >= 0 && std::fwrite(coded.data(), 1, static_cast<std::size_t>(n), out) == static_cast<std::size_t>(n);
+    }
+    ok = std::fclose(out) == 0 && ok;
+    lame_close(lame);
+    ::close(in);
+    if (!ok) {
+        std::remove(mp3.c_str());
+        std::cerr << "BLADEENC: could not write " << mp3 << "\n";
+    }
+    return ok;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    HeadlessUiHost host;
+    host.setQuiet(true);
+    setUiHost(&host);
+    int kbps = 128;
+    std::vector<std::string> files;
+    for (int i = 1; i < argc; ++i) {
+        const std::string a = argv[i];
+        if (a.size() > 1 && a[0] == '-' && std::isdigit(static_cast<unsigned char>(a[1])))
+            kbps = std::atoi(a.c_str() + 1);
+        else if (a.size() > 1 && a[0] == '-')
+            continue;  // -quit and the other switches
+        else
+            files.push_back(a);
+    }
+    if (files.empty()) {
+        std::cerr << "usage: BLADEENC.EXE [-BITRATE] [-quit] FILE.wav ...\n";
+        return 2;
+    }
+    int failed = 0;
+    for (const std::string& f : files)
+        failed += encode(f, kbps) ? 0 : 1;
+    setUiHost(nullptr);
+    return failed ? 1 : 0;
+}
