@@ -13,7 +13,9 @@
 #include "view/child_frame.h"
 #include "view/display_levels.h"
 #include "view/mouse_selection.h"
+#include "view/time_format.h"
 #include "view/view_navigation.h"
+#include "wavefile/avi_file.h"
 
 #include <QAction>
 #include <QCloseEvent>
@@ -191,6 +193,36 @@ void ChildFrameWindow::paintEvent(QPaintEvent*)
             p.drawLine(QPointF(x, m_frame->nInfoHeight), QPointF(x, height() - nControlRowHeight - 1));
         }
     }
+    paintVideo(p);
+}
+
+void ChildFrameWindow::paintVideo(QPainter& p)
+{
+    // A document from an AVI shows the video frame of the play position (or
+    // of the cursor) in the corner of its waveform.
+    if (m_frame->szAviFileName.empty())
+        return;
+    if (!m_video) {
+        m_video = std::make_unique<AviFrames>();
+        if (!m_video->open(m_frame->szAviFileName))
+            m_frame->szAviFileName.clear();  // no video to show: stop trying
+    }
+    if (!m_video->isOpen())
+        return;
+    const std::uint32_t unit = m_playCursor >= 0 ? static_cast<std::uint32_t>(m_playCursor)
+                               : m_frame->bHighlight
+                                   ? m_frame->nSelStart
+                                   : m_frame->pixel_to_sample(static_cast<float>(std::max(0, m_frame->nCaretX)));
+    const double seconds = units_to_seconds(*m_frame, unit);
+    if (m_videoPicture.isNull() || std::abs(seconds - m_videoSeconds) >= 0.04) {
+        m_videoPicture = QImage(192, 144, QImage::Format_RGB32);
+        display_AVI_file(*m_video, seconds, m_videoPicture);
+        m_videoSeconds = seconds;
+    }
+    const QPoint at(width() - m_videoPicture.width() - 6, m_frame->nInfoHeight + nRulerHeight + 4);
+    p.drawImage(at, m_videoPicture);
+    p.setPen(Qt::black);
+    p.drawRect(QRect(at, m_videoPicture.size()).adjusted(-1, -1, 0, 0));
 }
 
 void ChildFrameWindow::setPlayCursor(std::int64_t sampleUnit)

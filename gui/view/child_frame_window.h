@@ -9,6 +9,7 @@
 
 class CChildFrame;
 class QLabel;
+class QPainter;
 class QScrollBar;
 class QToolBar;
 
@@ -61,6 +62,7 @@ private:
     void layoutControls();
     void syncScrollBar();
     void changed(bool scrollRange = false);
+    void paintVideo(QPainter& p);
 
     std::unique_ptr<CChildFrame> m_frame;
     WaveformRenderer m_renderer;
@@ -70,6 +72,9 @@ private:
     QScrollBar* m_scroll;
     bool m_syncing = false;
     std::int64_t m_playCursor = -1;
+    std::unique_ptr<class AviFrames> m_video;  // the video of the AVI the document came from
+    QImage m_videoPicture;
+    double m_videoSeconds = -1.0;
     int m_grabbedMark = -1;  // the time mark held by the left button
     int m_grabX = 0;
 };

@@ -102,6 +102,7 @@ public:
     std::string szFileName;       // working file: raw samples
     std::string szDisplayName;
     std::string szPathName;       // the WAVE file Save writes: where the document came from
+    std::string szAviFileName;    // the AVI the document came from, if any: its video is shown and kept
     std::string szOverviewFileName;  // level 1 when the document has levels
     WaveFmtRecord wfx;
     std::uint32_t nTotalSamples = 0;

@@ -10,6 +10,7 @@
 #include "view/display_levels.h"
 #include "view/open_by_type.h"
 #include "view/timemark_storage.h"
+#include "wavefile/avi_file.h"
 #include "wavefile/file_types.h"
 #include "wavefile/wave_header.h"
 #include "wavefile/wave_state.h"
@@ -118,6 +119,9 @@ int open_document(CChildFrame& f, bool newEmpty)
     }
     initialise_fields(f);
     f.szPathName = szOpenedFileName;
+    // A document opened from an AVI's sound track keeps the AVI for its video.
+    f.szAviFileName = szOpenedAviFileName;
+    szOpenedAviFileName.clear();
     if (!load_document_file(f))
         return 0;
     if (newEmpty) {

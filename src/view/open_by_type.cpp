@@ -1,6 +1,9 @@
 #include "view/open_by_type.h"
 
+#include "app/app_paths.h"
+#include "app/file_names.h"
 #include "app/messages.h"
+#include "wavefile/avi_file.h"
 #include "wavefile/adpcm_open.h"
 #include "wavefile/file_types.h"
 #include "wavefile/foreign_formats.h"
@@ -12,12 +15,23 @@
 
 int open_by_type(const std::string& name, int type)
 {
+    szOpenedAviFileName.clear();
     if (type >= 1 && type <= 15)
         return open_foreign_file(name);
     if (type == kTypeRealMedia || type == kTypeMp3)
         return 0;  // written only
-    if (type == kTypeAvi || type == kTypeJaf) {
-        ErrMsg("%s cannot be opened: AVI and JAF files are not supported yet.", name.c_str());
+    if (type == kTypeAvi) {
+        // The sound track becomes "TESTAVI.WAV"; the document remembers its AVI.
+        make_directories(user_directory());
+        const std::string wave = join_path(user_directory(), "TESTAVI.WAV");
+        if (!make_wave_file_from_AVI_file(name, wave))
+            return 0;
+        szOpenedFileName = wave;
+        szOpenedAviFileName = name;
+        return 1;
+    }
+    if (type == kTypeJaf) {
+        ErrMsg("%s cannot be opened: JAF files are not supported yet.", name.c_str());
         return 0;
     }
     if (ReadInputWaveformHeader(name, 0)) {

@@ -4,8 +4,10 @@
 #include "app/file_names.h"
 #include "app/messages.h"
 #include "view/child_frame.h"
+#include "view/document_picture.h"
 #include "view/document_save.h"
 #include "view/mp3_export.h"
+#include "wavefile/avi_file.h"
 #include "wavefile/file_types.h"
 #include "wavefile/foreign_formats.h"
 
@@ -22,6 +24,15 @@ int save_by_type(CChildFrame& f, const std::string& name, int type, int selectio
     }
     if (type == kTypeMp3)
         return save_mp3_file(f, name, selectionOnly);
-    ErrMsg("%s cannot be saved: AVI, RealMedia and JAF files are not supported yet.", name.c_str());
+    if (type == kTypeAvi) {
+        make_directories(user_directory());
+        const std::string wave = join_path(user_directory(), "AVIWAV.WAV");
+        if (!save_waveform_file(f, wave, selectionOnly, 0))
+            return 0;
+        // The video of the AVI the document came from, or a picture of it.
+        const QImage still = f.szAviFileName.empty() ? document_picture(f, 640, 360, 1, 0, 1) : QImage();
+        return save_AVI_file(name, wave, f.szAviFileName, still);
+    }
+    ErrMsg("%s cannot be saved: RealMedia and JAF files are not supported yet.", name.c_str());
     return 0;
 }

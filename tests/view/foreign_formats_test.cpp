@@ -3,10 +3,13 @@
 // opened by us, sample for sample where the format keeps the samples; and the
 // converter protocol's failures.
 
+#include "app/app_paths.h"
+#include "app/file_names.h"
 #include "view/document_save.h"
 #include "view/mp3_export.h"
 #include "view/open_by_type.h"
 #include "view/save_by_type.h"
+#include "wavefile/avi_file.h"
 #include "wavefile/file_types.h"
 #include "wavefile/foreign_formats.h"
 #include "wavefile/helper_programs.h"
@@ -256,4 +259,71 @@ TEST_F(ForeignFormatsTest, MpThreeGoesThroughTheEncoderBesideTheChosenName)
     EXPECT_EQ(host.shown().back().text, "BLADEENC.EXE missing.");
     EXPECT_FALSE(file_exists(path("other.mp3")));
     EXPECT_FALSE(file_exists(path("other.mp3.wav")));
+}
+
+TEST_F(ForeignFormatsTest, AviSoundTracksOpenAndAviFilesAreWrittenWithVideo)
+{
+    // An AVI with a test picture and a PCM sound track made by ffmpeg.
+    const std::string made = path("made.avi");
+    ASSERT_EQ(run("ffmpeg -v error -y -f lavfi -i testsrc=size=160x120:rate=10 -i '" + path("src.wav") +
+                  "' -t 0.18 -c:v mpeg4 -c:a pcm_s16le '" + made + "'"),
+              0);
+    auto fromAvi = open_document_file(made);
+    ASSERT_TRUE(fromAvi);
+    EXPECT_EQ(szOpenedFileName, join_path(user_directory(), "TESTAVI.WAV"));
+    EXPECT_EQ(fromAvi->szAviFileName, made);
+    EXPECT_EQ(fromAvi->wfx.nChannels, 2);
+    EXPECT_EQ(fromAvi->wfx.nSamplesPerSec, 22050u);
+    const std::vector<std::int16_t> original = samples16(WavBuilder::pcm(2, 22050, 16, source));
+    const auto track = samples16(readFile(szOpenedFileName));
+    ASSERT_GE(track.size(), 3900u * 2);
+    EXPECT_TRUE(std::equal(track.begin(), track.end(), original.begin())) << "the sound track sample for sample";
+
+    // Saved as AVI: its own video is copied, the sound track is the document.
+    ASSERT_EQ(save_by_type(*fromAvi, path("copy.avi"), kTypeAvi, 0), 1);
+    std::string probe = path("probe.txt");
+    ASSERT_EQ(run("ffprobe -v error -show_entries stream=codec_name -of csv=p=0 '" + path("copy.avi") + "' > '" + probe +
+                  "'"),
+              0);
+    const Bytes codecs = readFile(probe);
+    EXPECT_EQ(std::string(codecs.begin(), codecs.end()), "mpeg4\npcm_s16le\n");
+    ASSERT_EQ(run("ffmpeg -v error -y -i '" + path("copy.avi") + "' -c:a pcm_s16le '" + path("copy.wav") + "'"), 0);
+    EXPECT_EQ(samples16(readFile(path("copy.wav"))), track);
+
+    // A document of its own gets a still picture of its waveform as video.
+    ASSERT_EQ(save_by_type(*doc, path("still.avi"), kTypeAvi, 0), 1);
+    ASSERT_EQ(run("ffprobe -v error -show_entries stream=codec_name -of csv=p=0 '" + path("still.avi") + "' > '" +
+                  probe + "'"),
+              0);
+    const Bytes stillCodecs = readFile(probe);
+    EXPECT_EQ(std::string(stillCodecs.begin(), stillCodecs.end()), "mjpeg\npcm_s16le\n");
+    ASSERT_EQ(run("ffmpeg -v error -y -i '" + path("still.avi") + "' -c:a pcm_s16le '" + path("still.wav") + "'"), 0);
+    EXPECT_EQ(samples16(readFile(path("still.wav"))), original);
+
+    // The video frames show: different pictures at different times.
+    AviFrames frames;
+    ASSERT_TRUE(frames.open(made));
+    const QImage first = frames.frameAt(0.0, 160, 120);
+    const QImage later = frames.frameAt(0.15, 160, 120);
+    ASSERT_FALSE(first.isNull());
+    EXPECT_EQ(first.size(), QSize(160, 120));
+    EXPECT_NE(first, later);
+    QImage band(200, 100, QImage::Format_RGB32);
+    display_AVI_file(frames, 0.0, band);
+    EXPECT_NE(band.pixel(100, 50), qRgb(0, 0, 0)) << "the frame is drawn in the band";
+
+    // An AVI without sound, and a damaged one: their messages, nothing opens.
+    ASSERT_EQ(run("ffmpeg -v error -y -f lavfi -i testsrc=size=160x120:rate=10 -t 0.5 -c:v mpeg4 '" + path("mute.avi") +
+                  "'"),
+              0);
+    host.clearShown();
+    EXPECT_EQ(open_by_type(path("mute.avi"), kTypeAvi), 0);
+    ASSERT_FALSE(host.shown().empty());
+    EXPECT_EQ(host.shown().back().text, "AVIFileGetStream failed for audio");
+    writeFile(path("broken.avi"), Bytes(300, 0x52));
+    EXPECT_EQ(open_by_type(path("broken.avi"), kTypeAvi), 0);
+    EXPECT_NE(host.shown().back().text.find("broken.avi"), std::string::npos);
+    AviFrames none;
+    EXPECT_FALSE(none.open(path("broken.avi")));
+    EXPECT_TRUE(none.frameAt(0.0, 10, 10).isNull());
 }

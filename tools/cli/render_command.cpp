@@ -2,6 +2,7 @@
 
 #include "app/preferences.h"
 #include "view/child_frame.h"
+#include "view/document_picture.h"
 #include "view/display_levels.h"
 #include "view/document_open.h"
 #include "view/view_navigation.h"
@@ -40,26 +41,18 @@ int run_render_command(const std::vector<std::string>& argv)
     if (!frame)
         return kExitFailed;
     CChildFrame& f = *frame;
-    // The control row of the window is not drawn here: lay out a client area
-    // that much taller and leave it off the picture.
-    f.nClientWidth = static_cast<int>(*width);
-    f.nClientHeight = static_cast<int>(*height) + nControlRowHeight;
+    long values = 0;
+    const QImage picture = document_picture(f, static_cast<int>(*width), static_cast<int>(*height),
+                                            static_cast<int>(*level), static_cast<std::uint32_t>(*first),
+                                            static_cast<int>(*format), &values);
     f.nZoomLevel = std::min(static_cast<int>(*level), f.nMaxZoomLevel);
-    f.fZoom = std::ldexp(1.0f, f.nZoomLevel - 1);
     f.nFirstSample = static_cast<std::uint32_t>(*first) & static_cast<std::uint32_t>(frame_mask(f));
-    compute_scroll_range(f, true);
-    f.bRedrawAll = true;
-
-    WaveformRenderer renderer(static_cast<int>(*width));
-    QImage client;
-    renderer.paint(f, client, static_cast<int>(*format));
-    const QImage picture = client.copy(0, 0, static_cast<int>(*width), static_cast<int>(*height));
     if (!picture.save(QString::fromStdString(*args->value("out")), "PNG")) {
         std::cerr << "Cannot write " << *args->value("out") << "\n";
         return kExitFailed;
     }
     std::cout << "level: " << f.nZoomLevel << "\n"
               << "first_sample: " << f.nFirstSample << "\n"
-              << "values_per_column: " << renderer.maxValuesPerColumn() << "\n";
+              << "values_per_column: " << values << "\n";
     return kExitOk;
 }
