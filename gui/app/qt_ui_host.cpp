@@ -5,6 +5,7 @@
 #include "edit/magnified_plot_dialog.h"
 #include "edit/preset_dialogs.h"
 #include "edit/timemark_dialogs.h"
+#include "wavefile/jaf_dialog.h"
 #include "modules/magnified_plot.h"
 #include "view/spectrogram_image.h"
 
@@ -57,6 +58,7 @@ int QtUiHost::messageBox(HWND owner, const std::string& text, const std::string&
     switch (style & kMessageBoxIconMask) {
     case MB_ICONQUESTION: box.setIcon(QMessageBox::Question); break;
     case MB_ICONEXCLAMATION: box.setIcon(QMessageBox::Warning); break;
+    case MB_ICONINFORMATION: box.setIcon(QMessageBox::Information); break;
     default: box.setIcon(QMessageBox::NoIcon); break;
     }
     switch (style & kMessageBoxButtonMask) {
@@ -312,4 +314,13 @@ bool QtUiHost::escapePressed()
     const bool pressed = m_escape->pressed;
     m_escape->pressed = false;
     return pressed;
+}
+
+bool QtUiHost::runJafDialog(int& button)
+{
+    JafDialog dialog(button, m_main);
+    if (dialog.exec() != QDialog::Accepted)
+        return false;
+    button = dialog.chosenButton();
+    return true;
 }

@@ -43,6 +43,7 @@ public:
     // Runs the event loop once and reports an Escape key pressed anywhere
     // in the program since the last question.
     bool escapePressed() override;
+    bool runJafDialog(int& button) override;
 
     ProgressBox* progressBox() const { return m_progress; }
     // The painter an owner-drawn button is painting with, for the duration of its paint.

@@ -111,6 +111,19 @@ public:
     bool askMarkerName(std::string& name) override;
     // Escape is the Cancel request (Ctrl+C on a terminal, or a test's).
     bool escapePressed() override { return m_cancelRequested.exchange(false); }
+    // The JAF dialog's answer: the button to choose (0 keeps the one on),
+    // or Cancel.
+    void setJafChoice(int button, bool ok = true)
+    {
+        m_jafButton = button;
+        m_jafOk = ok;
+    }
+    bool runJafDialog(int& button) override
+    {
+        if (m_jafButton)
+            button = m_jafButton;
+        return m_jafOk;
+    }
     void refillCueList(const CChildFrame* frame, const CueList& list) override;
     // The last cue list handed over, and for which document.
     const CueList& cueList() const;
@@ -119,6 +132,8 @@ public:
 
 private:
     std::deque<std::string> m_markerNames;
+    int m_jafButton = 0;
+    bool m_jafOk = true;
     std::shared_ptr<CueList> m_cueList;
     const CChildFrame* m_cueListFrame = nullptr;
     int m_cueListRefills = 0;

@@ -107,6 +107,10 @@ public:
     // Whether Escape was pressed since the last question (a wait for a
     // helper program ends on it).
     virtual bool escapePressed() = 0;
+    // "JAF_FILE_COMPRESSION": five radio buttons (2000..2004), one on;
+    // `button` holds the one on when the dialog opens and the one chosen
+    // after OK. false for Cancel.
+    virtual bool runJafDialog(int& button) = 0;
 };
 
 // The host in use. Before any host is installed a HeadlessUiHost answers.

@@ -14,6 +14,7 @@ enum MessageBoxStyle : unsigned {
     MB_YESNO = 0x0004,
     MB_ICONQUESTION = 0x0020,
     MB_ICONEXCLAMATION = 0x0030,
+    MB_ICONINFORMATION = 0x0040,
     MB_TASKMODAL = 0x2000,
 };
 constexpr unsigned kMessageBoxButtonMask = 0x000F;

@@ -7,6 +7,7 @@
 #include "wavefile/adpcm_open.h"
 #include "wavefile/file_types.h"
 #include "wavefile/foreign_formats.h"
+#include "wavefile/jaf_file.h"
 #include "wavefile/wave_header.h"
 #include "wavefile/wave_io.h"
 #include "wavefile/wave_state.h"
@@ -31,8 +32,12 @@ int open_by_type(const std::string& name, int type)
         return 1;
     }
     if (type == kTypeJaf) {
-        ErrMsg("%s cannot be opened: JAF files are not supported yet.", name.c_str());
-        return 0;
+        // Expanded into NAME.wav, which opens.
+        std::string expanded = name;
+        if (!decompress_jaf_file(expanded))
+            return 0;
+        szOpenedFileName = expanded;
+        return 1;
     }
     if (ReadInputWaveformHeader(name, 0)) {
         szOpenedFileName = name;

@@ -10,6 +10,7 @@
 #include "wavefile/avi_file.h"
 #include "wavefile/file_types.h"
 #include "wavefile/foreign_formats.h"
+#include "wavefile/jaf_file.h"
 
 int save_by_type(CChildFrame& f, const std::string& name, int type, int selectionOnly)
 {
@@ -33,6 +34,11 @@ int save_by_type(CChildFrame& f, const std::string& name, int type, int selectio
         const QImage still = f.szAviFileName.empty() ? document_picture(f, 640, 360, 1, 0, 1) : QImage();
         return save_AVI_file(name, wave, f.szAviFileName, still);
     }
-    ErrMsg("%s cannot be saved: RealMedia and JAF files are not supported yet.", name.c_str());
+    if (type == kTypeJaf) {
+        // The document's highlight (or all of it) as JAF.
+        set_active_frame(&f);
+        return compress_to_jaf_file(name);
+    }
+    ErrMsg("%s cannot be saved: RealMedia files are not supported yet.", name.c_str());
     return 0;
 }

@@ -13,7 +13,7 @@
 #include <vector>
 
 bool jaf_conversion = false;
-int jaf_ratio = 1;
+float jaf_ratio = 1.0f;
 
 namespace {
 
@@ -98,7 +98,9 @@ std::optional<AdpcmFormat> conversion_destination(const AdpcmFormat& s)
         return std::nullopt;
     }
     if (jaf_conversion)
-        d.avgBytesPerSec = static_cast<std::uint32_t>(44100 / (jaf_ratio ? jaf_ratio : 1));
+        // The quotient in double precision from the single-precision ratio,
+        // truncated: 29999 for 1.47, 15624 for 2.8224.
+        d.avgBytesPerSec = static_cast<std::uint32_t>(44100.0 / static_cast<double>(jaf_ratio > 0.0f ? jaf_ratio : 1.0f));
     return d;
 }
 

@@ -22,4 +22,4 @@ int convert_wave_file(HWND owner, const std::string& source, const std::string& 
 // Set while a JAF file is being made: the destination's average bytes per
 // second is then 44100 / jaf_ratio.
 extern bool jaf_conversion;
-extern int jaf_ratio;
+extern float jaf_ratio;

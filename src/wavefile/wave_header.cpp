@@ -85,7 +85,9 @@ int ascend_and_update_waveform_file(RiffFile& file)
     return second != MMSYSERR_NOERROR ? second : first;
 }
 
-int ReadInputWaveformHeader(const std::string& fileName, int report)
+namespace {
+
+int readHeader(const std::string& fileName, int report, bool pcmOnly)
 {
     // The input device is asked, not the output device: it is the one whose
     // formats a recording into this document would need.
@@ -116,7 +118,7 @@ int ReadInputWaveformHeader(const std::string& fileName, int report)
     wave_fmt_record = WaveFmtRecord::fromBytes(record);
 
     input_format_tag = wave_fmt_record.wFormatTag;
-    if (wave_fmt_record.wFormatTag != 1)
+    if (pcmOnly && wave_fmt_record.wFormatTag != 1)
         return failCheck(file, report, 5039);
 
     if (report) {
@@ -153,6 +155,15 @@ int ReadInputWaveformHeader(const std::string& fileName, int report)
     return 1;
 }
 
+}  // namespace
+
+int ReadInputWaveformHeader(const std::string& fileName, int report) { return readHeader(fileName, report, true); }
+
+int read_waveform_header_any_format(const std::string& fileName, int report)
+{
+    return readHeader(fileName, report, false);
+}
+
 int create_new_empty_waveform_file(int showDialog)
 {
     if (showDialog && !uiHost().runNewFileDialog())
@@ -164,15 +175,9 @@ int create_new_empty_waveform_file(int showDialog)
     return create_empty_waveform_file_named(current_directory_with_slash() + leaf);
 }
 
-int create_empty_waveform_file_named(const std::string& name)
+int begin_waveform_file(RiffFile& file, ChunkInfo& riff, ChunkInfo& data)
 {
-    RiffFile file;
-    if (!file.open(name, RiffFile::Mode::Create)) {
-        message_beep();
-        ErrMsg("Can't create uninitialized %s", name.c_str());
-        return 0;
-    }
-    ChunkInfo riff;
+    riff = ChunkInfo{};
     riff.fccType = kWave;
     if (file.createChunk(riff, MMIO_CREATERIFF) != MMSYSERR_NOERROR) {
         file.close();
@@ -187,7 +192,6 @@ int create_empty_waveform_file_named(const std::string& name)
         ErrMsg("Can't create info chunk, nf 1521");
         return 0;
     }
-    fill_fmt_record_from_current_format();
     const auto record = wave_fmt_record.toBytes();
     if (file.write(record.data(), WaveFmtRecord::kSize) != WaveFmtRecord::kSize) {
         file.close();
@@ -195,14 +199,33 @@ int create_empty_waveform_file_named(const std::string& name)
         return 0;
     }
     file.ascend(fmt);
-    ChunkInfo data;
+    data = ChunkInfo{};
     data.ckid = kData;
+    if (file.createChunk(data, 0) != MMSYSERR_NOERROR) {
+        file.close();
+        ErrMsg("Can't write wave data chunk, nf 1551");
+        return 0;
+    }
+    return 1;
+}
+
+int create_empty_waveform_file_named(const std::string& name)
+{
+    RiffFile file;
+    if (!file.open(name, RiffFile::Mode::Create)) {
+        message_beep();
+        ErrMsg("Can't create uninitialized %s", name.c_str());
+        return 0;
+    }
+    fill_fmt_record_from_current_format();
+    ChunkInfo riff, data;
+    if (!begin_waveform_file(file, riff, data))
+        return 0;
     // The whole content of a new file whatever its format: silence for 8-bit
     // data, nearly so for 16-bit data.
     static constexpr unsigned char kNewFileData[8] = {0x80, 0x00, 0x80, 0x00,
                                                       0x80, 0x00, 0x80, 0x00};
-    if (file.createChunk(data, 0) != MMSYSERR_NOERROR ||
-        file.write(kNewFileData, sizeof kNewFileData) != static_cast<long long>(sizeof kNewFileData)) {
+    if (file.write(kNewFileData, sizeof kNewFileData) != static_cast<long long>(sizeof kNewFileData)) {
         file.close();
         ErrMsg("Can't write wave data chunk, nf 1551");
         return 0;

@@ -4,6 +4,7 @@
 #include <string>
 
 class RiffFile;
+struct ChunkInfo;
 
 // Writes "RIFF"/"WAVE", the INFO list when one is pending, the 16-byte "fmt "
 // chunk from wave_fmt_record, and opens the "data" chunk with the given size,
@@ -20,6 +21,13 @@ int ascend_and_update_waveform_file(RiffFile& file);
 // format and data_chunk_size describe it. With `report` set, the reason of a
 // failure (and the sound-board warnings) is shown. 1 = usable, 0 = not.
 int ReadInputWaveformHeader(const std::string& fileName, int report);
+// The same check for a file of any format tag (a JAF file is Microsoft
+// ADPCM): the format record and the data size are read, the tag is not tested.
+int read_waveform_header_any_format(const std::string& fileName, int report);
+// Starts a RIFF WAVE file: "RIFF"/"WAVE", "fmt " with wave_fmt_record, and an
+// open "data" chunk; each failure has its message ("Can't create RIFF chunk,
+// nf 1512" and the others) and closes the file. 1 on success.
+int begin_waveform_file(RiffFile& file, ChunkInfo& riff, ChunkInfo& data);
 
 // Makes "SAMPLE%d.WAV" in the current directory (the counter counts per run),
 // after the "CREATENEWFILE" dialog when asked: a 52-byte file whose data is
