@@ -29,6 +29,7 @@
 #include "edit/undo.h"
 #include "edit/timemark_bars.h"
 #include "edit/timemarks.h"
+#include "edit/plugin_command.h"
 #include "midi_tools/device_report.h"
 #include "midi_tools/midi_keyboard_window.h"
 #include "midi_tools/sampler_dialog.h"
@@ -276,6 +277,9 @@ void CMainFrame::buildMenus()
     QMenu* operations = menuBar()->addMenu(tr("&Operations"));
     addCommand(operations, kCommandSpectrum, tr("&Spectrum..."));
     addCommand(operations, 393, tr("Magnified &plot..."));
+    operations->addSeparator();
+    addCommand(operations, kCommandPlugIn, tr("DirectX Plug-&In..."));
+    addCommand(operations, kCommandRegisterPlugIn, tr("&Register DirectX Plug-In..."));
     operations->addSeparator();
     for (const EffectCommand& c : effect_commands()) {
         if (c.id == 11301)
@@ -690,6 +694,20 @@ void CMainFrame::onCommand(int id)
         break;
     }
     case 1813: openRecordDialog(); break;
+    case kCommandPlugIn:
+        if (ChildFrameWindow* doc = activeDocument()) {
+            if (plugin_process_command(doc->frame(), handle_of(this)))
+                doc->refreshAfterEdit();
+            updateCommandStates();
+        }
+        break;
+    case kCommandRegisterPlugIn: {
+        const QString bundle = QFileDialog::getExistingDirectory(this, tr("Register DirectX Plug-In"), QString(),
+                                                                 QFileDialog::DontUseNativeDialog);
+        if (!bundle.isEmpty())
+            offer_plugin_registration(bundle.toStdString());
+        break;
+    }
     case kCommandChaseLock: case kCommandDelayedStart: case kCommandTriggeredStart: case kCommandSampler:
     case kCommandMidiKeyboard: case kCommandDevices:
         midiCommand(id);

@@ -116,6 +116,9 @@ constexpr int kCommandTriggeredStart = 32922;
 constexpr int kCommandSampler = 32923;
 constexpr int kCommandMidiKeyboard = 32924;
 constexpr int kCommandDevices = 32925;
+// The plug-in host: processing (operation code 181) and registering a bundle.
+constexpr int kCommandPlugIn = 181;
+constexpr int kCommandRegisterPlugIn = 32926;
 constexpr int kCommandRecentFirst = 57616;  // 57616 .. 57621
 constexpr int kCommandOpenOpened = 11310;    // opens szOpenedFileName
 constexpr int kCommandSave = 57603;

@@ -22,6 +22,7 @@
 #include <QApplication>
 #include <QDesktopServices>
 #include <QFileDialog>
+#include <QInputDialog>
 #include <QKeyEvent>
 #include <QFileInfo>
 #include <QLabel>
@@ -323,4 +324,15 @@ bool QtUiHost::runJafDialog(int& button)
         return false;
     button = dialog.chosenButton();
     return true;
+}
+
+int QtUiHost::choosePlugin(const std::vector<std::string>& names)
+{
+    QStringList items;
+    for (const std::string& n : names)
+        items << QString::fromStdString(n);
+    bool ok = false;
+    const QString chosen = QInputDialog::getItem(m_main, QObject::tr("Plug-In"), QObject::tr("Effect plug-in:"), items,
+                                                 0, false, &ok);
+    return ok ? static_cast<int>(items.indexOf(chosen)) : -1;
 }

@@ -44,6 +44,7 @@ public:
     // in the program since the last question.
     bool escapePressed() override;
     bool runJafDialog(int& button) override;
+    int choosePlugin(const std::vector<std::string>& names) override;
 
     ProgressBox* progressBox() const { return m_progress; }
     // The painter an owner-drawn button is painting with, for the duration of its paint.

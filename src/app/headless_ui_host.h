@@ -118,6 +118,16 @@ public:
         m_jafButton = button;
         m_jafOk = ok;
     }
+    // The plug-in the chooser picks: the first whose text contains `text`
+    // (a URI or a name); none picks nothing (Cancel).
+    void setPluginChoice(std::string text) { m_pluginChoice = std::move(text); }
+    int choosePlugin(const std::vector<std::string>& names) override
+    {
+        for (std::size_t i = 0; i < names.size() && !m_pluginChoice.empty(); ++i)
+            if (names[i].find(m_pluginChoice) != std::string::npos)
+                return static_cast<int>(i);
+        return -1;
+    }
     bool runJafDialog(int& button) override
     {
         if (m_jafButton)
@@ -132,6 +142,7 @@ public:
 
 private:
     std::deque<std::string> m_markerNames;
+    std::string m_pluginChoice;
     int m_jafButton = 0;
     bool m_jafOk = true;
     std::shared_ptr<CueList> m_cueList;

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 struct EffectDialog;
 struct PresetContext;
@@ -111,6 +112,9 @@ public:
     // `button` holds the one on when the dialog opens and the one chosen
     // after OK. false for Cancel.
     virtual bool runJafDialog(int& button) = 0;
+    // The plug-in host's choice of a plug-in: the index of the one chosen in
+    // `names`, or -1 for Cancel.
+    virtual int choosePlugin(const std::vector<std::string>& names) = 0;
 };
 
 // The host in use. Before any host is installed a HeadlessUiHost answers.

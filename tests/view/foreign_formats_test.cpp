@@ -204,7 +204,7 @@ TEST_F(ForeignFormatsTest, FailuresOpenNothingAndLoseNothing)
     // A converter that never finishes: Escape ends the wait.
     const std::string stuck = path("stuck.sh");
     writeFile(stuck, [] {
-        const std::string script = "#!/bin/sh\nsleep 30\n";
+        const std::string script = "#!/bin/sh\nexec sleep 30\n";
         return Bytes(script.begin(), script.end());
     }());
     ::chmod(stuck.c_str(), 0755);

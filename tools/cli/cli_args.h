@@ -45,3 +45,4 @@ int run_effects_command(const std::vector<std::string>& args);
 int run_marks_command(const std::vector<std::string>& args);
 int run_chase_command(const std::vector<std::string>& args);
 int run_trigger_command(const std::vector<std::string>& args);
+int run_plugins_command(const std::vector<std::string>& args);

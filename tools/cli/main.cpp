@@ -40,8 +40,10 @@ void usage()
                  "  run IN [--select START:END] [--channel left|right|both] [--new-from-selection]\n"
                  "         [--save OUT] [--save-selection OUT] [--effect NAME [--param KEY=VALUE ...]]\n"
                  "         [--mark POSITION[:NAME]] [--mark-selection] [--delete-mark INDEX] [--delete-marks]\n"
+                 "         [--plugin URI [--param SYMBOL=VALUE ...]]\n"
                  "                                  open IN and apply the steps in order\n"
                  "  effects                         list the effects and their parameters\n"
+                 "  plugins                         list the LV2 effect plug-ins and their ports\n"
                  "  marks FILE [--time-format 1|24|25|30]\n"
                  "                                  list the time marks stored in FILE\n"
                  "  devices                         report the wave devices and the MIDI ports\n"
@@ -65,8 +67,11 @@ int main(int argc, char** argv)
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     ensure_runtime_directory();
-    QGuiApplication app(argc, argv);
+    // The command's own arguments, taken before Qt sees them: Qt would
+    // consume some of its own (-plugin, -platform ...) from the line.
     std::vector<std::string> args(argv + 1, argv + argc);
+    int qtArgc = 1;
+    QGuiApplication app(qtArgc, argv);
 
     HeadlessUiHost host;
     host.setInteractive(true);
@@ -114,6 +119,8 @@ int main(int argc, char** argv)
         result = run_chase_command(args);
     else if (command == "trigger")
         result = run_trigger_command(args);
+    else if (command == "plugins")
+        result = run_plugins_command(args);
     else {
         std::cerr << "ondrava-cli: unknown command " << command << "\n";
         usage();

@@ -6,6 +6,7 @@
 #include "view/spectrogram_image.h"
 #include "edit/edit_operations.h"
 #include "edit/mix.h"
+#include "edit/plugin_command.h"
 #include "edit/timemarks.h"
 #include "edit/undo.h"
 #include "view/child_frame.h"
@@ -35,7 +36,8 @@ int usage()
                  "  --effect NAME [--preset NAME] [--param KEY=VALUE ...]   (ondrava-cli effects lists them)\n"
                  "  --spectrum OUT.png   the spectrum display of the selection\n"
                  "  --draw CHANNEL:FROM:VALUE:TO:VALUE ...   redraw samples in the magnified plot\n"
-                 "  --mark POSITION[:NAME]  --mark-selection  --delete-mark INDEX  --delete-marks\n";
+                 "  --mark POSITION[:NAME]  --mark-selection  --delete-mark INDEX  --delete-marks\n"
+                 "  --plugin URI [--param SYMBOL=VALUE ...]   an LV2 plug-in (ondrava-cli plugins lists them)\n";
     return kExitUsage;
 }
 
@@ -47,6 +49,7 @@ const std::map<std::string, int> kSteps = {
     {"--trim", 0},     {"--mix", 0},        {"--crossfade", 0},  {"--undo", 0},           {"--redo", 0},
     {"--effect", 1},   {"--param", 1},      {"--preset", 1},     {"--spectrum", 1},     {"--draw", 1},
     {"--mark", 1},     {"--mark-selection", 0}, {"--delete-mark", 1}, {"--delete-marks", 0},
+    {"--plugin", 1},
 };
 
 bool parseLevel(const std::string& text, double& level)
@@ -191,8 +194,31 @@ int run_run_command(const std::vector<std::string>& argv)
                 std::cerr << "ondrava-cli: cannot write " << value << "\n";
                 return kExitFailed;
             }
+        } else if (step == "--plugin") {
+            // Its parameters follow it, as the generic dialog's settings.
+            std::vector<std::pair<std::string, std::string>> settings;
+            while (i + 2 < argv.size() && argv[i + 1] == "--param") {
+                const std::string& kv = argv[i + 2];
+                const auto eq = kv.find('=');
+                if (eq == std::string::npos || eq == 0) {
+                    std::cerr << "ondrava-cli: --param takes SYMBOL=VALUE\n";
+                    return kExitUsage;
+                }
+                settings.emplace_back(kv.substr(0, eq), kv.substr(eq + 1));
+                i += 2;
+            }
+            auto* host = dynamic_cast<HeadlessUiHost*>(&uiHost());
+            if (host) {
+                host->setPluginChoice("<" + value + ">");
+                host->setEffectSettings(settings);
+            }
+            ok = plugin_process_command(f, nullptr);
+            if (host) {
+                host->setPluginChoice({});
+                host->setEffectSettings({});
+            }
         } else if (step == "--param" || step == "--preset") {
-            std::cerr << "ondrava-cli: " << step << " belongs after --effect\n";
+            std::cerr << "ondrava-cli: " << step << " belongs after --effect or --plugin\n";
             return kExitUsage;
         } else if (step == "--effect") {
             const EffectCommand* effect = find_effect_command(value);
