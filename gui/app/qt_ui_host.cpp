@@ -6,6 +6,7 @@
 #include "edit/preset_dialogs.h"
 #include "edit/timemark_dialogs.h"
 #include "wavefile/jaf_dialog.h"
+#include "wavefile/realmedia_dialog.h"
 #include "modules/magnified_plot.h"
 #include "view/spectrogram_image.h"
 
@@ -335,4 +336,11 @@ int QtUiHost::choosePlugin(const std::vector<std::string>& names)
     const QString chosen = QInputDialog::getItem(m_main, QObject::tr("Plug-In"), QObject::tr("Effect plug-in:"), items,
                                                  0, false, &ok);
     return ok ? static_cast<int>(items.indexOf(chosen)) : -1;
+}
+
+int QtUiHost::runRealMediaDialog(RealMediaSettings& settings, int channels, const RealMediaEncode& encode)
+{
+    RealMediaDialog dialog(settings, channels, encode, m_main);
+    dialog.exec();
+    return dialog.result();
 }

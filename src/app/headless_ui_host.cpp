@@ -3,6 +3,7 @@
 #include "app/messages.h"
 #include "edit/presets.h"
 #include "edit/timemarks.h"
+#include "wavefile/realmedia_encoder.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -254,4 +255,21 @@ const CueList& HeadlessUiHost::cueList() const
 {
     static const CueList none;
     return m_cueList ? *m_cueList : none;
+}
+
+void HeadlessUiHost::setRealMediaSettings(const RealMediaSettings& settings)
+{
+    m_realMedia = std::make_shared<RealMediaSettings>(settings);
+}
+
+int HeadlessUiHost::runRealMediaDialog(RealMediaSettings& settings, int, const RealMediaEncode& encode)
+{
+    if (m_realMedia)
+        settings = *m_realMedia;
+    m_realMediaProgress.clear();
+    return encode(settings, [this](const std::string& line) {
+        m_realMediaProgress.push_back(line);
+        if (!m_quiet && m_terminal)
+            std::fprintf(stderr, "\r%s", line.c_str());
+    });
 }

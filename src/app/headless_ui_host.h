@@ -128,6 +128,10 @@ public:
                 return static_cast<int>(i);
         return -1;
     }
+    // The RealMedia dialog encodes at once with the settings given here.
+    void setRealMediaSettings(const RealMediaSettings& settings);
+    int runRealMediaDialog(RealMediaSettings& settings, int channels, const RealMediaEncode& encode) override;
+    const std::vector<std::string>& realMediaProgress() const { return m_realMediaProgress; }
     bool runJafDialog(int& button) override
     {
         if (m_jafButton)
@@ -143,6 +147,8 @@ public:
 private:
     std::deque<std::string> m_markerNames;
     std::string m_pluginChoice;
+    std::shared_ptr<RealMediaSettings> m_realMedia;
+    std::vector<std::string> m_realMediaProgress;
     int m_jafButton = 0;
     bool m_jafOk = true;
     std::shared_ptr<CueList> m_cueList;

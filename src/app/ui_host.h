@@ -3,6 +3,7 @@
 #include "app/window_handle.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,7 @@ struct PresetContext;
 struct Spectrogram;
 struct MagnifiedPlot;
 struct CueList;
+struct RealMediaSettings;
 class CChildFrame;
 
 // Everything the core asks of a user interface: message boxes, the one modeless
@@ -115,6 +117,13 @@ public:
     // The plug-in host's choice of a plug-in: the index of the one chosen in
     // `names`, or -1 for Cancel.
     virtual int choosePlugin(const std::vector<std::string>& names) = 0;
+    // The RealMedia encoding dialog for a document of `channels` channels:
+    // codecs, descriptions and sliders; its Encode runs `encode` with the
+    // chosen settings and a line for the progress. The result of the
+    // encoding, or 0 when cancelled before it.
+    using RealMediaEncode =
+        std::function<int(const RealMediaSettings&, const std::function<void(const std::string&)>&)>;
+    virtual int runRealMediaDialog(RealMediaSettings& settings, int channels, const RealMediaEncode& encode) = 0;
 };
 
 // The host in use. Before any host is installed a HeadlessUiHost answers.

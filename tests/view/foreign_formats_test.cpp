@@ -13,6 +13,7 @@
 #include "wavefile/file_types.h"
 #include "wavefile/foreign_formats.h"
 #include "wavefile/helper_programs.h"
+#include "wavefile/realmedia_encoder.h"
 
 #include "support/document_test.h"
 #include "support/qt_application.h"
@@ -326,4 +327,90 @@ TEST_F(ForeignFormatsTest, AviSoundTracksOpenAndAviFilesAreWrittenWithVideo)
     AviFrames none;
     EXPECT_FALSE(none.open(path("broken.avi")));
     EXPECT_TRUE(none.frameAt(0.0, 10, 10).isNull());
+}
+
+TEST_F(ForeignFormatsTest, RealMediaGoesThroughAnAviIntoTheEncoder)
+{
+    // The codec list and its descriptions.
+    const auto mono = realmedia_audio_codecs(1);
+    const auto stereo = realmedia_audio_codecs(2);
+    for (const std::string& name : mono)
+        EXPECT_EQ(name.find("Stereo"), std::string::npos) << name;
+    EXPECT_GT(stereo.size(), mono.size());
+    ASSERT_GT(mono.size(), 8u);
+    EXPECT_EQ(mono[0], "6.5 Kbps Voice");
+    EXPECT_EQ(realmedia_preselected_entry(1), 8);
+    EXPECT_EQ(realmedia_preselected_entry(2), 7);
+    EXPECT_EQ(realmedia_description(2, 7),
+              "Use this option for stereo CD quality sound over 28.8 kbps modems.\nFrequency response: 4 kHz");
+    EXPECT_EQ(realmedia_description(1, 7),
+              "Use this option for mono quasi-CD quality sound over ISDN lines.\nFrequency response: 11 kHz");
+    EXPECT_EQ(realmedia_description(1, 13), "");
+    EXPECT_EQ(realmedia_video_codecs().back(), "none");
+
+    // The stereo document with the preselected codec: AC-3 and RealVideo,
+    // the clip's properties, and the same signal when ffmpeg decodes it.
+    const std::string rm = path("song.rm");
+    ASSERT_EQ(save_by_type(*doc, rm, kTypeRealMedia, 0), 1);
+    EXPECT_FALSE(file_exists(join_path(user_directory(), "TESTAVI.avi")));
+    const auto& lines = host.realMediaProgress();
+    ASSERT_GE(lines.size(), 2u);
+    EXPECT_EQ(lines.back(), "Done.");
+    EXPECT_EQ(lines[lines.size() - 2].rfind("Encoding: Audio(", 0), 0u);
+    const std::string probe = path("probe.txt");
+    ASSERT_EQ(run("ffprobe -v error -show_entries stream=codec_name:format_tags=title,author -of csv=p=0 '" + rm +
+                  "' > '" + probe + "'"),
+              0);
+    const Bytes text = readFile(probe);
+    const std::string shown(text.begin(), text.end());
+    EXPECT_NE(shown.find("ac3"), std::string::npos) << shown;
+    EXPECT_NE(shown.find("rv10"), std::string::npos) << shown;
+    EXPECT_NE(shown.find("The Title"), std::string::npos) << shown;
+    ASSERT_EQ(run("ffmpeg -v error -y -i '" + rm + "' -ar 22050 -ac 2 -c:a pcm_s16le '" + path("rm.wav") + "'"), 0);
+    const auto back = samples16(readFile(path("rm.wav")));
+    const std::vector<std::int16_t> original = samples16(WavBuilder::pcm(2, 22050, 16, source));
+    EXPECT_NEAR(static_cast<double>(back.size()) / 2, 4000.0, 1200.0);
+    double best = 0.0;
+    for (std::size_t lag = 0; lag < 1500 && 2 * lag < back.size(); ++lag) {
+        double xy = 0, xx = 0, yy = 0;
+        for (std::size_t i = 0; i < 2000 && 2 * (i + lag) < back.size(); ++i) {
+            const double x = original[2 * i], y = back[2 * (i + lag)];
+            xy += x * y;
+            xx += x * x;
+            yy += y * y;
+        }
+        if (xx > 0 && yy > 0)
+            best = std::max(best, xy / std::sqrt(xx * yy));
+    }
+    EXPECT_GT(best, 0.9);
+
+    // The voice codec, no video.
+    RealMediaSettings voice;
+    voice.audioCodec = "6.5 Kbps Voice";
+    voice.videoCodec = "none";
+    host.setRealMediaSettings(voice);
+    ASSERT_EQ(save_by_type(*doc, path("voice.rm"), kTypeRealMedia, 0), 1);
+    ASSERT_EQ(run("ffprobe -v error -show_entries stream=codec_name,sample_rate -of csv=p=0 '" + path("voice.rm") +
+                  "' > '" + probe + "'"),
+              0);
+    const Bytes voiceText = readFile(probe);
+    EXPECT_EQ(std::string(voiceText.begin(), voiceText.end()), "ra_144,8000\n");
+
+    // Names the encoder does not know, and an AVI without sound.
+    RealMediaSettings wrong;
+    wrong.audioCodec = "Bogus";
+    host.setRealMediaSettings(wrong);
+    host.clearShown();
+    EXPECT_EQ(save_by_type(*doc, path("bad.rm"), kTypeRealMedia, 0), 0);
+    EXPECT_EQ(host.shown().back().text, "Bogus is not a valid audio codec name.");
+    wrong.audioCodec = "6.5 Kbps Voice";
+    wrong.videoCodec = "Cinepak";
+    host.setRealMediaSettings(wrong);
+    EXPECT_EQ(save_by_type(*doc, path("bad.rm"), kTypeRealMedia, 0), 0);
+    EXPECT_EQ(host.shown().back().text, "Cinepak is not a valid video codec name.");
+    ASSERT_EQ(run("ffmpeg -v error -y -f lavfi -i testsrc=size=160x120:rate=10 -t 0.5 -c:v mpeg4 '" + path("mute.avi") +
+                  "'"),
+              0);
+    EXPECT_EQ(encode_realmedia(path("mute.avi"), path("mute.rm"), RealMediaSettings{}, {}), 0);
+    EXPECT_EQ(host.shown().back().text, "AVIFileGetStream failed for audio");
 }
