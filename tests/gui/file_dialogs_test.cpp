@@ -2,6 +2,8 @@
 #include "view/child_frame_window.h"
 #include "view/document_save.h"
 #include "wavefile/info_editor_dialog.h"
+#include "wavefile/jaf_dialog.h"
+#include "wavefile/realmedia_dialog.h"
 #include "wavefile/riff_info.h"
 #include "wavefile/wave_file_dialogs.h"
 #include "wavefile/wave_header.h"
@@ -11,7 +13,9 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPushButton>
 #include <QRadioButton>
+#include <QSlider>
 
 using FileDialogsTest = GuiTest;
 
@@ -122,4 +126,52 @@ TEST_F(FileDialogsTest, TheFileMenuSavesAndMakesNewFilesFromTheHighlight)
     EXPECT_EQ(frame.activeDocument()->frame().szDisplayName, "SAMPLE1.WAV");
     EXPECT_EQ(frame.activeDocument()->frame().nTotalSamples, 2000u);
     frame.close();
+}
+
+TEST(ExportDialogsTest, TheJafAndRealMediaDialogsShowTheirChoices)
+{
+    JafDialog jaf(2003);
+    EXPECT_EQ(jaf.objectName(), "JAF_FILE_COMPRESSION");
+    EXPECT_EQ(jaf.chosenButton(), 2003);
+    for (int id = 2000; id <= 2004; ++id)
+        ASSERT_TRUE(jaf.findChild<QRadioButton*>(QString::number(id))) << id;
+    jaf.findChild<QRadioButton*>("2000")->setChecked(true);
+    EXPECT_EQ(jaf.chosenButton(), 2000);
+    EXPECT_TRUE(jaf.findChild<QPushButton*>("1405"));
+    JafDialog first(0);
+    EXPECT_EQ(first.chosenButton(), 2000) << "the first on a first use";
+
+    RealMediaSettings settings;
+    int encodes = 0;
+    RealMediaDialog mono(settings, 1, [&](const RealMediaSettings&, const std::function<void(const std::string&)>& p) {
+        ++encodes;
+        p("Encoding: Audio(      1/      2) Video(      0/      0)");
+        return 1;
+    });
+    auto* audio = mono.findChild<QComboBox*>("audioCodec");
+    for (int i = 0; i < audio->count(); ++i)
+        EXPECT_FALSE(audio->itemText(i).contains("Stereo")) << audio->itemText(i).toStdString();
+    EXPECT_EQ(audio->currentIndex(), 8);
+    // Description 7 of the mono table first; then the entry's own.
+    EXPECT_TRUE(mono.findChild<QLabel*>("description")->text().startsWith("Use this option for mono quasi-CD"));
+    audio->setCurrentIndex(0);
+    EXPECT_TRUE(mono.findChild<QLabel*>("description")->text().startsWith("Use this option for speech or background "
+                                                                           "music over 28.8 kbps modems."));
+    auto* quality = mono.findChild<QSlider*>("quality");
+    EXPECT_EQ(quality->minimum(), 1);
+    EXPECT_EQ(quality->value(), 100);
+    quality->setValue(42);
+    EXPECT_EQ(mono.findChild<QLineEdit*>("qualityText")->text(), "42");
+    auto* keys = mono.findChild<QSlider*>("keyFrames");
+    EXPECT_EQ(keys->minimum(), 8);
+    EXPECT_EQ(keys->value(), 60);
+    mono.findChild<QPushButton*>("encode")->click();
+    EXPECT_EQ(encodes, 1);
+    EXPECT_EQ(mono.result(), 1);
+    EXPECT_EQ(settings.audioCodec, "6.5 Kbps Voice");
+    EXPECT_EQ(settings.quality, 42);
+
+    RealMediaDialog stereo(settings, 2, {});
+    EXPECT_EQ(stereo.findChild<QComboBox*>("audioCodec")->currentIndex(), 7);
+    EXPECT_TRUE(stereo.findChild<QLabel*>("description")->text().startsWith("Use this option for stereo CD quality"));
 }

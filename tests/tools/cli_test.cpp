@@ -355,3 +355,30 @@ TEST_F(CliTest, MarksAreSetByRunKeptInTheFileAndListed)
     EXPECT_EQ(cli({"marks"}).exitCode, 2);
     EXPECT_EQ(cli({"marks", "missing.wav"}).exitCode, 1);
 }
+
+TEST_F(CliTest, ConvertGoesByExtensionAndPlugInsAreListedAndRun)
+{
+    const Bytes data = W::randomBytes(8000, 9);
+    writeFile(path("in.wav"), W::pcm(2, 22050, 16, data));
+    // A foreign type out and back in: the samples survive.
+    ASSERT_EQ(cli({"convert", "in.wav", "out.aif"}).exitCode, 0);
+    ASSERT_EQ(cli({"convert", "out.aif", "back.wav"}).exitCode, 0);
+    const Bytes back = readFile(path("back.wav"));
+    EXPECT_EQ(Bytes(back.end() - static_cast<long>(data.size()), back.end()), data);
+    EXPECT_EQ(cli({"convert", "in.wav", "out.mp3"}).exitCode, 0);
+    EXPECT_GT(readFile(path("out.mp3")).size(), 100u);
+
+    Run list = cli({"plugins"});
+    ASSERT_EQ(list.exitCode, 0);
+    EXPECT_NE(list.out.find("http://plugin.org.uk/swh-plugins/amp\n  name: Simple amplifier"), std::string::npos);
+    EXPECT_NE(list.out.find("  gain: Amps gain (dB), -70..70, default 0"), std::string::npos);
+    Run run = cli({"run", "in.wav", "--plugin", "http://plugin.org.uk/swh-plugins/amp", "--param", "gain=-70",
+                   "--save", "quiet.wav"});
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    const Bytes quiet = readFile(path("quiet.wav"));
+    int loudest = 0;
+    for (std::size_t i = quiet.size() - data.size(); i + 1 < quiet.size(); i += 2)
+        loudest = std::max(loudest, std::abs(static_cast<int>(static_cast<std::int16_t>(quiet[i] | quiet[i + 1] << 8))));
+    EXPECT_LE(loudest, 12) << "-70 dB leaves almost nothing";
+    EXPECT_EQ(cli({"run", "in.wav", "--plugin", "urn:none", "--save", "x.wav"}).exitCode, 1);
+}

@@ -214,6 +214,18 @@ TEST_F(ForeignFormatsTest, FailuresOpenNothingAndLoseNothing)
     const auto started = std::chrono::steady_clock::now();
     EXPECT_EQ(run_foreign_converter(path("src.wav"), path("z.aif")), 0);
     EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(10));
+    // A helper that dies at once, and one that never answers: the wait ends
+    // after its polls.
+    const std::string dies = path("dies.sh");
+    writeFile(dies, [] {
+        const std::string script = "#!/bin/sh\nexit 3\n";
+        return Bytes(script.begin(), script.end());
+    }());
+    ::chmod(dies.c_str(), 0755);
+    setenv("ONDRAVA_CRVCNVRT", dies.c_str(), 1);
+    EXPECT_EQ(open_by_type(path("src.aif"), 2), 0);
+    EXPECT_EQ(run_helper_until_finished(stuck, {}, 0, 10, 5), HelperWait::TimedOut);
+    EXPECT_EQ(run_helper_until_finished(dies, {}, 0, 10, 0), HelperWait::Ended);
     unsetenv("ONDRAVA_CRVCNVRT");
     EXPECT_EQ(doc->nTotalSamples, 8000u) << "the document is as it was";
 }
