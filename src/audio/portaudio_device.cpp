@@ -248,23 +248,17 @@ private:
                 self->m_current = *next;
                 self->m_offset = 0;
             }
-            if (self->m_skipBytes > 0) {
-                // An aligned start passes over what it is too late for.
-                const std::size_t skip = std::min(self->m_skipBytes, self->m_current.bytes - self->m_offset);
-                self->m_skipBytes -= skip;
-                self->m_offset += skip;
-                self->m_playedBytes += skip;
-                if (self->m_offset >= self->m_current.bytes) {
-                    self->m_done.push(self->m_current.index);
-                    --self->m_outstanding;
-                    self->m_current = {};
-                }
-                continue;
+            // An aligned start passes over what it is too late for.
+            const bool skipping = self->m_skipBytes > 0;
+            const std::size_t take =
+                std::min(skipping ? self->m_skipBytes : needed, self->m_current.bytes - self->m_offset);
+            if (skipping) {
+                self->m_skipBytes -= take;
+            } else {
+                self->copyWithGain(out, self->m_current.data + self->m_offset, take);
+                out += take;
+                needed -= take;
             }
-            const std::size_t take = std::min(needed, self->m_current.bytes - self->m_offset);
-            self->copyWithGain(out, self->m_current.data + self->m_offset, take);
-            out += take;
-            needed -= take;
             self->m_offset += take;
             self->m_playedBytes += take;
             if (self->m_offset >= self->m_current.bytes) {

@@ -5,7 +5,6 @@
 #include "app/posix_io.h"
 #include "app/ui_host.h"
 #include "modules/effect_dialog.h"
-#include "wavefile/cue_chunk.h"
 #include "wavefile/riff_file.h"
 #include "wavefile/wave_header.h"
 #include "wavefile/wave_state.h"
@@ -164,22 +163,11 @@ bool readWave(const std::string& path, Signal& s, std::string& error)
 
 bool writeWave(const std::string& path, const Signal& s)
 {
-    const int info = info_chunk_present;
-    info_chunk_present = 0;
-    cue_points_to_write.clear();
     RiffFile out;
-    bool ok = out.open(path, RiffFile::Mode::Create);
-    const int frameBytes = s.channels * s.bits / 8;
-    wave_fmt_record.wFormatTag = 1;
-    wave_fmt_record.nChannels = static_cast<std::uint16_t>(s.channels);
-    wave_fmt_record.nSamplesPerSec = s.rate;
-    wave_fmt_record.nBlockAlign = static_cast<std::uint16_t>(frameBytes);
-    wave_fmt_record.nAvgBytesPerSec = s.rate * static_cast<std::uint32_t>(frameBytes);
-    wave_fmt_record.wBitsPerSample = static_cast<std::uint16_t>(s.bits);
-    ok = ok && create_waveform_format_header(out, 0);
-    info_chunk_present = info;
-    if (!ok)
+    if (!out.open(path, RiffFile::Mode::Create) ||
+        !create_plain_waveform_header(out, s.channels, s.rate, s.bits))
         return false;
+    const int frameBytes = s.channels * s.bits / 8;
     const std::size_t frames = s.data.empty() ? 0 : s.data[0].size();
     std::vector<std::uint8_t> raw(frames * static_cast<std::size_t>(frameBytes));
     for (std::size_t i = 0; i < frames; ++i)

@@ -7,24 +7,17 @@
 #include "view/child_frame.h"
 #include "view/mouse_selection.h"
 #include "view/time_format.h"
+#include "view/timemark_storage.h"
 #include "view/view_navigation.h"
 #include "view/waveform_renderer.h"
 
 #include <algorithm>
-#include <cstdio>
 
 namespace {
 
 bool valid(const CChildFrame& f, int i) { return i >= 0 && i < static_cast<int>(f.timemarks.size()); }
 
 int addMark(CChildFrame& f, std::uint32_t position, int x, const std::string& name);
-
-std::string defaultName(std::uint32_t position)
-{
-    char text[32];
-    std::snprintf(text, sizeof text, "Marker %ld", static_cast<long>(position));
-    return text;
-}
 
 // Where a new mark goes: the play position while playing, else the cursor.
 int placementColumn(const CChildFrame& f)
@@ -105,7 +98,7 @@ int addMark(CChildFrame& f, std::uint32_t position, int x, const std::string& na
     Timemark mark;
     mark.x = x;
     mark.position = position;
-    mark.name = name.empty() ? defaultName(mark.position) : name;
+    mark.name = name.empty() ? default_timemark_name(mark.position) : name;
     f.timemarks.push_back(std::move(mark));
     f.bModified = 1;
     f.bRedrawAll = true;
@@ -123,12 +116,12 @@ int add_timemark_pair(CChildFrame& f)
     Timemark first;
     first.position = f.nSelStart;
     first.x = static_cast<int>(f.sample_to_pixel(f.nSelStart));
-    first.name = defaultName(first.position);
+    first.name = default_timemark_name(first.position);
     first.partner = a + 1;
     Timemark second;
     second.position = f.nSelEnd;
     second.x = static_cast<int>(f.sample_to_pixel(f.nSelEnd));
-    second.name = defaultName(second.position);
+    second.name = default_timemark_name(second.position);
     second.second = 1;
     f.timemarks.push_back(std::move(first));
     f.timemarks.push_back(std::move(second));

@@ -98,12 +98,7 @@ int save_waveform_file(CChildFrame& f, const std::string& target, int selectionO
     }
     long long position = selectionOnly ? static_cast<long long>(f.nSelStart) * bytesPerSample : 0;
 
-    wave_fmt_record.wFormatTag = 1;
-    wave_fmt_record.nChannels = channels;
-    wave_fmt_record.nSamplesPerSec = rate;
-    wave_fmt_record.nBlockAlign = static_cast<std::uint16_t>(channels * bits / 8);
-    wave_fmt_record.nAvgBytesPerSec = channels * bits * rate / 8;
-    wave_fmt_record.wBitsPerSample = bits;
+    set_pcm_fmt_record(channels, rate, bits);
     // The document's time marks go into the file with its samples.
     cue_points_to_write = timemarks_to_cue_points(f, selectionOnly ? f.nSelStart : 0,
                                                   selectionOnly ? f.nSelEnd : f.nTotalSamples + 1,

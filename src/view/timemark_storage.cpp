@@ -6,16 +6,12 @@
 #include <cmath>
 #include <cstdio>
 
-namespace {
-
-std::string defaultName(std::uint32_t position)
+std::string default_timemark_name(std::uint32_t position)
 {
     char text[32];
     std::snprintf(text, sizeof text, "Marker %ld", static_cast<long>(position));
     return text;
 }
-
-}  // namespace
 
 std::vector<CuePoint> timemarks_to_cue_points(const CChildFrame& f, std::uint32_t from, std::uint32_t to,
                                               double rateRatio)
@@ -69,13 +65,13 @@ std::vector<Timemark> timemarks_from_cue_points(const std::vector<CuePoint>& poi
             continue;
         Timemark m;
         m.position = static_cast<std::uint32_t>(position);
-        m.name = p.label.empty() ? defaultName(m.position) : p.label;
+        m.name = p.label.empty() ? default_timemark_name(m.position) : p.label;
         const std::uint64_t end = position + static_cast<std::uint64_t>(p.length) * perFrame;
         if (p.length > 0 && end <= totalUnits) {
             m.partner = static_cast<int>(marks.size()) + 1;
             Timemark e;
             e.position = static_cast<std::uint32_t>(end);
-            e.name = p.note.empty() ? defaultName(e.position) : p.note;
+            e.name = p.note.empty() ? default_timemark_name(e.position) : p.note;
             e.second = 1;
             marks.push_back(std::move(m));
             marks.push_back(std::move(e));

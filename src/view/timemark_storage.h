@@ -14,6 +14,9 @@ struct Timemark;
 // length, and the second mark's name as the point's note). Positions are
 // sample frames in the file, sample units in the document.
 
+// "Marker <position>": the name a mark gets when it is given none.
+std::string default_timemark_name(std::uint32_t position);
+
 // The cue points for saving the document's units [from, to) at a rate
 // `rateRatio` times the document's: marks outside the range are left out
 // (a pair cut by the range keeps its inside end as a single mark).

@@ -3,7 +3,6 @@
 #include "app/file_names.h"
 #include "app/messages.h"
 #include "app/posix_io.h"
-#include "wavefile/cue_chunk.h"
 #include "wavefile/riff_file.h"
 #include "wavefile/wave_header.h"
 #include "wavefile/wave_state.h"
@@ -61,14 +60,6 @@ struct Frame {
     ~Frame() { av_frame_free(&f); }
 };
 
-// The wave format writes go through the one RIFF writer, without the INFO
-// list or time marks of another file.
-struct PlainHeader {
-    int info = info_chunk_present;
-    PlainHeader() { info_chunk_present = 0; }
-    ~PlainHeader() { info_chunk_present = info; }
-};
-
 }  // namespace
 
 int make_wave_file_from_AVI_file(const std::string& aviName, const std::string& waveName)
@@ -103,8 +94,6 @@ int make_wave_file_from_AVI_file(const std::string& aviName, const std::string& 
         return 0;
     }
 
-    const PlainHeader plain;
-    cue_points_to_write.clear();
     RiffFile out;
     if (!out.open(waveName, RiffFile::Mode::Create)) {
         swr_free(&swr);
@@ -112,13 +101,7 @@ int make_wave_file_from_AVI_file(const std::string& aviName, const std::string& 
         return 0;
     }
     const int bytesPerFrame = channels * (narrow ? 1 : 2);
-    wave_fmt_record.wFormatTag = 1;
-    wave_fmt_record.nChannels = static_cast<std::uint16_t>(channels);
-    wave_fmt_record.nSamplesPerSec = static_cast<std::uint32_t>(rate);
-    wave_fmt_record.nBlockAlign = static_cast<std::uint16_t>(bytesPerFrame);
-    wave_fmt_record.nAvgBytesPerSec = static_cast<std::uint32_t>(rate * bytesPerFrame);
-    wave_fmt_record.wBitsPerSample = static_cast<std::uint16_t>(narrow ? 8 : 16);
-    if (!create_waveform_format_header(out, 0)) {
+    if (!create_plain_waveform_header(out, channels, static_cast<std::uint32_t>(rate), narrow ? 8 : 16)) {
         swr_free(&swr);
         return 0;
     }

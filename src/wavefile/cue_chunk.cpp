@@ -15,8 +15,6 @@ constexpr FourCC kAdtl = make_fourcc("adtl");
 constexpr FourCC kLabl = make_fourcc("labl");
 constexpr FourCC kNote = make_fourcc("note");
 constexpr FourCC kLtxt = make_fourcc("ltxt");
-constexpr FourCC kDataId = make_fourcc("data");
-constexpr FourCC kWaveForm = make_fourcc("WAVE");
 constexpr FourCC kRegion = make_fourcc("rgn ");
 // Labels longer than this are cut when read: a damaged size cannot make us
 // hold gigabytes of text.
@@ -70,7 +68,7 @@ int write_cue_chunks(RiffFile& file, const std::vector<CuePoint>& points)
     for (const CuePoint& p : points) {
         push32(cue, p.id);
         push32(cue, p.frame);
-        push32(cue, kDataId);
+        push32(cue, kData);
         push32(cue, 0);
         push32(cue, 0);
         push32(cue, p.frame);
@@ -115,7 +113,7 @@ std::vector<CuePoint> read_cue_points(const std::string& path)
     if (!file.open(path, RiffFile::Mode::Read))
         return points;
     ChunkInfo riff;
-    riff.fccType = kWaveForm;
+    riff.fccType = kWave;
     if (file.descend(riff, nullptr, MMIO_FINDRIFF) != MMSYSERR_NOERROR)
         return points;
     // The RIFF size may lie (a truncated file); the file's own end bounds it.

@@ -264,7 +264,6 @@ int encode_realmedia(const std::string& aviName, const std::string& output, cons
     }
 
     // How much there is to do.
-    const AVStream* audioSource = in->streams[audioIndex];
     const double seconds = in->duration > 0 ? static_cast<double>(in->duration) / AV_TIME_BASE : 0.0;
     const int audioTotal = static_cast<int>(seconds * rate);
     const int videoTotal =
@@ -428,7 +427,6 @@ int encode_realmedia(const std::string& aviName, const std::string& output, cons
             writeEncoded(videoOut.ctx, videoStream, "Video Encode failed with code %d");
         }
     }
-    (void)audioSource;
     av_packet_free(&packet);
     av_frame_free(&frame);
     av_frame_free(&encodeFrame);
@@ -442,7 +440,6 @@ int encode_realmedia(const std::string& aviName, const std::string& output, cons
         return 0;
     }
     audioDone = audioTotal;
-    videoDone = std::max(videoDone, 0);
     report();
     if (progress)
         progress("Done.");

@@ -19,6 +19,10 @@ std::string fourcc_text(FourCC code);
 
 constexpr FourCC kRiff = make_fourcc("RIFF");
 constexpr FourCC kList = make_fourcc("LIST");
+// The chunks of a RIFF WAVE file.
+constexpr FourCC kWave = make_fourcc("WAVE");
+constexpr FourCC kFmt = make_fourcc("fmt ");
+constexpr FourCC kData = make_fourcc("data");
 
 // A chunk descriptor: what descending into or creating a chunk records, and
 // what ascending out of it needs to patch its size.

@@ -140,12 +140,12 @@ int convert_wave_file(HWND, const std::string& sourceName, const std::string& de
         ErrMsg("Conversion aborted--destination file is corrupt!");
         return 0;
     }
-    job.riff.fccType = make_fourcc("WAVE");
+    job.riff.fccType = kWave;
     bool ok = job.destination.createChunk(job.riff, MMIO_CREATERIFF) == MMSYSERR_NOERROR;
 
     // The source's display and playlist chunks go along whole.
     ChunkInfo sourceRiff;
-    sourceRiff.fccType = make_fourcc("WAVE");
+    sourceRiff.fccType = kWave;
     ok = ok && job.source.descend(sourceRiff, nullptr, MMIO_FINDRIFF) == MMSYSERR_NOERROR;
     const std::uint64_t riffEnd = static_cast<std::uint64_t>(sourceRiff.dwDataOffset) + sourceRiff.cksize;
     ChunkInfo ck;
@@ -168,7 +168,7 @@ int convert_wave_file(HWND, const std::string& sourceName, const std::string& de
     std::vector<unsigned char> fact(4);
     put_le32(fact.data(), info->dwDataSamples);
     ok = ok && writeChunk(job.destination, "fact", fact);
-    job.data.ckid = make_fourcc("data");
+    job.data.ckid = kData;
     ok = ok && job.destination.createChunk(job.data, 0) == MMSYSERR_NOERROR;
     ok = ok && job.source.seek(info->dwDataOffset, SEEK_SET) >= 0;
     if (!ok) {

@@ -9,13 +9,10 @@
 #include "wavefile/wave_state.h"
 
 #include <cstdio>
+#include <vector>
 #include <unistd.h>
 
 namespace {
-
-constexpr FourCC kWave = make_fourcc("WAVE");
-constexpr FourCC kFmt = make_fourcc("fmt ");
-constexpr FourCC kData = make_fourcc("data");
 
 // A failure of the header check: tell the user when asked, close, record it.
 int failCheck(RiffFile& file, int report, int messageId)
@@ -86,7 +83,6 @@ int ascend_and_update_waveform_file(RiffFile& file)
 }
 
 namespace {
-
 int readHeader(const std::string& fileName, int report, bool pcmOnly)
 {
     // The input device is asked, not the output device: it is the one whose
@@ -274,4 +270,28 @@ std::string wave_facts_text(const WaveFacts& facts)
     std::snprintf(text, sizeof text, facts.channels == 1 ? "%ld kHz %d bits Mono" : "%ld kHz %d bits Stereo",
                   static_cast<long>(facts.rate), static_cast<int>(facts.bits));
     return text;
+}
+
+void set_pcm_fmt_record(int channels, std::uint32_t rate, int bits)
+{
+    const auto blockAlign = static_cast<std::uint16_t>(channels * bits / 8);
+    wave_fmt_record.wFormatTag = 1;
+    wave_fmt_record.nChannels = static_cast<std::uint16_t>(channels);
+    wave_fmt_record.nSamplesPerSec = rate;
+    wave_fmt_record.nBlockAlign = blockAlign;
+    wave_fmt_record.nAvgBytesPerSec = rate * blockAlign;
+    wave_fmt_record.wBitsPerSample = static_cast<std::uint16_t>(bits);
+}
+
+int create_plain_waveform_header(RiffFile& file, int channels, std::uint32_t rate, int bits)
+{
+    const int info = info_chunk_present;
+    std::vector<CuePoint> cues;
+    cues.swap(cue_points_to_write);
+    info_chunk_present = 0;
+    set_pcm_fmt_record(channels, rate, bits);
+    const int written = create_waveform_format_header(file, 0);
+    info_chunk_present = info;
+    cues.swap(cue_points_to_write);
+    return written;
 }

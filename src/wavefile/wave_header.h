@@ -29,6 +29,14 @@ int read_waveform_header_any_format(const std::string& fileName, int report);
 // nf 1512" and the others) and closes the file. 1 on success.
 int begin_waveform_file(RiffFile& file, ChunkInfo& riff, ChunkInfo& data);
 
+// Fills wave_fmt_record with a PCM format: tag 1, the block align and the
+// byte rate computed.
+void set_pcm_fmt_record(int channels, std::uint32_t rate, int bits);
+// The header of a new PCM file in that format, without the INFO list or the
+// time marks pending for the next save: create_waveform_format_header's work
+// (and messages), leaving the file in its "data" chunk. 1 on success.
+int create_plain_waveform_header(RiffFile& file, int channels, std::uint32_t rate, int bits);
+
 // Makes "SAMPLE%d.WAV" in the current directory (the counter counts per run),
 // after the "CREATENEWFILE" dialog when asked: a 52-byte file whose data is
 // eight bytes 80 00 80 00 80 00 80 00 in the current wave format. The name is

@@ -11,9 +11,6 @@
 
 namespace {
 
-constexpr FourCC kWave = make_fourcc("WAVE");
-constexpr FourCC kFmt = make_fourcc("fmt ");
-constexpr FourCC kData = make_fourcc("data");
 constexpr FourCC kFact = make_fourcc("fact");
 constexpr FourCC kInfo = make_fourcc("INFO");
 constexpr FourCC kDisp = make_fourcc("DISP");

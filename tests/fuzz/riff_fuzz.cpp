@@ -56,7 +56,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         if (!out.open(copy, RiffFile::Mode::Create))
             abort();
         ChunkInfo riff;
-        riff.fccType = make_fourcc("WAVE");
+        riff.fccType = kWave;
         out.createChunk(riff, MMIO_CREATERIFF);
         if (write_info_list(&out, info->pInfo.get()) != INFO_OK)
             abort();
@@ -67,7 +67,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         RiffFile in;
         in.open(copy, RiffFile::Mode::Read);
         ChunkInfo wave;
-        wave.fccType = make_fourcc("WAVE");
+        wave.fccType = kWave;
         ChunkInfo list;
         list.fccType = make_fourcc("INFO");
         std::shared_ptr<InfoList> reread;
@@ -99,7 +99,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         if (!out.open(copy, RiffFile::Mode::Create))
             abort();
         ChunkInfo riff;
-        riff.fccType = make_fourcc("WAVE");
+        riff.fccType = kWave;
         out.createChunk(riff, MMIO_CREATERIFF);
         if (!write_cue_chunks(out, cues))
             abort();

@@ -13,7 +13,6 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
-#include <cstring>
 
 class TriggeredStartTest : public DocumentTest {
 protected:
@@ -24,12 +23,7 @@ protected:
         SimulatedWaveOut::state().canPrepare = true;
         SimulatedWaveOut::events().clear();
         set_wave_out_factory(SimulatedWaveOut::make);
-        WavBuilder::Bytes data;
-        for (std::uint32_t i = 0; i < 44100; ++i) {
-            WavBuilder::put16(data, static_cast<std::uint16_t>(i & 0xFFFF));
-            WavBuilder::put16(data, static_cast<std::uint16_t>(i >> 16));
-        }
-        writeFile(path("t.wav"), WavBuilder::pcm(2, 44100, 16, data));
+        writeFile(path("t.wav"), WavBuilder::pcm(2, 44100, 16, WavBuilder::indexedFrames(44100)));
         doc = open_document_file(path("t.wav"));
         ASSERT_TRUE(doc);
         doc->nClientWidth = 1000;
@@ -56,13 +50,7 @@ protected:
     {
         SimulatedWaveOut::deliver();
         SimulatedWaveOut::advance(10);
-        const auto& played = SimulatedWaveOut::state().played;
-        if (played.size() < 4)
-            return 0xFFFFFFFF;
-        std::uint16_t lo, hi;
-        std::memcpy(&lo, played.data(), 2);
-        std::memcpy(&hi, played.data() + 2, 2);
-        return static_cast<std::uint32_t>(hi) << 16 | lo;
+        return WavBuilder::frameIndexAt(SimulatedWaveOut::state().played, 0);
     }
 
     std::unique_ptr<CChildFrame> doc;

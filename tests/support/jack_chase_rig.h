@@ -6,6 +6,7 @@
 // same clock. From the two the start error is measured: the file position
 // heard against the position the code truly had at that moment.
 
+#include "support/jack_server.h"
 #include "support/mtc_source.h"
 
 #include <jack/jack.h>
@@ -78,21 +79,7 @@ public:
 
     // Connects the program's audio outputs (every output port of another
     // client but the server's) to the inputs; the number connected.
-    int connectPlayers()
-    {
-        int connected = 0;
-        const char** ports = jack_get_ports(m_client, nullptr, JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput);
-        for (int i = 0; ports && ports[i] && connected < 2; ++i) {
-            const std::string port = ports[i];
-            if (port.rfind("system:", 0) == 0 || port.rfind(kClientName, 0) == 0)
-                continue;
-            if (jack_port_connected_to(m_in[connected], ports[i]) ||
-                jack_connect(m_client, ports[i], jack_port_name(m_in[connected])) == 0)
-                ++connected;
-        }
-        jack_free(ports);
-        return connected;
-    }
+    int connectPlayers() { return connect_other_outputs(m_client, kClientName, m_in, 2); }
 
     // The playback latency of the server's output: how long after a frame
     // passes through the graph it is heard.

@@ -75,6 +75,25 @@ private:
     pid_t m_pid = -1;
 };
 
+// Connects the audio output ports of the other clients (not the server's,
+// not those whose names begin with `own`) to `inputs`, in order; a port
+// already joined counts. The number connected.
+inline int connect_other_outputs(jack_client_t* client, const std::string& own, jack_port_t* const* inputs, int count)
+{
+    int connected = 0;
+    const char** ports = jack_get_ports(client, nullptr, JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput);
+    for (int i = 0; ports && ports[i] && connected < count; ++i) {
+        const std::string port = ports[i];
+        if (port.rfind("system:", 0) == 0 || port.rfind(own, 0) == 0)
+            continue;
+        if (jack_port_connected_to(inputs[connected], ports[i]) ||
+            jack_connect(client, ports[i], jack_port_name(inputs[connected])) == 0)
+            ++connected;
+    }
+    jack_free(ports);
+    return connected;
+}
+
 class JackRecorder {
 public:
     explicit JackRecorder(std::size_t capacityFrames) : m_left(capacityFrames), m_right(capacityFrames) {}
@@ -96,20 +115,7 @@ public:
 
     // Connects every output port of the other clients (not the server's own
     // capture ports) to the recorder, in order. The number connected.
-    int connectPlayers()
-    {
-        int connected = 0;
-        const char** ports = jack_get_ports(m_client, nullptr, JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput);
-        for (int i = 0; ports && ports[i] && connected < 2; ++i) {
-            const std::string port = ports[i];
-            if (port.rfind("system:", 0) == 0 || port.rfind("ondrava-recorder:", 0) == 0)
-                continue;
-            if (jack_connect(m_client, ports[i], jack_port_name(m_in[connected])) == 0)
-                ++connected;
-        }
-        jack_free(ports);
-        return connected;
-    }
+    int connectPlayers() { return connect_other_outputs(m_client, "ondrava-recorder:", m_in, 2); }
 
     void close()
     {

@@ -71,6 +71,29 @@ public:
         return riff({chunk("fmt ", fmtBody(1, channels, rate, bits)), chunk("data", data)});
     }
 
+    // 16-bit stereo frames that each hold their own index (the low half on
+    // the left, the high half on the right): what is played tells where it
+    // came from.
+    static Bytes indexedFrames(std::uint32_t frames)
+    {
+        Bytes data;
+        data.reserve(static_cast<std::size_t>(frames) * 4);
+        for (std::uint32_t i = 0; i < frames; ++i) {
+            put16(data, static_cast<std::uint16_t>(i & 0xFFFF));
+            put16(data, static_cast<std::uint16_t>(i >> 16));
+        }
+        return data;
+    }
+    // The index held by the frame at byte `at` of such data; all ones when
+    // there is no whole frame there.
+    static std::uint32_t frameIndexAt(const Bytes& data, std::size_t at)
+    {
+        if (data.size() < at + 4)
+            return 0xFFFFFFFF;
+        return static_cast<std::uint32_t>(data[at + 2] | data[at + 3] << 8) << 16 |
+               static_cast<std::uint32_t>(data[at] | data[at + 1] << 8);
+    }
+
     static Bytes randomBytes(size_t count, std::uint32_t seed)
     {
         std::mt19937 gen(seed);

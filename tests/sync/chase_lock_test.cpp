@@ -11,7 +11,6 @@
 #include "support/mtc_source.h"
 
 #include <cmath>
-#include <cstring>
 
 
 class ChaseLockTest : public DocumentTest {
@@ -26,12 +25,7 @@ protected:
         chase_preroll_frames = 0;
         // Ten seconds, 16-bit stereo at 48 kHz; every frame holds its own
         // index so that what played tells where it came from.
-        WavBuilder::Bytes data;
-        for (std::uint32_t i = 0; i < 480000; ++i) {
-            WavBuilder::put16(data, static_cast<std::uint16_t>(i & 0xFFFF));
-            WavBuilder::put16(data, static_cast<std::uint16_t>(i >> 16));
-        }
-        writeFile(path("chase.wav"), WavBuilder::pcm(2, 48000, 16, data));
+        writeFile(path("chase.wav"), WavBuilder::pcm(2, 48000, 16, WavBuilder::indexedFrames(480000)));
         doc = open_document_file(path("chase.wav"));
         ASSERT_TRUE(doc);
         chase = std::make_unique<ChaseLock>(*doc);
@@ -83,13 +77,7 @@ protected:
     // The file frame of the first frame the device played since byte `from`.
     std::uint32_t firstPlayedFrame(std::size_t from = 0) const
     {
-        const auto& played = SimulatedWaveOut::state().played;
-        if (played.size() < from + 4)
-            return 0xFFFFFFFF;
-        std::uint16_t lo, hi;
-        std::memcpy(&lo, played.data() + from, 2);
-        std::memcpy(&hi, played.data() + from + 2, 2);
-        return static_cast<std::uint32_t>(hi) << 16 | lo;
+        return WavBuilder::frameIndexAt(SimulatedWaveOut::state().played, from);
     }
     bool saw(int control, const std::string& text) const
     {

@@ -51,6 +51,27 @@ std::vector<std::int16_t> samples16(const Bytes& wav)
     return {};
 }
 
+// The best correlation of the left channels of two interleaved stereo
+// signals, `count` frames from the start of the first against the second
+// delayed by up to `lags` frames (an encoder's delay).
+double bestLeftCorrelation(const std::vector<std::int16_t>& original, const std::vector<std::int16_t>& back,
+                           std::size_t lags, std::size_t count)
+{
+    double best = 0.0;
+    for (std::size_t lag = 0; lag < lags && 2 * lag < back.size(); ++lag) {
+        double xy = 0, xx = 0, yy = 0;
+        for (std::size_t i = 0; i < count && 2 * (i + lag) < back.size(); ++i) {
+            const double x = original[2 * i], y = back[2 * (i + lag)];
+            xy += x * y;
+            xx += x * x;
+            yy += y * y;
+        }
+        if (xx > 0 && yy > 0)
+            best = std::max(best, xy / std::sqrt(xx * yy));
+    }
+    return best;
+}
+
 }  // namespace
 
 class ForeignFormatsTest : public DocumentTest {
@@ -248,20 +269,7 @@ TEST_F(ForeignFormatsTest, MpThreeGoesThroughTheEncoderBesideTheChosenName)
     const double seconds = static_cast<double>(back.size()) / 2 / 22050;
     EXPECT_GE(seconds, 4000.0 / 22050);
     EXPECT_LE(seconds, 4000.0 / 22050 + 0.12);
-    // The best correlation of the left channels over the encoder's delay.
-    double best = 0.0;
-    for (std::size_t lag = 0; lag < 3000 && 2 * lag < back.size(); ++lag) {
-        double xy = 0, xx = 0, yy = 0;
-        for (std::size_t i = 0; i < 3000 && 2 * (i + lag) < back.size(); ++i) {
-            const double x = original[2 * i], y = back[2 * (i + lag)];
-            xy += x * y;
-            xx += x * x;
-            yy += y * y;
-        }
-        if (xx > 0 && yy > 0)
-            best = std::max(best, xy / std::sqrt(xx * yy));
-    }
-    EXPECT_GT(best, 0.95);
+    EXPECT_GT(bestLeftCorrelation(original, back, 3000, 3000), 0.95);
 
     // Without the encoder: its message, and nothing written.
     setenv("ONDRAVA_BLADEENC", path("no-encoder").c_str(), 1);
@@ -382,19 +390,7 @@ TEST_F(ForeignFormatsTest, RealMediaGoesThroughAnAviIntoTheEncoder)
     const auto back = samples16(readFile(path("rm.wav")));
     const std::vector<std::int16_t> original = samples16(WavBuilder::pcm(2, 22050, 16, source));
     EXPECT_NEAR(static_cast<double>(back.size()) / 2, 4000.0, 1200.0);
-    double best = 0.0;
-    for (std::size_t lag = 0; lag < 1500 && 2 * lag < back.size(); ++lag) {
-        double xy = 0, xx = 0, yy = 0;
-        for (std::size_t i = 0; i < 2000 && 2 * (i + lag) < back.size(); ++i) {
-            const double x = original[2 * i], y = back[2 * (i + lag)];
-            xy += x * y;
-            xx += x * x;
-            yy += y * y;
-        }
-        if (xx > 0 && yy > 0)
-            best = std::max(best, xy / std::sqrt(xx * yy));
-    }
-    EXPECT_GT(best, 0.9);
+    EXPECT_GT(bestLeftCorrelation(original, back, 1500, 2000), 0.9);
 
     // The voice codec, no video.
     RealMediaSettings voice;

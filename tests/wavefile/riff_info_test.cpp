@@ -17,7 +17,7 @@ protected:
         RiffFile file;
         ASSERT_TRUE(file.open(path("info.wav"), RiffFile::Mode::Create));
         ChunkInfo riff;
-        riff.fccType = make_fourcc("WAVE");
+        riff.fccType = kWave;
         ASSERT_EQ(file.createChunk(riff, MMIO_CREATERIFF), 0);
         ASSERT_EQ(write_info_list(&file, &list), INFO_OK);
         const Bytes rest = W::chunk("fmt ", W::fmtBody(1, 1, 8000, 8));

@@ -3,6 +3,7 @@
 #include "app/preferences.h"
 #include "audio/playback_engine.h"
 #include "audio/portaudio_device.h"
+#include "cli_playback_host.h"
 #include "document_session.h"
 #include "sync/chase_lock.h"
 #include "view/child_frame.h"
@@ -23,17 +24,6 @@
 namespace {
 
 std::atomic<bool> g_interrupted{false};
-
-class CliChaseHost : public PlaybackHost {
-public:
-    void startCursorTimer(CChildFrame&) override {}
-    void stopCursorTimer(CChildFrame&) override {}
-    void playbackEnded(CChildFrame&) override
-    {
-        std::printf("playback ended\n");
-        std::fflush(stdout);
-    }
-};
 
 bool parseCue(const std::string& text, int (&fields)[4], int fps)
 {
@@ -81,7 +71,11 @@ int run_chase_command(const std::vector<std::string>& argv)
         return kExitFailed;
     CChildFrame& f = *session.active();
     PlaybackEngine& engine = PlaybackEngine::instance();
-    CliChaseHost playbackHost;
+    CliPlaybackHost playbackHost;
+    playbackHost.onEnded = [] {
+        std::printf("playback ended\n");
+        std::fflush(stdout);
+    };
     engine.setHost(&playbackHost);
 
     int result = kExitOk;

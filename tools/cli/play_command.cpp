@@ -3,6 +3,7 @@
 #include "app/preferences.h"
 #include "audio/playback_engine.h"
 #include "audio/portaudio_device.h"
+#include "cli_playback_host.h"
 #include "document_session.h"
 #include "view/child_frame.h"
 
@@ -20,14 +21,6 @@
 namespace {
 
 std::atomic<bool> g_stop{false};
-
-class CliPlaybackHost : public PlaybackHost {
-public:
-    void startCursorTimer(CChildFrame&) override {}
-    void stopCursorTimer(CChildFrame&) override {}
-    void playbackEnded(CChildFrame&) override { ended = true; }
-    bool ended = false;
-};
 
 }  // namespace
 

@@ -4,6 +4,7 @@
 #include "app/preferences.h"
 #include "audio/playback_engine.h"
 #include "audio/portaudio_device.h"
+#include "cli_playback_host.h"
 #include "document_session.h"
 #include "midi_tools/triggered_start.h"
 #include "view/child_frame.h"
@@ -27,14 +28,6 @@
 namespace {
 
 std::atomic<bool> g_interrupted{false};
-
-class QuietPlaybackHost : public PlaybackHost {
-public:
-    void startCursorTimer(CChildFrame&) override {}
-    void stopCursorTimer(CChildFrame&) override {}
-    void playbackEnded(CChildFrame&) override { ended = true; }
-    bool ended = false;
-};
 
 bool parseTrigger(const std::string& text, TriggerSettings& s)
 {
@@ -112,7 +105,7 @@ int run_trigger_command(const std::vector<std::string>& argv)
     if (const auto sel = args->value("select"); sel && !select_from_argument(f, *sel))
         return kExitUsage;
     PlaybackEngine& engine = PlaybackEngine::instance();
-    QuietPlaybackHost playbackHost;
+    CliPlaybackHost playbackHost;
     engine.setHost(&playbackHost);
 
     bool recorded = false, adopted = false;
