@@ -1,6 +1,7 @@
 // ondrava [FILE...]: the windowed program. Opens the files named on the
 // command line once the main frame is up.
 
+#include "app/instance_files.h"
 #include "app/main_frame.h"
 #include "app/qt_ui_host.h"
 #include "app/termination_signals.h"
@@ -35,6 +36,8 @@ int main(int argc, char** argv)
     // MP3 encoders started by a save finish their files before the program goes.
     wait_for_mp3_encoders(5 * 60 * 1000);
     delete frame;
+    // Every document has closed: this run's own folder goes with it.
+    remove_instance_directory();
     setUiHost(nullptr);
     return result;
 }

@@ -1,3 +1,4 @@
+#include "app/progress.h"
 #include "app/main_frame.h"
 
 #include "app/app_paths.h"
@@ -109,6 +110,14 @@ CMainFrame::CMainFrame() : m_mdi(new QMdiArea(this)), m_timer(new QTimer(this))
     setAcceptDrops(true);
     m_mdi->setViewMode(QMdiArea::SubWindowView);
     read_preferences();
+    // Messages that name a document (the close prompt, an effect's) belong
+    // to that document's window.
+    set_document_window_lookup([this](HWND handle) -> QWidget* {
+        for (ChildFrameWindow* doc : documents())
+            if (doc->frame().hWaveWnd == handle)
+                return doc;
+        return nullptr;
+    });
     buildMenus();
     buildControlBars();
     for (int i = 0; i < 3; ++i) {
@@ -170,6 +179,7 @@ CMainFrame::~CMainFrame()
     engine.stop_playback();
     engine.setHost(nullptr);
     set_open_opened_file_handler({});
+    set_document_window_lookup({});
 }
 
 QAction* CMainFrame::addCommand(QMenu* menu, int id, const QString& fallback, const QKeySequence& keys)
@@ -867,6 +877,14 @@ void CMainFrame::startUp()
 
 void CMainFrame::closeEvent(QCloseEvent* event)
 {
+    // Quitting while an operation runs: it is told to stop, and the program
+    // closes once it has.
+    if (long_operation_running()) {
+        request_operation_abort();
+        event->ignore();
+        QTimer::singleShot(50, this, &QWidget::close);
+        return;
+    }
     m_mdi->closeAllSubWindows();
     if (!m_mdi->subWindowList().isEmpty()) {
         event->ignore();

@@ -34,9 +34,52 @@
 #include <QScreen>
 #include <QStatusBar>
 #include <QUrl>
+#include <functional>
+#include <unordered_map>
 
-HWND handle_of(QWidget* widget) { return reinterpret_cast<HWND>(widget); }
-QWidget* widget_of(HWND handle) { return reinterpret_cast<QWidget*>(handle); }
+namespace {
+
+// Handles given out for widgets, each watched so that a widget that has gone
+// is never used again.
+std::unordered_map<HWND, QPointer<QWidget>>& widgetHandles()
+{
+    static std::unordered_map<HWND, QPointer<QWidget>> handles;
+    return handles;
+}
+
+std::function<QWidget*(HWND)>& documentWindowLookup()
+{
+    static std::function<QWidget*(HWND)> lookup;
+    return lookup;
+}
+
+}  // namespace
+
+HWND handle_of(QWidget* widget)
+{
+    if (!widget)
+        return nullptr;
+    const HWND handle = reinterpret_cast<HWND>(widget);
+    widgetHandles()[handle] = widget;
+    return handle;
+}
+
+QWidget* widget_of(HWND handle)
+{
+    if (!handle)
+        return nullptr;
+    auto it = widgetHandles().find(handle);
+    if (it != widgetHandles().end()) {
+        if (it->second)
+            return it->second.data();
+        widgetHandles().erase(it);
+    }
+    // Documents are addressed by the core's own tokens: the window that
+    // shows the document, when there is one.
+    return documentWindowLookup() ? documentWindowLookup()(handle) : nullptr;
+}
+
+void set_document_window_lookup(std::function<QWidget*(HWND)> lookup) { documentWindowLookup() = std::move(lookup); }
 
 namespace {
 

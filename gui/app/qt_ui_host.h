@@ -5,6 +5,7 @@
 #include "wavefile/conversion_box.h"
 
 #include <QPointer>
+#include <functional>
 
 class QMainWindow;
 class QPainter;
@@ -59,6 +60,10 @@ private:
     class EscapeWatch* m_escape = nullptr;
 };
 
-// Window handles and widgets: the handle of a widget is its address.
+// Window handles and widgets. A widget's handle is its address, remembered
+// while the widget lives; a document's handle is the core's token for its
+// frame, which the lookup below turns into the document's window. Any other
+// handle (or one whose widget has gone) gives no widget.
 HWND handle_of(QWidget* widget);
 QWidget* widget_of(HWND handle);
+void set_document_window_lookup(std::function<QWidget*(HWND)> lookup);

@@ -1,6 +1,7 @@
 #include "view/child_frame_window.h"
 
 #include "app/preferences.h"
+#include "app/progress.h"
 #include "app/qt_ui_host.h"
 #include "app/string_table.h"
 #include "audio/playback_engine.h"
@@ -17,6 +18,8 @@
 #include "view/view_navigation.h"
 #include "wavefile/avi_file.h"
 
+#include <QTimer>
+#include <QMdiSubWindow>
 #include <QAction>
 #include <QCloseEvent>
 #include <QDrag>
@@ -380,6 +383,19 @@ void ChildFrameWindow::keyPressEvent(QKeyEvent* event)
 
 void ChildFrameWindow::closeEvent(QCloseEvent* event)
 {
+    // Closing a document while an operation runs: the operation is told to
+    // stop first, and the window closes once it has.
+    if (long_operation_running()) {
+        request_operation_abort();
+        event->ignore();
+        QTimer::singleShot(50, this, [this] {
+            if (auto* sub = qobject_cast<QMdiSubWindow*>(parentWidget()))
+                sub->close();
+            else
+                close();
+        });
+        return;
+    }
     if (m_frame->query_close()) {
         // A document that is playing stops before it goes.
         PlaybackEngine::instance().stop_and_release(*m_frame);

@@ -1,5 +1,7 @@
 #include "wavefile/wave_file_dialogs.h"
 
+#include "wavefile/helper_programs.h"
+
 #include "app/app_paths.h"
 #include "app/control_drawing.h"
 #include "app/messages.h"
@@ -156,8 +158,7 @@ void SaveWaveDialog::editInfo()
     const QStringList chosen = selectedFiles();
     std::string name = chosen.isEmpty() ? std::string() : chosen.first().toStdString();
     if (m_document.szDisplayName.find("SAMPLE") != std::string::npos) {
-        name = join_path(user_directory(), "hvn.tmp");
-        make_directories(user_directory());
+        name = exchange_file_path("hvn.tmp");
         const int converts = bSaveConverts;
         bSaveConverts = 0;
         save_waveform_file(m_document, name, 0, 0);

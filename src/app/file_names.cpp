@@ -95,6 +95,37 @@ int move_file(const std::string& newName, const std::string& oldName)
     return 0;
 }
 
+std::string name_for_converted_file(const std::string& source, const std::string& wanted)
+{
+    struct stat st {};
+    if (::stat(wanted.c_str(), &st) != 0)
+        return wanted;
+    const auto slash = wanted.find_last_of('/');
+    const std::size_t leafStart = slash == std::string::npos ? 0 : slash + 1;
+    const auto dot = wanted.find('.', leafStart);
+    const std::string stem = dot == std::string::npos ? wanted : wanted.substr(0, dot);
+    const std::string extension = dot == std::string::npos ? std::string() : wanted.substr(dot);
+    std::string other;
+    for (int n = 2; n < 10000 && other.empty(); ++n) {
+        const std::string candidate = stem + "-" + std::to_string(n) + extension;
+        if (::stat(candidate.c_str(), &st) != 0)
+            other = candidate;
+    }
+    if (other.empty())
+        return ::access(wanted.c_str(), W_OK) == 0 &&
+                       ask_yes_no(nullptr,
+                                  file_name_part(wanted) + " already exists. Replace it with the converted " +
+                                      file_name_part(source) + "?",
+                                  kProductName) == IDYES
+                   ? wanted
+                   : std::string();
+    const std::string question = file_name_part(wanted) + " already exists beside " + file_name_part(source) +
+                                 ".\n\nYes replaces it with the converted audio. No keeps it and saves the "
+                                 "conversion as " +
+                                 file_name_part(other) + ".";
+    return ask_yes_no(nullptr, question, kProductName) == IDYES ? wanted : other;
+}
+
 void show_file_size(HWND dialog, const std::string& name)
 {
     if (!file_exists(name))

@@ -25,6 +25,13 @@ int rename_file(const std::string& newName, const std::string& oldName);
 // Moves a file, also to another file system (by copying); on failure tells
 // the user "Failed to rename file". 1 on success.
 int move_file(const std::string& newName, const std::string& oldName);
+// Where a file converted from `source` goes when the program would name it
+// `wanted` (song.au becomes song.WAV beside it). When nothing is there, or
+// the user agrees to replace what is, `wanted`; otherwise the first free
+// name of the form NAME-2.EXT, NAME-3.EXT ... beside it, which the question
+// has already named. Empty when no name can be found.
+std::string name_for_converted_file(const std::string& source, const std::string& wanted);
+
 // Writes "%ld bytes" with the file's size into control 417 of the dialog.
 void show_file_size(HWND dialog, const std::string& name);
 

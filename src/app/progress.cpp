@@ -14,6 +14,8 @@ HWND current_progress_box = nullptr;
 namespace {
 
 constexpr int kTimeLeftControl = 1039;
+int g_operations = 0;
+bool g_abort = false;
 TimeLeftEstimate g_estimate;
 bool g_waitCursor = false;
 
@@ -79,6 +81,8 @@ void terminate_message_dialog(HWND box)
     uiHost().destroyProgressBox(box);
     if (box == progress_dialog)
         progress_dialog = nullptr;
+    if (!long_operation_running())
+        g_abort = false;
     if (box == current_progress_box)
         current_progress_box = nullptr;
 }
@@ -110,4 +114,28 @@ void show_percent_done(HWND box, int percent)
         drawTimeLeft(time_left_text(*seconds));
 }
 
-int cancel_button_pressed(HWND box) { return box && uiHost().takeCancelClick(box) ? 1 : 0; }
+int cancel_button_pressed(HWND box)
+{
+    if (box && g_abort)
+        return 1;
+    return box && uiHost().takeCancelClick(box) ? 1 : 0;
+}
+
+int long_operation_running() { return g_operations + (progress_dialog ? 1 : 0); }
+
+void request_operation_abort()
+{
+    if (long_operation_running())
+        g_abort = true;
+}
+
+bool operation_abort_requested() { return g_abort; }
+
+LongOperation::LongOperation() { ++g_operations; }
+
+LongOperation::~LongOperation()
+{
+    --g_operations;
+    if (!long_operation_running())
+        g_abort = false;
+}

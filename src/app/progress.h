@@ -27,6 +27,25 @@ void put_up_wait_cursor();
 // Puts back the cursor that was current before the wait cursor went up.
 void restore_wait_cursor();
 
+// Long operations and the program's end. A long operation (one with a
+// progress box, a conversion box or a wait for a helper program) lets the
+// user interface run while it works, so the user may ask to quit or to
+// close its document in the middle of it. The window then asks the
+// operation to stop instead of closing under it: every later poll of
+// cancel_button_pressed (and of a helper wait) answers Cancel until the
+// operation has ended, and the window closes afterwards.
+int long_operation_running();
+void request_operation_abort();
+bool operation_abort_requested();
+// Marks a long operation that has no progress box of its own.
+class LongOperation {
+public:
+    LongOperation();
+    ~LongOperation();
+    LongOperation(const LongOperation&) = delete;
+    LongOperation& operator=(const LongOperation&) = delete;
+};
+
 // The time-left estimate. Percent 0 starts the clock; after more than five
 // seconds the total time of the job is estimated once from the first report
 // that follows; from then on the remaining time is shown, and only when it

@@ -1,5 +1,6 @@
 #include "audio/record_engine.h"
 
+#include "app/instance_files.h"
 #include "app/clock.h"
 #include "app/file_names.h"
 #include "app/messages.h"
@@ -152,19 +153,17 @@ int RecordEngine::prepare_record_file(int keep_old)
     CChildFrame& f = *m_frame;
     closeRecordFile();
     removeFile(szRecordFileName);
-    make_unique_file_name(szRecordFileName, ".tmp");
+    const UniqueFd created = create_work_file(szRecordFileName, ".tmp");
     busy_wait_ms(20);
     format.channels = f.wfx.nChannels;
     format.rate = f.wfx.nSamplesPerSec;
     format.bits = f.wfx.wBitsPerSample;
     format.bytesPerSample = static_cast<std::uint16_t>(format.bits / 8);
-    const int fd = ::open(szRecordFileName.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (fd < 0) {
+    if (!created.valid()) {
         message_beep();
         message_box(nullptr, "Can't create uninitialized " + szRecordFileName, kProductName, MB_OK | MB_ICONEXCLAMATION);
         return 0;
     }
-    ::close(fd);
     record_length = 0;
     if (keep_old) {
         const std::uint64_t bytes = get_named_file_length(f.szFileName);
@@ -187,11 +186,8 @@ int RecordEngine::open_record_file(std::uint64_t position)
     const std::uint64_t at = position & ~3ull;
     if (insert_mode) {
         removeFile(szRecordTailFileName);
-        make_unique_file_name(szRecordTailFileName, ".tmp");
+        create_work_file(szRecordTailFileName, ".tmp");
         busy_wait_ms(20);
-        const int tail = ::open(szRecordTailFileName.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-        if (tail >= 0)
-            ::close(tail);
         record_file_length = get_named_file_length(szRecordFileName) & ~3ull;
         m_insertPoint = std::min(at, record_file_length);
         record_tail_length = record_file_length - m_insertPoint;

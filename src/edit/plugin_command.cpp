@@ -6,6 +6,7 @@
 #include "edit/undo.h"
 #include "view/child_frame.h"
 #include "view/document_save.h"
+#include "wavefile/helper_programs.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -18,8 +19,9 @@ namespace fs = std::filesystem;
 
 int plugin_process_command(CChildFrame& f, HWND mainWindow)
 {
-    const std::string in = "DRXIN.WAV";
-    const std::string out = "DRXOUT.WAV";
+    // The exchange files live in this program's own folder.
+    const std::string in = exchange_file_path("DRXIN.WAV");
+    const std::string out = exchange_file_path("DRXOUT.WAV");
     ::unlink(in.c_str());
     ::unlink(out.c_str());
     if (!save_waveform_file(f, in, 1, 0))

@@ -137,7 +137,7 @@ bool readWave(const std::string& path, Signal& s, std::string& error)
     const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0)
         return false;
-    const long long start = static_cast<long long>(get_named_file_length(path)) - bytes;
+    const auto start = static_cast<long long>(data_chunk_offset);
     const long long got = read_fully(fd, raw.data(), bytes, start);
     ::close(fd);
     if (got != bytes) {

@@ -1,5 +1,6 @@
 #include "edit/transfer_helpers.h"
 
+#include "app/instance_files.h"
 #include "app/clock.h"
 #include "app/file_names.h"
 #include "app/messages.h"
@@ -101,14 +102,12 @@ int copy_selected_area_to_pseudo_clipboard(CChildFrame& f)
         return 1;
     if (!f.szSelectionCopyName.empty())
         ::unlink(f.szSelectionCopyName.c_str());
-    make_unique_file_name(f.szSelectionCopyName, ".tmp");
+    const bool created = create_work_file(f.szSelectionCopyName, ".tmp").valid();
     busy_wait_ms(20);
-    const int fd = ::open(f.szSelectionCopyName.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (fd < 0) {
+    if (!created) {
         NewErrMsg(5031);
         return 0;
     }
-    ::close(fd);
     const auto bps = static_cast<std::uint32_t>(f.bytesPerSample());
     const std::uint32_t start = (f.nSelStart * bps) & ~3u;
     const std::uint32_t end = (f.nSelEnd * bps) & ~3u;

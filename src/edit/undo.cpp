@@ -1,5 +1,6 @@
 #include "edit/undo.h"
 
+#include "app/instance_files.h"
 #include "app/clock.h"
 #include "app/file_names.h"
 #include "app/messages.h"
@@ -73,14 +74,12 @@ int setup_for_undo(CChildFrame& f, int copy)
             ::unlink(f.szUndoFileName.c_str());
         f.szUndoFileName = f.szRedoFileName;
     }
-    make_unique_file_name(f.szRedoFileName, ".tmp");
+    const bool created = create_work_file(f.szRedoFileName, ".tmp").valid();
     busy_wait_ms(20);
-    const int fd = ::open(f.szRedoFileName.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (fd < 0) {
+    if (!created) {
         NewErrMsg(5031);
         return 0;
     }
-    ::close(fd);
     if (!copy)
         return 1;
     return f.copy_file_to_file(f.szRedoFileName, f.szFileName, f.nSelEnd * bytesPerSample(f), 0, -1, 0,

@@ -1,5 +1,6 @@
 #include "view/display_levels.h"
 
+#include "app/instance_files.h"
 #include "app/clock.h"
 #include "app/file_names.h"
 #include "app/progress.h"
@@ -162,10 +163,9 @@ int build_overview_level(CChildFrame& f, const char* progressFormat)
     const std::size_t size = (bytesPerSample * f.nTotalSamples) >> 7;
     f.nLevelLength[1] = 0;
 
-    make_unique_file_name(f.szOverviewFileName, ".ovr");
-    busy_wait_ms(20);
     DisplayLevel& level = f.levels[1];
-    level.file.reset(::open(f.szOverviewFileName.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+    level.file = create_work_file(f.szOverviewFileName, ".ovr");
+    busy_wait_ms(20);
     if (!level.file.valid() || ftruncate(level.file.get(), static_cast<off_t>(size)) != 0)
         return 0;
     if (size > 0 && !level.mapping.map(level.file.get(), size))

@@ -3,6 +3,7 @@
 #include "app/app_paths.h"
 #include "app/clock.h"
 #include "app/file_names.h"
+#include "app/instance_files.h"
 #include "app/messages.h"
 #include "app/preferences.h"
 #include "edit/edit_menu_state.h"
@@ -54,7 +55,11 @@ void initialise_fields(CChildFrame& f)
 
 int prepare_working_file(CChildFrame& f)
 {
-    make_unique_file_name(f.szFileName, ".tmp");
+    // Made exclusively, so no other program's working file is ever taken over.
+    if (!create_work_file(f.szFileName, ".tmp").valid()) {
+        ErrMsg("No file %s", f.szFileName.c_str());
+        return 0;
+    }
     busy_wait_ms(20);
     f.szDisplayName = file_name_part(szOpenedFileName);
     if (bOpenedByConverter)
@@ -69,25 +74,27 @@ int load_document_file(CChildFrame& f)
 {
     const std::uint64_t fileLength = get_named_file_length(szOpenedFileName);
     const std::uint32_t dataBytes = data_chunk_size;
+    const std::uint64_t dataOffset = data_chunk_offset;
 
     {
-        const int fd = ::open(f.szFileName.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+        const int fd = ::open(f.szFileName.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
         if (fd < 0) {
             ErrMsg("No file %s", f.szFileName.c_str());
             return 0;
         }
         ::close(fd);
     }
-    if (dataBytes > fileLength) {
+    if (dataOffset + dataBytes > fileLength || dataOffset > 0xFFFFFFFFu) {
         NewErrMsg(5038);
         return 0;
     }
 
     char text[600];
     std::snprintf(text, sizeof text, "Reading file %s...", file_name_part(szOpenedFileName).c_str());
-    // The samples are the last data-bytes bytes of the file.
-    if (!f.copy_file_to_file(f.szFileName, szOpenedFileName, dataBytes,
-                             static_cast<std::uint32_t>(fileLength - dataBytes), 0, 1, text))
+    // The samples are the "data" chunk's own bytes: chunks after it and the
+    // pad byte of an odd-sized chunk are not audio.
+    if (!f.copy_file_to_file(f.szFileName, szOpenedFileName, dataBytes, static_cast<std::uint32_t>(dataOffset), 0,
+                             1, text))
         return 0;
 
     compute_display_levels(f, screen_width_pixels());
@@ -117,6 +124,7 @@ int open_document(CChildFrame& f, bool newEmpty)
                file_name_part(szOpenedFileName).c_str());
         return 0;
     }
+    const bool truncated = data_chunk_truncated != 0;
     initialise_fields(f);
     f.szPathName = szOpenedFileName;
     // A document opened from an AVI's sound track keeps the AVI for its video.
@@ -124,6 +132,10 @@ int open_document(CChildFrame& f, bool newEmpty)
     szOpenedAviFileName.clear();
     if (!load_document_file(f))
         return 0;
+    if (truncated)
+        ErrMsg("%s is truncated: its samples end before the length its header gives. The %u samples present "
+               "have been opened.",
+               file_name_part(szOpenedFileName).c_str(), f.nTotalSamples);
     if (newEmpty) {
         f.nMaxZoomLevel = 1;
         f.nTotalSamples = 8;

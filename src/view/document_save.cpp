@@ -1,6 +1,7 @@
 #include "view/document_save.h"
 
 #include "app/app_paths.h"
+#include "app/atomic_file.h"
 #include "app/clock.h"
 #include "app/file_names.h"
 #include "app/messages.h"
@@ -9,6 +10,7 @@
 #include "view/child_frame.h"
 #include "view/timemark_storage.h"
 #include "wavefile/block_copier.h"
+#include "wavefile/helper_programs.h"
 #include "wavefile/pcm_converter.h"
 #include "wavefile/riff_file.h"
 #include "wavefile/wave_converter.h"
@@ -57,7 +59,12 @@ int save_waveform_file(const std::string& target, int selectionOnly, int convert
     return frame ? save_waveform_file(*frame, target, selectionOnly, convert) : 0;
 }
 
-int save_waveform_file(CChildFrame& f, const std::string& target, int selectionOnly, int convert)
+namespace {
+
+// Writes the RIFF WAVE file into `path` (a fresh temporary file); `target`
+// is the name the user knows it by, for the messages.
+int write_waveform_file(CChildFrame& f, const std::string& path, const std::string& target, int selectionOnly,
+                        int convert)
 {
     const std::uint32_t bytesPerSample = static_cast<std::uint32_t>(f.bytesPerSample());
     const std::uint32_t count = selectionOnly ? f.nSelEnd - f.nSelStart : f.nTotalSamples;
@@ -87,7 +94,7 @@ int save_waveform_file(CChildFrame& f, const std::string& target, int selectionO
         return 0;
     }
     RiffFile out;
-    if (!out.open(target, RiffFile::Mode::Create)) {
+    if (!out.open(path, RiffFile::Mode::Create)) {
         NewErrMsg(5009);
         return 0;
     }
@@ -167,26 +174,59 @@ int save_waveform_file(CChildFrame& f, const std::string& target, int selectionO
         ErrMsg("Failed to close output file");
         return 0;
     }
+    return 1;
+}
+
+}  // namespace
+
+int save_waveform_file(CChildFrame& f, const std::string& target, int selectionOnly, int convert)
+{
+    // The file is written beside the target and takes its name only when it
+    // is complete and on the disk: a failure, a Cancel or a kill leaves the
+    // previous file as it was.
+    AtomicFile file;
+    if (!file.begin(target)) {
+        NewErrMsg(5009);
+        return 0;
+    }
+    if (!write_waveform_file(f, file.temporaryPath(), target, selectionOnly, convert))
+        return 0;
+    if (!file.commit()) {
+        ErrMsg("Cannot write output WAVE file %s: %s", target.c_str(), std::strerror(errno));
+        return 0;
+    }
     f.bModified = 0;
     return 1;
 }
 
 int save_wav_by_type(CChildFrame& f, const std::string& target, int selectionOnly)
 {
-    if (!save_waveform_file(f, target, selectionOnly, 0))
-        return 0;
     if (!bSaveCompressed)
-        return 1;
-    const std::string compressed = join_path(user_directory(), "outadpcm.wav");
-    make_directories(user_directory());
+        return save_waveform_file(f, target, selectionOnly, 0);
+    // The PCM file is made beside the target, converted into "outadpcm.wav",
+    // and that takes the target's name: the target itself is only ever
+    // replaced by a finished ADPCM file.
+    AtomicFile pcm;
+    if (!pcm.begin(target)) {
+        NewErrMsg(5009);
+        return 0;
+    }
+    if (!write_waveform_file(f, pcm.temporaryPath(), target, selectionOnly, 0))
+        return 0;
+    const std::string compressed = converter_output_path();
     ::unlink(compressed.c_str());
-    const int converted = convert_wave_file(f.hWaveWnd, target, compressed);
+    const int converted = convert_wave_file(f.hWaveWnd, pcm.temporaryPath(), compressed);
     if (!converted) {
         ::unlink(compressed.c_str());
         return 0;
     }
-    ::unlink(target.c_str());
-    return move_file(target, compressed);
+    if (!install_file_atomically(target, compressed)) {
+        ErrMsg("Cannot write output WAVE file %s: %s", target.c_str(), std::strerror(errno));
+        ::unlink(compressed.c_str());
+        return 0;
+    }
+    f.bModified = 0;
+    return 1;
 }
 
 int new_file_from_selection(CChildFrame& f)

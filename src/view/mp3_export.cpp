@@ -1,5 +1,6 @@
 #include "view/mp3_export.h"
 
+#include "app/atomic_file.h"
 #include "app/messages.h"
 #include "view/child_frame.h"
 #include "view/document_save.h"
@@ -9,6 +10,9 @@
 #include <QElapsedTimer>
 #include <QProcess>
 #include <QThread>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <unistd.h>
 
 namespace {
@@ -26,26 +30,45 @@ int save_mp3_file(CChildFrame& f, const std::string& name, int selectionOnly)
         ErrMsg("BLADEENC.EXE missing.");
         return 0;
     }
-    const std::string wave = name + ".wav";
+    // The encoder writes its MP3 beside its WAVE input, under the input's
+    // name without ".wav". Both are temporary names beside the chosen one:
+    // nothing there is touched, and the chosen name takes the MP3 only when
+    // the encoder has finished it.
+    AtomicFile staged;
+    if (!staged.begin(name)) {
+        ErrMsg("Cannot write %s: %s", name.c_str(), std::strerror(errno));
+        return 0;
+    }
+    const std::string mp3 = staged.temporaryPath();
+    const std::string wave = mp3 + ".wav";
     if (!save_waveform_file(f, wave, selectionOnly, 0))
         return 0;
     // "%s -320 -quit %s": the encoder runs on by itself; its temporary input
     // goes when it is done.
     auto* process = new QProcess(QCoreApplication::instance());
     process->setProcessChannelMode(QProcess::ForwardedChannels);
-    QObject::connect(process, &QProcess::finished, [process, wave] {
+    QObject::connect(process, &QProcess::finished, [process, wave, mp3, name](int code, QProcess::ExitStatus status) {
         ::unlink(wave.c_str());
+        const bool finished = status == QProcess::NormalExit && code == 0 && sync_file(mp3) &&
+                              ::rename(mp3.c_str(), name.c_str()) == 0;
+        if (!finished) {
+            ::unlink(mp3.c_str());
+            ErrMsg("BLADEENC.EXE did not finish %s; nothing was written.", name.c_str());
+        }
         --g_running;
         process->deleteLater();
     });
-    QObject::connect(process, &QProcess::errorOccurred, [process, wave](QProcess::ProcessError error) {
+    QObject::connect(process, &QProcess::errorOccurred, [process, wave, mp3](QProcess::ProcessError error) {
         if (error != QProcess::FailedToStart)
             return;
         ::unlink(wave.c_str());
+        ::unlink(mp3.c_str());
+        ErrMsg("BLADEENC.EXE missing.");
         --g_running;
         process->deleteLater();
     });
     ++g_running;
+    staged.detach();
     process->start(QString::fromStdString(encoder),
                    {QStringLiteral("-320"), QStringLiteral("-quit"), QString::fromStdString(wave)});
     return 1;

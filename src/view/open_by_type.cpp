@@ -7,6 +7,7 @@
 #include "wavefile/adpcm_open.h"
 #include "wavefile/file_types.h"
 #include "wavefile/foreign_formats.h"
+#include "wavefile/helper_programs.h"
 #include "wavefile/jaf_file.h"
 #include "wavefile/wave_header.h"
 #include "wavefile/wave_io.h"
@@ -23,8 +24,7 @@ int open_by_type(const std::string& name, int type)
         return 0;  // written only
     if (type == kTypeAvi) {
         // The sound track becomes "TESTAVI.WAV"; the document remembers its AVI.
-        make_directories(user_directory());
-        const std::string wave = join_path(user_directory(), "TESTAVI.WAV");
+        const std::string wave = exchange_file_path("TESTAVI.WAV");
         if (!make_wave_file_from_AVI_file(name, wave))
             return 0;
         szOpenedFileName = wave;

@@ -1,6 +1,7 @@
 #include "view/save_by_type.h"
 
 #include "app/app_paths.h"
+#include "app/atomic_file.h"
 #include "app/file_names.h"
 #include "app/messages.h"
 #include "app/ui_host.h"
@@ -11,9 +12,12 @@
 #include "wavefile/avi_file.h"
 #include "wavefile/file_types.h"
 #include "wavefile/foreign_formats.h"
+#include "wavefile/helper_programs.h"
 #include "wavefile/jaf_file.h"
 #include "wavefile/realmedia_encoder.h"
 
+#include <cerrno>
+#include <cstring>
 #include <unistd.h>
 
 int save_by_type(CChildFrame& f, const std::string& name, int type, int selectionOnly)
@@ -21,8 +25,7 @@ int save_by_type(CChildFrame& f, const std::string& name, int type, int selectio
     if (type == kTypeWav || type == kTypeAll)
         return save_wav_by_type(f, name, selectionOnly);
     if (type >= 1 && type <= 15) {
-        make_directories(user_directory());
-        const std::string exchange = join_path(user_directory(), "CRVCNVRT.WAV");
+        const std::string exchange = exchange_file_path("CRVCNVRT.WAV");
         if (!save_waveform_file(f, exchange, selectionOnly, 0))
             return 0;
         return run_foreign_converter(exchange, name);
@@ -30,13 +33,25 @@ int save_by_type(CChildFrame& f, const std::string& name, int type, int selectio
     if (type == kTypeMp3)
         return save_mp3_file(f, name, selectionOnly);
     if (type == kTypeAvi) {
-        make_directories(user_directory());
-        const std::string wave = join_path(user_directory(), "AVIWAV.WAV");
+        const std::string wave = exchange_file_path("AVIWAV.WAV");
         if (!save_waveform_file(f, wave, selectionOnly, 0))
             return 0;
         // The video of the AVI the document came from, or a picture of it.
+        // The AVI is written beside the target, so saving over the AVI the
+        // document came from still reads all of its video.
         const QImage still = f.szAviFileName.empty() ? document_picture(f, 640, 360, 1, 0, 1) : QImage();
-        return save_AVI_file(name, wave, f.szAviFileName, still);
+        AtomicFile staged;
+        if (!staged.begin(name)) {
+            ErrMsg("Cannot write the AVI file %s.", name.c_str());
+            return 0;
+        }
+        if (!save_AVI_file(staged.temporaryPath(), wave, f.szAviFileName, still))
+            return 0;
+        if (!staged.commit()) {
+            ErrMsg("Cannot write the AVI file %s.", name.c_str());
+            return 0;
+        }
+        return 1;
     }
     if (type == kTypeJaf) {
         // The document's highlight (or all of it) as JAF.
@@ -45,9 +60,8 @@ int save_by_type(CChildFrame& f, const std::string& name, int type, int selectio
     }
     if (type == kTypeRealMedia) {
         // Through an AVI: "AVIWAV.WAV", then "TESTAVI.avi", then the encoder.
-        make_directories(user_directory());
-        const std::string wave = join_path(user_directory(), "AVIWAV.WAV");
-        const std::string avi = join_path(user_directory(), "TESTAVI.avi");
+        const std::string wave = exchange_file_path("AVIWAV.WAV");
+        const std::string avi = exchange_file_path("TESTAVI.avi");
         if (!save_waveform_file(f, wave, selectionOnly, 0))
             return 0;
         const QImage still = f.szAviFileName.empty() ? document_picture(f, 320, 240, 1, 0, 1) : QImage();
@@ -59,13 +73,25 @@ int save_by_type(CChildFrame& f, const std::string& name, int type, int selectio
         const int preselected = realmedia_preselected_entry(channels);
         if (preselected < static_cast<int>(codecs.size()))
             settings.audioCodec = codecs[static_cast<std::size_t>(preselected)];
+        AtomicFile staged;
+        if (!staged.begin(name)) {
+            ErrMsg("Cannot write %s: %s", name.c_str(), std::strerror(errno));
+            ::unlink(avi.c_str());
+            return 0;
+        }
         const int encoded = uiHost().runRealMediaDialog(
             settings, channels,
             [&](const RealMediaSettings& chosen, const std::function<void(const std::string&)>& progress) {
-                return encode_realmedia(avi, name, chosen, progress);
+                return encode_realmedia(avi, staged.temporaryPath(), chosen, progress);
             });
         ::unlink(avi.c_str());
-        return encoded;
+        if (!encoded)
+            return 0;
+        if (!staged.commit()) {
+            ErrMsg("Cannot write %s: %s", name.c_str(), std::strerror(errno));
+            return 0;
+        }
+        return 1;
     }
     return 0;
 }

@@ -1,6 +1,7 @@
 #include "wavefile/adpcm_open.h"
 
 #include "app/app_paths.h"
+#include "app/atomic_file.h"
 #include "app/clock.h"
 #include "app/file_names.h"
 #include "app/messages.h"
@@ -29,16 +30,23 @@ int convert_adpcm_file_on_open(const std::string& file)
     ::unlink(output.c_str());
     ::unlink(converter_marker_path().c_str());
     // The command line "%s %s %d": the helper, the file, and the format tag
-    // wanted; the marker is polled for every 100 ms.
-    if (run_helper_until_finished(waveconv_program(), {file, "1"}, 0, 100, 0) == HelperWait::NotStarted) {
+    // wanted; the marker is polled for every 100 ms, for as long as a file
+    // of this size may take.
+    const HelperWait wait = run_helper_until_finished(waveconv_program(), {file, "1"}, 0, 100, helper_poll_limit(file));
+    if (wait == HelperWait::NotStarted) {
         ErrMsg("Compression algorithm not found. Returning.");
         return 0;
     }
-    if (!file_exists(output))
+    if (!file_exists(output)) {
+        report_helper_wait(wait, "WAVECONV.EXE", file);
         return 0;
-    ::unlink(target.c_str());
-    if (!move_file(target, output))
+    }
+    // The chosen file is replaced only by the finished conversion.
+    if (!install_file_atomically(target, output)) {
+        ErrMsg("Failed to rename file");
+        ::unlink(output.c_str());
         return 0;
+    }
     szOpenedFileName = target;
     return 1;
 }

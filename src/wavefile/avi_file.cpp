@@ -206,7 +206,7 @@ int save_AVI_file(const std::string& aviName, const std::string& waveName, const
         return 0;
     const WaveFormat wave = current_wave_format;
     const std::uint32_t dataBytes = data_chunk_size;
-    const long long dataStart = static_cast<long long>(get_named_file_length(waveName)) - dataBytes;
+    const auto dataStart = static_cast<long long>(data_chunk_offset);
     const int frameBytes = wave.nChannels * wave.wBitsPerSample / 8;
     if (frameBytes <= 0)
         return 0;

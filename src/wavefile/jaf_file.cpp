@@ -1,6 +1,7 @@
 #include "wavefile/jaf_file.h"
 
 #include "app/app_paths.h"
+#include "app/atomic_file.h"
 #include "app/file_names.h"
 #include "app/messages.h"
 #include "app/posix_io.h"
@@ -18,6 +19,8 @@
 #include "wavefile/wave_state.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -159,8 +162,11 @@ int compress_to_jaf_file(const std::string& target)
         return 0;
     }
     long long position = 44;
+    // Written beside the target; the target is replaced only by a finished,
+    // compressed file.
+    AtomicFile staged;
     RiffFile out;
-    if (!out.open(target, RiffFile::Mode::Create)) {
+    if (!staged.begin(target) || !out.open(staged.temporaryPath(), RiffFile::Mode::Create)) {
         ::close(in);
         NewErrMsg(5070);
         return 0;
@@ -188,6 +194,7 @@ int compress_to_jaf_file(const std::string& target)
     }
     const int channels = f.wfx.nChannels == 2 ? 2 : 1;
     std::uint64_t consumed = 0, written = 0;
+    bool complete = true;
     {
         put_up_wait_cursor();
         Progress progress("Compressing waveform", 1);
@@ -201,36 +208,49 @@ int compress_to_jaf_file(const std::string& target)
             const std::uint64_t blockBytes = 2 * k;
             if (written + blockBytes > outputLimit) {
                 const std::uint64_t rest = outputLimit - written;
-                out.write(output.data(), static_cast<long long>(rest));
+                complete = out.write(output.data(), static_cast<long long>(rest)) == static_cast<long long>(rest);
                 written += rest;
                 break;
             }
-            if (out.write(output.data(), static_cast<long long>(blockBytes)) != static_cast<long long>(blockBytes))
+            if (out.write(output.data(), static_cast<long long>(blockBytes)) != static_cast<long long>(blockBytes)) {
+                complete = false;
                 break;
+            }
             written += blockBytes;
             show_percent_done(progress.box, static_cast<int>(consumed * 100 / std::max<std::uint32_t>(1, inputBytes)));
-            if (cancel_button_pressed(progress.box) || consumed >= inputBytes)
+            if (cancel_button_pressed(progress.box)) {
+                complete = false;
+                break;
+            }
+            if (consumed >= inputBytes)
                 break;
         }
     }
-    // The file is completed after a Cancel too.
-    ascend_and_update_waveform_file(out);
-    out.close();
+    const bool sized = ascend_and_update_waveform_file(out) == MMSYSERR_NOERROR;
+    complete = out.close() && sized && complete;
     ::close(in);
+    // A cancelled or failed compression leaves the target as it was.
+    if (!complete) {
+        if (errno == ENOSPC || errno == EFBIG || errno == EIO)
+            ErrMsg("Cannot write output WAVE file %s: %s", target.c_str(), std::strerror(errno));
+        return 0;
+    }
 
     const std::string compressed = converter_output_path();
-    make_directories(user_directory());
     ::unlink(compressed.c_str());
     jaf_conversion = true;
-    const int converted = convert_wave_file(nullptr, target, compressed);
+    const int converted = convert_wave_file(nullptr, staged.temporaryPath(), compressed);
     jaf_conversion = false;
     if (!converted) {
+        ::unlink(compressed.c_str());
         ErrMsg("Failed to decompress file");
         return 0;
     }
-    ::unlink(target.c_str());
-    if (!move_file(target, compressed))
+    if (!install_file_atomically(target, compressed)) {
+        ErrMsg("Cannot write output WAVE file %s: %s", target.c_str(), std::strerror(errno));
+        ::unlink(compressed.c_str());
         return 0;
+    }
     char text[64];
     std::snprintf(text, sizeof text, "File compression = %f",
                   static_cast<double>(inputBytes) / static_cast<double>(std::max<std::uint64_t>(1, get_named_file_length(target))));
@@ -244,11 +264,14 @@ int run_wave_converter(const std::string& source)
     ::unlink(output.c_str());
     ::unlink(converter_marker_path().c_str());
     // "%s %s %d": the helper, the file, and the format tag wanted (PCM).
-    if (run_helper_until_finished(waveconv_program(), {source, "1"}, 0, 100, 0) == HelperWait::NotStarted) {
+    const HelperWait wait =
+        run_helper_until_finished(waveconv_program(), {source, "1"}, 0, 100, helper_poll_limit(source));
+    if (wait == HelperWait::NotStarted) {
         ErrMsg("Decompression algorithm not found. Returning.");
         return 0;
     }
     if (!file_exists(output)) {
+        report_helper_wait(wait, "WAVECONV.EXE", source);
         ErrMsg("Failed to decompress file");
         return 0;
     }
@@ -280,11 +303,21 @@ int decompress_jaf_file(std::string& name)
     }
     const int channels = wave_fmt_record.nChannels == 2 ? 2 : 1;
     wave_fmt_record.wBitsPerSample = 16;
+    const WaveFmtRecord expandedFormat = wave_fmt_record;
     std::string expanded = name;
     ReplaceExt(expanded, "wav");
+    // A file already under that name is replaced only when the user says so.
+    expanded = name_for_converted_file(name, expanded);
+    if (expanded.empty()) {
+        ::unlink(converted.c_str());
+        return 0;
+    }
+    wave_fmt_record = expandedFormat;
+    AtomicFile staged;
     RiffFile out;
-    if (!out.open(expanded, RiffFile::Mode::Create)) {
+    if (!staged.begin(expanded) || !out.open(staged.temporaryPath(), RiffFile::Mode::Create)) {
         ErrMsg("Can't create uninitialized %s", expanded.c_str());
+        ::unlink(converted.c_str());
         return 0;
     }
     ChunkInfo riff, data;
@@ -324,10 +357,14 @@ int decompress_jaf_file(std::string& name)
     }
     ::close(in);
     const bool sized = out.ascend(data) == MMSYSERR_NOERROR && out.ascend(riff) == MMSYSERR_NOERROR;
-    out.close();
+    const bool closed = out.close();
     ::unlink(converted.c_str());
-    if (!ok || !sized)
+    if (!ok || !sized || !closed)
         return 0;
+    if (!staged.commit()) {
+        ErrMsg("Cannot write output WAVE file %s: %s", expanded.c_str(), std::strerror(errno));
+        return 0;
+    }
     name = expanded;
     return 1;
 }

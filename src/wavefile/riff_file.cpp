@@ -106,7 +106,7 @@ int RiffFile::descend(ChunkInfo& ck, const ChunkInfo* parent, unsigned flags)
         found.ckid = get_le32(header);
         found.cksize = get_le32(header + 4);
         found.dwDataOffset = static_cast<std::uint32_t>(m_position);
-        if (found.ckid == kRiff || found.ckid == kList) {
+        if (found.ckid == kRiff || found.ckid == kList || found.ckid == kRf64 || found.ckid == kBw64) {
             unsigned char type[4];
             if (!readExact(type, 4))
                 return MMIOERR_CHUNKNOTFOUND;

@@ -18,6 +18,11 @@ constexpr FourCC make_fourcc(const char (&s)[5])
 std::string fourcc_text(FourCC code);
 
 constexpr FourCC kRiff = make_fourcc("RIFF");
+// The 64-bit forms of "RIFF" (EBU Tech 3306 and ITU-R BS.2088): sizes that do
+// not fit 32 bits stand in a "ds64" chunk right after the form type.
+constexpr FourCC kRf64 = make_fourcc("RF64");
+constexpr FourCC kBw64 = make_fourcc("BW64");
+constexpr FourCC kDs64 = make_fourcc("ds64");
 constexpr FourCC kList = make_fourcc("LIST");
 // The chunks of a RIFF WAVE file.
 constexpr FourCC kWave = make_fourcc("WAVE");

@@ -1,6 +1,7 @@
 #include "wavefile/wave_converter.h"
 
 #include "app/messages.h"
+#include "app/progress.h"
 #include "app/ui_host.h"
 #include "wavefile/byte_order.h"
 #include "wavefile/riff_file.h"
@@ -177,6 +178,7 @@ int convert_wave_file(HWND, const std::string& sourceName, const std::string& de
     }
     job.dataOpen = true;
 
+    const LongOperation operation;
     job.box = uiHost().createConversionBox(sourceName, destinationName);
 
     const std::uint64_t total = info->dwDataBytes;
@@ -191,7 +193,7 @@ int convert_wave_file(HWND, const std::string& sourceName, const std::string& de
             std::snprintf(text, sizeof text, "%u%%", static_cast<unsigned>(percent));
             uiHost().setControlText(job.box, 102, text);
         }
-        if (uiHost().takeCancelClick(job.box)) {
+        if (operation_abort_requested() || uiHost().takeCancelClick(job.box)) {
             completed = false;
             break;
         }

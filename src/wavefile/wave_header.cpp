@@ -3,12 +3,15 @@
 #include "app/messages.h"
 #include "app/preferences.h"
 #include "app/ui_host.h"
+#include "wavefile/byte_order.h"
 #include "wavefile/cue_chunk.h"
 #include "wavefile/riff_file.h"
 #include "wavefile/riff_info.h"
 #include "wavefile/wave_state.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <optional>
 #include <vector>
 #include <unistd.h>
 
@@ -83,6 +86,23 @@ int ascend_and_update_waveform_file(RiffFile& file)
 }
 
 namespace {
+
+// The data size of an RF64 file: its "ds64" chunk, which stands first in
+// the form, holds the RIFF size, the data size and the sample count as 64-bit
+// numbers. The file is left where it was.
+std::optional<std::uint64_t> readDs64DataSize(RiffFile& file, ChunkInfo& form)
+{
+    const long long at = file.position();
+    std::optional<std::uint64_t> size;
+    ChunkInfo ds64;
+    unsigned char sizes[16];
+    if (file.descend(ds64, &form, 0) == MMSYSERR_NOERROR && ds64.ckid == kDs64 && ds64.cksize >= 16 &&
+        file.read(sizes, 16) == 16)
+        size = get_le64(sizes + 8);
+    file.seek(at, SEEK_SET);
+    return size;
+}
+
 int readHeader(const std::string& fileName, int report, bool pcmOnly)
 {
     // The input device is asked, not the output device: it is the one whose
@@ -98,8 +118,10 @@ int readHeader(const std::string& fileName, int report, bool pcmOnly)
     ChunkInfo riff;
     if (file.descend(riff, nullptr, 0) != MMSYSERR_NOERROR)
         return failCheck(file, report, 5034);
-    if (riff.ckid != kRiff || riff.fccType != kWave)
+    const bool wide = riff.ckid == kRf64 || riff.ckid == kBw64;
+    if ((riff.ckid != kRiff && !wide) || riff.fccType != kWave)
         return failCheck(file, report, 5035);
+    const std::optional<std::uint64_t> wideDataSize = wide ? readDs64DataSize(file, riff) : std::nullopt;
 
     ChunkInfo fmt;
     fmt.ckid = kFmt;
@@ -138,11 +160,36 @@ int readHeader(const std::string& fileName, int report, bool pcmOnly)
         return failCheck(file, report, 5042);
     if (!file.getInfo())
         return failCheck(file, report, 5043);
-    // The samples are taken from the end of the file, so a data chunk that
-    // claims more bytes than the file holds cannot be loaded.
-    if (static_cast<long long>(data.dwDataOffset) + data.cksize > file.size())
-        return failCheck(file, report, 5038);
-    data_chunk_size = data.cksize;
+    // The samples are the data chunk's own bytes. A size of all ones means
+    // "to the end of the file" (a recording that was never completed, or an
+    // RF64 file, whose "ds64" chunk holds the true size); a size past the end
+    // of the file is a truncated file, of which the whole frames present are
+    // read.
+    const std::uint64_t fileSize = static_cast<std::uint64_t>(std::max(file.size(), 0LL));
+    const std::uint64_t present = fileSize > data.dwDataOffset ? fileSize - data.dwDataOffset : 0;
+    const std::uint32_t frameBytes = wave_fmt_record.nBlockAlign
+                                         ? wave_fmt_record.nBlockAlign
+                                         : std::max(1u, (wave_fmt_record.wBitsPerSample + 7u) / 8u *
+                                                            std::max<std::uint32_t>(1, wave_fmt_record.nChannels));
+    std::uint64_t size = data.cksize;
+    data_chunk_truncated = 0;
+    if (data.cksize == 0xFFFFFFFFu)
+        size = wideDataSize ? *wideDataSize : present / frameBytes * frameBytes;
+    if (size > present) {
+        size = present / frameBytes * frameBytes;
+        data_chunk_truncated = 1;
+    }
+    if (size > 0xFFFFFFFFu) {
+        if (report)
+            ErrMsg("Cannot open %s: it holds %llu bytes of samples, more than the 4294967295 bytes one document "
+                   "can hold.",
+                   fileName.c_str(), static_cast<unsigned long long>(size));
+        file.close();
+        header_read_ok = 0;
+        return 0;
+    }
+    data_chunk_size = static_cast<std::uint32_t>(size);
+    data_chunk_offset = data.dwDataOffset;
     if (!file.setInfo())
         return failCheck(file, report, 5044);
 

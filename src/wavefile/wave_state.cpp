@@ -8,6 +8,8 @@ WaveFmtRecord wave_fmt_record;
 ChunkInfo riff_chunk_info;
 ChunkInfo data_chunk_info;
 std::uint32_t data_chunk_size = 0;
+std::uint64_t data_chunk_offset = 0;
+int data_chunk_truncated = 0;
 std::uint16_t input_format_tag = 0;
 int header_read_ok = 0;
 int info_chunk_present = 0;

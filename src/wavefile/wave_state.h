@@ -43,6 +43,12 @@ extern WaveFmtRecord wave_fmt_record;
 extern ChunkInfo riff_chunk_info;
 extern ChunkInfo data_chunk_info;
 extern std::uint32_t data_chunk_size;
+// Where the samples of the file last read start: the offset of its "data"
+// chunk's contents. Nothing before or after that chunk is audio.
+extern std::uint64_t data_chunk_offset;
+// Set when the file last read ends before the size its "data" chunk
+// announces: data_chunk_size then counts the whole frames that are present.
+extern int data_chunk_truncated;
 extern std::uint16_t input_format_tag;
 extern int header_read_ok;
 extern int info_chunk_present;

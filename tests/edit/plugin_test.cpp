@@ -8,6 +8,7 @@
 
 #include "edit/edit_menu_state.h"
 #include "edit/undo.h"
+#include "wavefile/helper_programs.h"
 #include "view/mouse_selection.h"
 
 #include "support/document_test.h"
@@ -76,8 +77,8 @@ TEST_F(PluginTest, TheAmplifierHalvesTheHighlightAndUndoesInOneStep)
     host.setEffectSettings({{"gain", "-6.0206"}});
     ASSERT_EQ(plugin_process_command(*doc, nullptr), 1);
     EXPECT_EQ(doc->nTotalSamples, 88200u);
-    EXPECT_TRUE(fs::exists(path("DRXIN.WAV")));
-    EXPECT_TRUE(fs::exists(path("DRXOUT.WAV")));
+    EXPECT_TRUE(fs::exists(exchange_file_path("DRXIN.WAV")));
+    EXPECT_TRUE(fs::exists(exchange_file_path("DRXOUT.WAV")));
     // Inside the highlight the samples are halved; outside they are as they were.
     for (std::size_t i : {20000u, 30001u, 45000u, 59998u}) {
         const int was = sampleAt(before, i);

@@ -50,11 +50,14 @@ protected:
     std::string path(const std::string& name) const { return m_dir + "/" + name; }
     const std::string& workDir() const { return m_work; }
 
+    // The files in a folder, leaving out the running program's own folder
+    // (".ondrava"), which lives as long as the program.
     std::vector<std::string> filesIn(const std::string& dir) const
     {
         std::vector<std::string> names;
         for (const auto& e : std::filesystem::directory_iterator(dir))
-            names.push_back(e.path().filename().string());
+            if (e.path().filename() != ".ondrava")
+                names.push_back(e.path().filename().string());
         return names;
     }
 

@@ -1,10 +1,14 @@
+#include "app/atomic_file.h"
 #include "view/document_save.h"
+#include "wavefile/helper_programs.h"
 #include "wavefile/wave_header.h"
 #include "wavefile/wave_io.h"
 
 #include "support/document_test.h"
 
 #include <cmath>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using Bytes = WavBuilder::Bytes;
 
@@ -138,20 +142,65 @@ TEST_F(DocumentSaveTest, FailuresLeaveTheDocumentAsItWas)
     // A folder that does not exist.
     EXPECT_EQ(save_waveform_file(*f, path("no/such/dir/out.wav"), 0, 0), 0);
     EXPECT_EQ(shownTexts().back(), "Cannot open WAVE file.");
-    // A full disk.
+    // A full disk, saving under a new name: no file under that name at all.
     int result = -1;
     withFileSizeLimit(20000, [&] { result = save_waveform_file(*f, path("full.wav"), 0, 0); });
     EXPECT_EQ(result, 0);
     EXPECT_EQ(shownTexts().back().rfind("Cannot write output WAVE file " + path("full.wav") + ": ", 0), 0u);
+    EXPECT_FALSE(file_exists(path("full.wav")));
     EXPECT_EQ(f->bModified, 1);
-    // Cancel: the target stays incomplete, its sizes unpatched.
+    // Cancel: nothing under the name either.
     host.cancelAfterPolls(1);
     EXPECT_EQ(save_waveform_file(*f, path("cancel.wav"), 0, 0), 0);
-    const Bytes cancelled = readFile(path("cancel.wav"));
-    ASSERT_GT(cancelled.size(), 44u);
-    EXPECT_EQ(cancelled[40] | cancelled[41] | cancelled[42] | cancelled[43], 0);
+    EXPECT_FALSE(file_exists(path("cancel.wav")));
     EXPECT_EQ(f->bModified, 1);
     EXPECT_EQ(f->nTotalSamples, 44100u);
+    // No temporary file is left beside the targets.
+    for (const std::string& name : filesIn(path("")))
+        EXPECT_FALSE(is_atomic_temporary_name(name)) << name;
+}
+
+// Saving over the very file the document came from, and failing: the user's
+// file stays byte for byte as it was, and no temporary file is left.
+TEST_F(DocumentSaveTest, AFailedSaveOverTheOpenFileLeavesItUntouched)
+{
+    const Bytes original = readFile(path("tone.wav"));
+    f->bModified = 1;
+    // Something to save that differs from what is on disk.
+    f->nSelStart = 0;
+    f->nSelEnd = 1000;
+
+    int result = -1;
+    withFileSizeLimit(30000, [&] { result = save_waveform_file(*f, path("tone.wav"), 0, 0); });
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(readFile(path("tone.wav")), original);
+
+    host.cancelAfterPolls(1);
+    EXPECT_EQ(save_waveform_file(*f, path("tone.wav"), 0, 0), 0);
+    EXPECT_EQ(readFile(path("tone.wav")), original);
+    host.cancelAfterPolls(-1);
+
+    // A folder the save cannot write into.
+    ASSERT_EQ(mkdir(path("locked").c_str(), 0755), 0);
+    writeFile(path("locked/keep.wav"), original);
+    ASSERT_EQ(chmod(path("locked").c_str(), 0555), 0);
+    if (geteuid() != 0) {  // root writes anywhere
+        EXPECT_EQ(save_waveform_file(*f, path("locked/keep.wav"), 0, 0), 0);
+        EXPECT_EQ(readFile(path("locked/keep.wav")), original);
+    }
+    chmod(path("locked").c_str(), 0755);
+
+    for (const std::string& name : filesIn(path("")))
+        EXPECT_FALSE(is_atomic_temporary_name(name)) << name;
+    EXPECT_EQ(f->bModified, 1);
+
+    // And a save that succeeds replaces it whole, with the file's permissions.
+    ASSERT_EQ(chmod(path("tone.wav").c_str(), 0640), 0);
+    ASSERT_EQ(save_waveform_file(*f, path("tone.wav"), 1, 0), 1);
+    EXPECT_EQ(readFile(path("tone.wav")).size(), 44u + 2000u);
+    struct stat st {};
+    ASSERT_EQ(stat(path("tone.wav").c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0640u);
 }
 
 TEST_F(DocumentSaveTest, ACompressedSaveLeavesAnAdpcmFileUnderTheChosenName)
@@ -161,11 +210,19 @@ TEST_F(DocumentSaveTest, ACompressedSaveLeavesAnAdpcmFileUnderTheChosenName)
     std::unique_ptr<wave_io_info> info;
     ASSERT_EQ(wioFileOpen(&info, path("packed.wav").c_str(), 0), WIOERR_NOERROR);
     EXPECT_EQ(info->fmt[0], 2);
-    EXPECT_FALSE(file_exists(path("ondrava/outadpcm.wav")));
-    // 48 kHz cannot be compressed: the plain file stays, the save fails.
+    EXPECT_FALSE(file_exists(converter_output_path()));
+    // 48 kHz cannot be compressed: the save fails and nothing is left under
+    // the name, nor the PCM file it was to be made from.
     chooseFormat(2, 16, 48000);
     bSaveConverts = 1;
     EXPECT_EQ(save_wav_by_type(*f, path("48k.wav"), 0), 0);
+    EXPECT_FALSE(file_exists(path("48k.wav")));
+    // Over an existing file, a failed compression leaves it as it was.
+    const Bytes packed = readFile(path("packed.wav"));
+    EXPECT_EQ(save_wav_by_type(*f, path("packed.wav"), 0), 0);
+    EXPECT_EQ(readFile(path("packed.wav")), packed);
+    for (const std::string& name : filesIn(path("")))
+        EXPECT_FALSE(is_atomic_temporary_name(name)) << name;
 }
 
 TEST_F(DocumentSaveTest, CopyWholeFileCopiesAllOrTheDocumentsLengthFromTheEnd)

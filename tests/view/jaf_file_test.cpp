@@ -140,10 +140,18 @@ TEST_F(JafFileTest, ACompressedFileExpandsBackWithinTheCodecsLoss)
     // The low-pass was an ordinary step with its own undo.
     EXPECT_EQ(doc->bUndoAvailable, 1);
 
-    // Back to a document about as long, close to what went in.
+    // Back to a document about as long, close to what went in. The
+    // original signal.wav stands beside the JAF: asked whether to replace
+    // it, the user says no, and the expansion takes a new name.
+    const Bytes originalFile = readFile(path("signal.wav"));
+    host.clearShown();
     auto back = open_document_file(jaf);
     ASSERT_TRUE(back);
-    EXPECT_EQ(back->szPathName, path("signal.wav"));
+    EXPECT_EQ(back->szPathName, path("signal-2.wav"));
+    EXPECT_EQ(readFile(path("signal.wav")), originalFile);
+    ASSERT_FALSE(host.shown().empty());
+    EXPECT_NE(host.shown().front().text.find("signal.wav already exists beside signal.jaf"), std::string::npos);
+    EXPECT_NE(host.shown().front().text.find("signal-2.wav"), std::string::npos);
     EXPECT_EQ(back->wfx.wBitsPerSample, 16);
     EXPECT_EQ(back->wfx.nChannels, 2);
     EXPECT_NEAR(static_cast<double>(back->nTotalSamples), 2.0 * 44100, 2.0 * 44100 * 0.05);

@@ -5,6 +5,7 @@
 #include "support/wav_builder.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 using Bytes = WavBuilder::Bytes;
 using W = WavBuilder;
@@ -68,9 +69,6 @@ TEST_F(ReadHeaderTest, EachBrokenFileGetsItsOwnMessage)
     // The data chunk is searched only after the format chunk.
     EXPECT_EQ(check(W::riff({data, fmt}), 0), one("No 'data' chunk in input file."));
     EXPECT_EQ(check(W::riff({fmt}), 0), one("No 'data' chunk in input file."));
-    Bytes shortData = W::riff({fmt, data});
-    shortData.resize(shortData.size() - 10);
-    EXPECT_EQ(check(shortData, 0), one("Truncated input file."));
     // A chunk before "data" that reaches past the RIFF end hides it.
     EXPECT_EQ(check(W::riff({fmt, W::chunk("junk", {1, 2}, 5000), data}), 0),
               one("No 'data' chunk in input file."));
@@ -110,4 +108,94 @@ TEST_F(ReadHeaderTest, WarnsWhenTheInputDeviceLacksTheFormatButGoesOn)
     EXPECT_EQ(ReadInputWaveformHeader(path("q.wav"), 0), 1);
     EXPECT_TRUE(host.shown().empty());
     set_wave_input_caps_query(nullptr);
+}
+
+// Where the samples are: the "data" chunk's own bytes, whatever stands after
+// it, however its size is written.
+TEST_F(ReadHeaderTest, TheSamplesAreTheDataChunksOwnBytes)
+{
+    const Bytes fmt8 = W::chunk("fmt ", W::fmtBody(1, 1, 22050, 8));
+    const Bytes fmt16s = W::chunk("fmt ", W::fmtBody(1, 2, 44100, 16));
+    const Bytes info = W::chunk("LIST", {'I', 'N', 'F', 'O', 'I', 'A', 'R', 'T', 4, 0, 0, 0, 'a', 'b', 'c', 0});
+
+    // Chunks after "data" are not audio; the offset is where the samples start.
+    EXPECT_TRUE(check(W::riff({fmt16s, W::chunk("data", W::randomBytes(400, 4)), info,
+                               W::chunk("id3 ", W::randomBytes(30, 5))}),
+                      1)
+                    .empty());
+    EXPECT_EQ(data_chunk_size, 400u);
+    EXPECT_EQ(data_chunk_offset, 44u);
+    EXPECT_EQ(data_chunk_truncated, 0);
+
+    // An odd 8-bit data chunk: its pad byte and the chunk after it stay out.
+    EXPECT_TRUE(check(W::riff({fmt8, W::chunk("junk", {1, 2, 3, 4}), W::chunk("data", W::randomBytes(5, 6)),
+                               W::chunk("cue ", {0, 0, 0, 0})}),
+                      1)
+                    .empty());
+    EXPECT_EQ(data_chunk_size, 5u);
+    EXPECT_EQ(data_chunk_offset, 12u + 24u + 12u + 8u);
+
+    // A size of all ones means "to the end of the file", in whole frames.
+    Bytes open = W::riff({fmt16s, W::chunk("data", W::randomBytes(403, 7), 0xFFFFFFFF)});
+    open.pop_back();  // the pad byte the builder added
+    EXPECT_TRUE(check(open, 1).empty());
+    EXPECT_EQ(data_chunk_size, 400u);
+    EXPECT_EQ(data_chunk_truncated, 0);
+
+    // A size past the end of the file: the whole frames present, marked truncated.
+    Bytes cut = W::riff({fmt16s, W::chunk("data", W::randomBytes(400, 8))});
+    cut.resize(cut.size() - 10);
+    EXPECT_TRUE(check(cut, 1).empty());
+    EXPECT_EQ(data_chunk_size, 388u);
+    EXPECT_EQ(data_chunk_truncated, 1);
+    EXPECT_EQ(header_read_ok, 1);
+}
+
+namespace {
+
+// An RF64 file: "RF64", the ds64 chunk with the true sizes, "fmt " and a
+// "data" chunk whose 32-bit size is all ones.
+WavBuilder::Bytes rf64(const WavBuilder::Bytes& fmtBody, std::uint64_t dataSize, const WavBuilder::Bytes& samples,
+                       const char* id = "RF64")
+{
+    WavBuilder::Bytes ds64;
+    auto put64 = [&ds64](std::uint64_t v) {
+        W::put32(ds64, static_cast<std::uint32_t>(v));
+        W::put32(ds64, static_cast<std::uint32_t>(v >> 32));
+    };
+    put64(0xFFFFFFFFull + 100);
+    put64(dataSize);
+    put64(dataSize / 4);
+    W::put32(ds64, 0);
+    WavBuilder::Bytes file = W::riff({W::chunk("ds64", ds64), W::chunk("fmt ", fmtBody),
+                                      W::chunk("data", samples, 0xFFFFFFFF)},
+                                     "WAVE", 0xFFFFFFFF);
+    std::copy(id, id + 4, file.begin());
+    return file;
+}
+
+}  // namespace
+
+TEST_F(ReadHeaderTest, Rf64FilesAreReadAndThoseNoDocumentCanHoldAreRefused)
+{
+    const Bytes samples = W::randomBytes(800, 9);
+    EXPECT_TRUE(check(rf64(W::fmtBody(1, 2, 48000, 16), 800, samples), 1).empty());
+    EXPECT_EQ(data_chunk_size, 800u);
+    EXPECT_EQ(data_chunk_offset, 12u + 36u + 24u + 8u);
+    EXPECT_EQ(current_wave_format.nSamplesPerSec, 48000u);
+    EXPECT_TRUE(check(rf64(W::fmtBody(1, 2, 48000, 16), 800, samples, "BW64"), 1).empty());
+    EXPECT_EQ(data_chunk_size, 800u);
+
+    // 6 GiB of samples (a sparse file): more than a document's 32-bit byte
+    // positions reach, so it is refused by name instead of opened short.
+    const std::uint64_t big = 6ull << 30;
+    Bytes head = rf64(W::fmtBody(1, 2, 48000, 16), big, {});
+    writeFile(path("big.wav"), head);
+    ASSERT_EQ(truncate(path("big.wav").c_str(), static_cast<off_t>(head.size() + big)), 0);
+    host.clearShown();
+    EXPECT_EQ(ReadInputWaveformHeader(path("big.wav"), 1), 0);
+    ASSERT_EQ(shownTexts().size(), 1u);
+    EXPECT_NE(shownTexts()[0].find("big.wav"), std::string::npos);
+    EXPECT_NE(shownTexts()[0].find("6442450944 bytes"), std::string::npos);
+    EXPECT_EQ(header_read_ok, 0);
 }

@@ -62,9 +62,7 @@ bool encode(const std::string& wav, int kbps)
     const int in = ::open(wav.c_str(), O_RDONLY | O_CLOEXEC);
     if (in < 0)
         return false;
-    const auto length = static_cast<long long>(get_named_file_length(wav));
-    // The samples are the file's last data-bytes bytes.
-    long long position = length - static_cast<long long>(bytes);
+    auto position = static_cast<long long>(data_chunk_offset);
 
     lame_global_flags* lame = lame_init();
     lame_set_num_channels(lame, channels);
@@ -135,7 +133,10 @@ bool encode(const std::string& wav, int kbps)
 
 int main(int argc, char** argv)
 {
-    QCoreApplication app(argc, argv);
+    // The arguments are file names, read as they are: Qt is given none of
+    // them, so a name that looks like one of its options stays a name.
+    int qtArgc = 1;
+    QCoreApplication app(qtArgc, argv);
     HeadlessUiHost host;
     host.setQuiet(true);
     setUiHost(&host);

@@ -4,6 +4,7 @@
 
 #include "app/app_paths.h"
 #include "app/headless_ui_host.h"
+#include "app/instance_files.h"
 #include "app/preference_store.h"
 #include "cli_args.h"
 
@@ -125,6 +126,8 @@ int main(int argc, char** argv)
         std::cerr << "ondrava-cli: unknown command " << command << "\n";
         usage();
     }
+    // Every document has closed: this run's own folder goes with it.
+    remove_instance_directory();
     setUiHost(nullptr);
     return result;
 }

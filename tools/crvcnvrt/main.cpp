@@ -2,7 +2,7 @@
 // started it, through SoX's library: a foreign format into RIFF WAVE (8-bit
 // unsigned or 16-bit signed PCM, as the source's precision allows) or RIFF
 // WAVE into a foreign format, each chosen by the file's extension. On
-// success "outadpcm.wav" appears in the user folder (the program's sign of
+// success "outadpcm.wav" appears in the exchange folder (the program's sign of
 // success); in every case the marker file "finished" follows. Raw formats
 // carry no header: they are read as one channel at 44100 Hz (u-law at
 // 8000 Hz).
@@ -126,12 +126,14 @@ bool convert(const std::string& source, const std::string& target)
 
 int main(int argc, char** argv)
 {
-    QCoreApplication app(argc, argv);
+    // The arguments are file names, read as they are: Qt is given none of
+    // them, so a name that looks like one of its options stays a name.
+    int qtArgc = 1;
+    QCoreApplication app(qtArgc, argv);
     if (argc != 3) {
         std::cerr << "usage: CRVCNVRT.EXE SOURCE TARGET\n";
         return 2;
     }
-    make_directories(user_directory());
     const std::string output = converter_output_path();
     ::unlink(output.c_str());
     bool converted = false;

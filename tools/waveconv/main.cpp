@@ -1,10 +1,12 @@
 // WAVECONV.EXE SOURCE TAG: converts a WAVE file for the program that started
-// it. Writes "outadpcm.wav" in the user folder, then the marker file
-// "finished" there, which the waiting program polls for. TAG is the format
+// it. Writes "outadpcm.wav" in the program's exchange folder (named by
+// $ONDRAVA_EXCHANGE_DIR), then the marker file "finished" there, which the
+// waiting program polls for. TAG is the format
 // tag wanted: 1 for PCM (from ADPCM), 2 for ADPCM (from PCM).
 
 #include "app/app_paths.h"
 #include "app/headless_ui_host.h"
+#include "wavefile/helper_programs.h"
 #include "wavefile/wave_converter.h"
 
 #include <QCoreApplication>
@@ -16,7 +18,10 @@
 
 int main(int argc, char** argv)
 {
-    QCoreApplication app(argc, argv);
+    // The arguments are file names, read as they are: Qt is given none of
+    // them, so a name that looks like one of its options stays a name.
+    int qtArgc = 1;
+    QCoreApplication app(qtArgc, argv);
     if (argc != 3) {
         std::cerr << "usage: WAVECONV.EXE SOURCE TAG\n";
         return 2;
@@ -24,10 +29,9 @@ int main(int argc, char** argv)
     HeadlessUiHost host;
     host.setQuiet(true);
     setUiHost(&host);
-    const std::string dir = user_directory();
-    make_directories(dir);
-    const std::string output = join_path(dir, "outadpcm.wav");
-    const std::string marker = join_path(dir, "finished");
+    // The exchange folder of the program that started this helper.
+    const std::string output = converter_output_path();
+    const std::string marker = converter_marker_path();
     ::unlink(output.c_str());
     const int converted = convert_wave_file(nullptr, argv[1], output);
     if (!converted) {
