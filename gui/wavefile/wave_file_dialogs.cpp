@@ -173,6 +173,8 @@ void SaveWaveDialog::editInfo()
     }
     edit_info_list(this, info->pInfo);
     info_chunk_present = 1;
+    // The edited items are the document's from now on.
+    m_document.infoList = info->pInfo;
 }
 
 int delete_waveform_file(QWidget* owner)

@@ -9,6 +9,7 @@
 #include "app/progress.h"
 #include "app/unique_fd.h"
 #include "view/child_frame.h"
+#include "view/document_journal.h"
 #include "wavefile/block_copier.h"
 
 #include <algorithm>
@@ -108,6 +109,7 @@ int copy_selected_area_to_pseudo_clipboard(CChildFrame& f)
         NewErrMsg(5031);
         return 0;
     }
+    journal_document(f);
     const auto bps = static_cast<std::uint32_t>(f.bytesPerSample());
     const std::uint32_t start = (f.nSelStart * bps) & ~3u;
     const std::uint32_t end = (f.nSelEnd * bps) & ~3u;

@@ -7,6 +7,7 @@
 #include "edit/edit_menu_state.h"
 #include "edit/undo_labels.h"
 #include "view/child_frame.h"
+#include "view/document_journal.h"
 #include "view/display_levels.h"
 #include "view/view_navigation.h"
 
@@ -21,6 +22,8 @@ void (*g_committed)(CChildFrame&) = nullptr;
 
 void notifyCommitted(CChildFrame& f)
 {
+    // The journal follows the shown version, for recovery after a crash.
+    journal_document(f);
     if (g_committed)
         g_committed(f);
 }
@@ -80,6 +83,7 @@ int setup_for_undo(CChildFrame& f, int copy)
         NewErrMsg(5031);
         return 0;
     }
+    journal_document(f);
     if (!copy)
         return 1;
     return f.copy_file_to_file(f.szRedoFileName, f.szFileName, f.nSelEnd * bytesPerSample(f), 0, -1, 0,

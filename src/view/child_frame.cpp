@@ -2,6 +2,7 @@
 
 #include "app/messages.h"
 #include "app/posix_io.h"
+#include "view/document_journal.h"
 #include "wavefile/block_copier.h"
 
 #include <algorithm>
@@ -50,6 +51,8 @@ CChildFrame::~CChildFrame()
         g_active = nullptr;
     release_levels();
     removeOwnedFiles();
+    // Only once its files are gone is the document out of the crash journal.
+    forget_document(*this);
 }
 
 void CChildFrame::release_levels()
@@ -95,6 +98,19 @@ void swap_version(CChildFrame& f, VersionState& v)
     std::swap(f.nSelEnd, v.nSelEnd);
     std::swap(f.wfx, v.wfx);
     std::swap(f.coarseOverview, v.coarseOverview);
+}
+
+DocumentInfoForHeader::DocumentInfoForHeader(const CChildFrame& frame)
+    : m_present(info_chunk_present), m_list(last_info_list)
+{
+    last_info_list = frame.infoList;
+    info_chunk_present = frame.infoList ? 1 : 0;
+}
+
+DocumentInfoForHeader::~DocumentInfoForHeader()
+{
+    info_chunk_present = m_present;
+    last_info_list = std::move(m_list);
 }
 
 CChildFrame* CChildFrame::GetTheFuckingHandle() { return g_active; }

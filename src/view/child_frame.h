@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -181,6 +182,9 @@ public:
     std::uint32_t nNewVersionLength = 0;
     // The frame's copy of its own highlight (made by Trim), in the work folder.
     std::string szSelectionCopyName;
+    // The document's own INFO items (artist, title, comments ...): read from
+    // its file when it opens, written into every file saved from it.
+    std::shared_ptr<InfoList> infoList;
 
 private:
     void removeOwnedFiles();
@@ -189,6 +193,20 @@ private:
 // Exchanges the frame's version data (file, levels, length, selection and
 // format) with a version record.
 void swap_version(CChildFrame& frame, VersionState& version);
+
+// While it lives, the header writer writes this document's INFO items and
+// no other's (the process-wide pending list is set aside and put back).
+class DocumentInfoForHeader {
+public:
+    explicit DocumentInfoForHeader(const CChildFrame& frame);
+    ~DocumentInfoForHeader();
+    DocumentInfoForHeader(const DocumentInfoForHeader&) = delete;
+    DocumentInfoForHeader& operator=(const DocumentInfoForHeader&) = delete;
+
+private:
+    int m_present;
+    std::shared_ptr<InfoList> m_list;
+};
 
 // Makes `frame` the active document (null for none).
 void set_active_frame(CChildFrame* frame);

@@ -9,10 +9,12 @@
 #include "edit/edit_menu_state.h"
 #include "view/child_frame.h"
 #include "view/display_levels.h"
+#include "view/document_journal.h"
 #include "view/open_by_type.h"
 #include "view/timemark_storage.h"
 #include "wavefile/avi_file.h"
 #include "wavefile/file_types.h"
+#include "wavefile/riff_info.h"
 #include "wavefile/wave_header.h"
 #include "wavefile/wave_state.h"
 
@@ -146,8 +148,35 @@ int open_document(CChildFrame& f, bool newEmpty)
         return 1;
     }
     apply_initial_zoom(f, preferences().zoomedInitialDisplay, screen_width_pixels());
-    // Marks saved with the file come back with it.
+    // Marks saved with the file come back with it, and so do its INFO items.
     load_stored_timemarks(f, szOpenedFileName);
+    f.infoList = read_info_list(szOpenedFileName);
+    journal_document(f);
+    return 1;
+}
+
+int open_raw_document(CChildFrame& f, const std::string& raw, std::uint64_t bytes, std::uint16_t channels,
+                      std::uint16_t bits, std::uint32_t rate, const std::string& pathName, const std::string& title)
+{
+    if (bytes > 0xFFFFFFFFu || (channels != 1 && channels != 2) || (bits != 8 && bits != 16) || rate == 0)
+        return 0;
+    if (!create_work_file(f.szFileName, ".tmp").valid()) {
+        ErrMsg("No file %s", f.szFileName.c_str());
+        return 0;
+    }
+    current_wave_format = WaveFormat{1, channels, bits, static_cast<std::uint16_t>(bits / 8), rate};
+    data_chunk_size = static_cast<std::uint32_t>(bytes);
+    data_chunk_offset = 0;
+    data_chunk_truncated = 0;
+    szOpenedFileName = raw;
+    initialise_fields(f);
+    if (!load_document_file(f))
+        return 0;
+    apply_initial_zoom(f, preferences().zoomedInitialDisplay, screen_width_pixels());
+    f.szPathName = pathName;
+    f.szDisplayName = title;
+    f.bModified = 1;
+    journal_document(f);
     return 1;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -21,6 +22,13 @@ int load_document_file(CChildFrame& frame);
 // On failure the reason has been shown; the frame's files are removed when
 // the frame is destroyed.
 int open_document(CChildFrame& frame, bool newEmpty = false);
+
+// Opens raw samples (a working file a crashed program left) as a document
+// in the given format: `bytes` bytes from the start of `raw` are copied into
+// a working file of the frame's own. The document is titled `title`, counts
+// as modified, and saves to `pathName`. 1 on success.
+int open_raw_document(CChildFrame& frame, const std::string& raw, std::uint64_t bytes, std::uint16_t channels,
+                      std::uint16_t bits, std::uint32_t rate, const std::string& pathName, const std::string& title);
 
 // Opens a file as a new document by its type (ADPCM is decoded first) and
 // makes it the active one; null on failure.

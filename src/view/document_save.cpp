@@ -110,7 +110,11 @@ int write_waveform_file(CChildFrame& f, const std::string& path, const std::stri
     cue_points_to_write = timemarks_to_cue_points(f, selectionOnly ? f.nSelStart : 0,
                                                   selectionOnly ? f.nSelEnd : f.nTotalSamples + 1,
                                                   static_cast<double>(rate) / std::max<std::uint32_t>(1, f.wfx.nSamplesPerSec));
-    const int headerWritten = create_waveform_format_header(out, 0);
+    int headerWritten = 0;
+    {
+        const DocumentInfoForHeader info(f);
+        headerWritten = create_waveform_format_header(out, 0);
+    }
     cue_points_to_write.clear();
     if (!headerWritten)
         return 0;
@@ -245,6 +249,7 @@ int new_file_from_selection(CChildFrame& f)
             message_box(f.hWaveWnd, "Can't create new wave file " + name, "Record File", MB_OK | MB_ICONEXCLAMATION);
             return 0;
         }
+        const DocumentInfoForHeader info(f);
         if (!create_waveform_format_header(file, 0))
             return 0;
     }

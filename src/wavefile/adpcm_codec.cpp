@@ -35,7 +35,7 @@ int decodeNibble(ChannelState& s, int nibble)
 {
     const int signedNibble = nibble >= 8 ? nibble - 16 : nibble;
     const int sample = clamp16(predict(s) + static_cast<long>(signedNibble) * s.delta);
-    s.delta = std::max(kMinDelta, kAdaptation[nibble] * s.delta / 256);
+    s.delta = std::clamp(kAdaptation[nibble] * s.delta / 256, kMinDelta, kAdpcmMaxDelta);
     s.sample2 = s.sample1;
     s.sample1 = sample;
     return sample;
@@ -48,7 +48,7 @@ int encodeSample(ChannelState& s, int sample)
     code = std::clamp<long>(code, -8, 7);
     const int nibble = static_cast<int>(code) & 0x0F;
     const int decoded = clamp16(prediction + code * s.delta);
-    s.delta = std::max(kMinDelta, kAdaptation[nibble] * s.delta / 256);
+    s.delta = std::clamp(kAdaptation[nibble] * s.delta / 256, kMinDelta, kAdpcmMaxDelta);
     s.sample2 = s.sample1;
     s.sample1 = decoded;
     return nibble;
@@ -138,14 +138,28 @@ AdpcmFormat AdpcmFormat::fromBytes(const unsigned char* b, std::size_t size)
     return f;
 }
 
-std::size_t decode_adpcm_block(const AdpcmFormat& source, const unsigned char* bytes, const AdpcmFormat& destination,
-                               unsigned char* out, std::size_t count)
+bool adpcm_format_is_sound(const AdpcmFormat& f)
 {
+    if (f.channels < 1 || f.channels > 2 || f.bitsPerSample != 4 || f.coefficients.empty())
+        return false;
+    if (f.blockAlign <= 7 * f.channels)
+        return false;
+    // Every byte after the headers holds two codes.
+    const std::size_t codes = static_cast<std::size_t>(f.blockAlign - 7 * f.channels) * 2;
+    const std::size_t room = 2 + codes / f.channels;
+    return f.samplesPerBlock >= 2 && f.samplesPerBlock <= room;
+}
+
+std::size_t decode_adpcm_block(const AdpcmFormat& source, const unsigned char* bytes, const AdpcmFormat& destination,
+                               unsigned char* out, std::size_t count, std::size_t capacity)
+{
+    if (!adpcm_format_is_sound(source) || (destination.bitsPerSample != 8 && destination.bitsPerSample != 16))
+        return 0;
     const int c = source.channels;
     const std::size_t align = source.blockAlign;
-    if (c < 1 || c > 2 || align <= static_cast<std::size_t>(7 * c))
-        return 0;
     const int bits = destination.bitsPerSample;
+    const std::size_t blockOutput =
+        static_cast<std::size_t>(source.samplesPerBlock) * static_cast<std::size_t>(c) * static_cast<std::size_t>(bits / 8);
     unsigned char* write = out;
     auto emit = [&](int v) {
         if (bits == 8) {
@@ -156,6 +170,8 @@ std::size_t decode_adpcm_block(const AdpcmFormat& source, const unsigned char* b
         }
     };
     for (std::size_t block = 0; block + align <= count; block += align) {
+        if (static_cast<std::size_t>(write - out) + blockOutput > capacity)
+            break;
         const unsigned char* p = bytes + block;
         ChannelState state[2];
         for (int ch = 0; ch < c; ++ch) {
@@ -166,7 +182,8 @@ std::size_t decode_adpcm_block(const AdpcmFormat& source, const unsigned char* b
             }
             state[ch].coef1 = source.coefficients[predictor][0];
             state[ch].coef2 = source.coefficients[predictor][1];
-            state[ch].delta = static_cast<std::int16_t>(get_le16(p + c + 2 * ch));
+            // A hostile step size is brought into the range the adaptation keeps.
+            state[ch].delta = std::clamp<int>(static_cast<std::int16_t>(get_le16(p + c + 2 * ch)), kMinDelta, kAdpcmMaxDelta);
             state[ch].sample1 = static_cast<std::int16_t>(get_le16(p + 3 * c + 2 * ch));
             state[ch].sample2 = static_cast<std::int16_t>(get_le16(p + 5 * c + 2 * ch));
         }
@@ -175,12 +192,17 @@ std::size_t decode_adpcm_block(const AdpcmFormat& source, const unsigned char* b
             emit(state[ch].sample2);
         for (int ch = 0; ch < c; ++ch)
             emit(state[ch].sample1);
-        // Then the codes: high nibble first; in stereo left, then right.
+        // Then the codes: high nibble first; in stereo left, then right;
+        // as many as the block's samples per block call for.
+        std::size_t left = (static_cast<std::size_t>(source.samplesPerBlock) - 2) * static_cast<std::size_t>(c);
         int ch = 0;
-        for (const unsigned char* q = p + 7 * c; q < p + align; ++q) {
+        for (const unsigned char* q = p + 7 * c; q < p + align && left > 0; ++q) {
             for (int nibble : {*q >> 4, *q & 0x0F}) {
+                if (left == 0)
+                    break;
                 emit(decodeNibble(state[ch], nibble));
                 ch = (ch + 1) % c;
+                --left;
             }
         }
     }
@@ -188,8 +210,11 @@ std::size_t decode_adpcm_block(const AdpcmFormat& source, const unsigned char* b
 }
 
 std::size_t encode_adpcm_block(const AdpcmFormat& source, const unsigned char* bytes, const AdpcmFormat& destination,
-                               unsigned char* out, std::size_t count)
+                               unsigned char* out, std::size_t count, std::size_t capacity)
 {
+    if (!adpcm_format_is_sound(destination) || (source.bitsPerSample != 8 && source.bitsPerSample != 16) ||
+        source.channels != destination.channels || destination.coefficients.size() < 7)
+        return 0;
     const int c = destination.channels;
     const int bits = source.bitsPerSample;
     const std::size_t bytesPerFrame = static_cast<std::size_t>(c) * (bits / 8);
@@ -200,6 +225,8 @@ std::size_t encode_adpcm_block(const AdpcmFormat& source, const unsigned char* b
 
     std::vector<int> samples(perBlock * static_cast<std::size_t>(c));
     for (std::size_t first = 0; first < totalFrames; first += perBlock) {
+        if (static_cast<std::size_t>(write - out) + destination.blockAlign > capacity)
+            break;
         // The block's samples as 16-bit values; past the end, silence.
         for (std::size_t i = 0; i < perBlock; ++i)
             for (int ch = 0; ch < c; ++ch)

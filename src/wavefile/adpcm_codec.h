@@ -34,15 +34,27 @@ const std::array<std::array<std::int16_t, 2>, 7>& adpcm_standard_coefficients();
 std::uint16_t adpcm_block_align(std::uint16_t channels, std::uint32_t rate);
 std::uint16_t adpcm_samples_per_block(std::uint16_t blockAlign, std::uint16_t channels);
 
+// Whether an ADPCM format is one the codec can work with: 1 or 2 channels,
+// 4 bits, a block align that holds the block headers, samples per block that
+// the block can hold (at least the two header samples), and at least one
+// coefficient pair. Every field of a file is checked here before anything is
+// allocated from it.
+bool adpcm_format_is_sound(const AdpcmFormat& format);
+// The largest step size the decoder keeps: beyond it the adaptation
+// (up to 768/256 a sample) could overflow.
+constexpr int kAdpcmMaxDelta = 0x7FFFFFFF / 768;
+
 // Decodes the whole blocks of `count` source bytes into PCM of the
-// destination's bits (8-bit output is v >> 8, plus 128). Returns the bytes
-// written; 0 when a block names a predictor that does not exist (after the
-// "Predictor out of range" message).
+// destination's bits (8-bit output is v >> 8, plus 128): samples per block
+// frames each. Never writes more than `capacity` bytes (decoding stops at
+// the last whole block that fits). Returns the bytes written; 0 when a block
+// names a predictor that does not exist (after the "Predictor out of range"
+// message) or the format is not sound.
 std::size_t decode_adpcm_block(const AdpcmFormat& source, const unsigned char* bytes, const AdpcmFormat& destination,
-                               unsigned char* out, std::size_t count);
+                               unsigned char* out, std::size_t count, std::size_t capacity);
 
 // Encodes `count` bytes of PCM (8 or 16 bits) into ADPCM blocks of the
 // destination's block align; a short last block is filled with silence.
-// Returns the bytes written.
+// Never writes more than `capacity` bytes. Returns the bytes written.
 std::size_t encode_adpcm_block(const AdpcmFormat& source, const unsigned char* bytes, const AdpcmFormat& destination,
-                               unsigned char* out, std::size_t count);
+                               unsigned char* out, std::size_t count, std::size_t capacity);

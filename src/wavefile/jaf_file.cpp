@@ -173,7 +173,12 @@ int compress_to_jaf_file(const std::string& target)
     }
     wave_fmt_record = f.wfx;
     wave_fmt_record.nAvgBytesPerSec = jaf_average_bytes(jaf_ratio);
-    if (!create_waveform_format_header(out, 0)) {
+    int headerWritten = 0;
+    {
+        const DocumentInfoForHeader info(f);
+        headerWritten = create_waveform_format_header(out, 0);
+    }
+    if (!headerWritten) {
         ::close(in);
         return 0;
     }

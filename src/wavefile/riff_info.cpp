@@ -168,7 +168,7 @@ int create_info_list(std::shared_ptr<InfoList>& list)
     return INFO_OK;
 }
 
-int riffParseINFO(RiffFile& file, const ChunkInfo& listChunk, InfoList& list)
+int riffParseINFO(RiffFile& file, const ChunkInfo& listChunk, InfoList& list, bool askAboutUnknown)
 {
     if (listChunk.cksize < 4)
         return INFO_FILE_ERROR;
@@ -189,7 +189,14 @@ int riffParseINFO(RiffFile& file, const ChunkInfo& listChunk, InfoList& list)
         const FourCC id = get_le32(header);
         const std::uint32_t size = get_le32(header + 4);
         const int index = find_info_item(id);
-        if (index < 0) {
+        if (index < 0 && !askAboutUnknown) {
+            const std::uint64_t end = std::min<std::uint64_t>(pos + 8ull + size + (size & 1), rawSize);
+            list.unknown.insert(list.unknown.end(), list.raw.begin() + static_cast<std::ptrdiff_t>(pos),
+                                list.raw.begin() + static_cast<std::ptrdiff_t>(end));
+            // A last item without its pad byte gets one, so the list stays even.
+            if ((end - pos) & 1)
+                list.unknown.push_back('\0');
+        } else if (index < 0) {
             char question[160];
             std::snprintf(question, sizeof question,
                           "This wave file contains an unknown item in the INFO chunk: '%4.4s'.  "
@@ -239,9 +246,56 @@ int write_info_list(RiffFile* file, const InfoList* list)
         if (file->ascend(sub) != MMSYSERR_NOERROR)
             return INFO_FILE_ERROR;
     }
+    if (!list->unknown.empty()) {
+        if (!listOpen) {
+            listChunk.fccType = make_fourcc("INFO");
+            listChunk.cksize = 0;
+            if (file->createChunk(listChunk, MMIO_CREATELIST) != MMSYSERR_NOERROR)
+                return INFO_FILE_ERROR;
+            listOpen = true;
+        }
+        const auto bytes = static_cast<long long>(list->unknown.size());
+        if (file->write(list->unknown.data(), bytes) != bytes)
+            return INFO_FILE_ERROR;
+    }
     if (listOpen && file->ascend(listChunk) != MMSYSERR_NOERROR)
         return INFO_FILE_ERROR;
     return INFO_OK;
+}
+
+bool info_list_has_items(const InfoList& list)
+{
+    if (!list.unknown.empty())
+        return true;
+    for (const InfoItem& item : list.items) {
+        const auto value = info_item_value(list, item.index);
+        if (value && !value->empty())
+            return true;
+    }
+    return false;
+}
+
+std::shared_ptr<InfoList> read_info_list(const std::string& fileName)
+{
+    RiffFile file;
+    if (!file.open(fileName, RiffFile::Mode::Read))
+        return nullptr;
+    ChunkInfo form;
+    if (file.descend(form, nullptr, 0) != MMSYSERR_NOERROR ||
+        (form.ckid != kRiff && form.ckid != kRf64 && form.ckid != kBw64) || form.fccType != kWave)
+        return nullptr;
+    ChunkInfo ck;
+    while (file.descend(ck, &form, 0) == MMSYSERR_NOERROR) {
+        if (ck.ckid == kList && ck.fccType == make_fourcc("INFO")) {
+            std::shared_ptr<InfoList> list;
+            if (create_info_list(list) != INFO_OK || riffParseINFO(file, ck, *list, false) != INFO_OK)
+                return nullptr;
+            return info_list_has_items(*list) ? list : nullptr;
+        }
+        if (file.ascend(ck) != MMSYSERR_NOERROR)
+            return nullptr;
+    }
+    return nullptr;
 }
 
 int free_info_list(std::shared_ptr<InfoList>& list)

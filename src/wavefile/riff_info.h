@@ -36,6 +36,9 @@ struct InfoItem {
 struct InfoList {
     std::vector<char> raw;        // the chunk's bytes after its form type
     std::vector<InfoItem> items;  // one per table row, in table order
+    // Items outside the table, whole (id, size, text and pad), when the list
+    // was read without asking about them: written back after the others.
+    std::vector<char> unknown;
 };
 
 // The item's current value: its edited text, else its text in the raw copy.
@@ -55,8 +58,16 @@ constexpr int INFO_NO_MEMORY = 4;
 constexpr int INFO_REFUSED = 5;
 
 int create_info_list(std::shared_ptr<InfoList>& list);
-// The file is positioned inside the list, after its form type.
-int riffParseINFO(RiffFile& file, const ChunkInfo& listChunk, InfoList& list);
+// The file is positioned inside the list, after its form type. An item
+// outside the table is asked about (and No refuses the file), or, without
+// `askAboutUnknown`, kept as it is in the list's `unknown` bytes.
+int riffParseINFO(RiffFile& file, const ChunkInfo& listChunk, InfoList& list, bool askAboutUnknown = true);
+// The INFO list of a RIFF WAVE file, read without a question or any change
+// to the process-wide wave state; null when the file has none (or it cannot
+// be read).
+std::shared_ptr<InfoList> read_info_list(const std::string& fileName);
+// Whether a list has anything to write.
+bool info_list_has_items(const InfoList& list);
 int write_info_list(RiffFile* file, const InfoList* list);
 int free_info_list(std::shared_ptr<InfoList>& list);
 // Copies a chunk whole (header as given in `ck`, data from the source's

@@ -70,7 +70,8 @@ std::optional<AdpcmFormat> conversion_destination(const AdpcmFormat& s)
     d.samplesPerSec = s.samplesPerSec;
     if (s.formatTag == 1) {
         const bool rateOk = s.samplesPerSec == 11025 || s.samplesPerSec == 22050 || s.samplesPerSec == 44100;
-        if ((s.bitsPerSample != 8 && s.bitsPerSample != 16) || (s.channels != 1 && s.channels != 2) || !rateOk) {
+        if ((s.bitsPerSample != 8 && s.bitsPerSample != 16) || (s.channels != 1 && s.channels != 2) || !rateOk ||
+            s.blockAlign != s.channels * s.bitsPerSample / 8) {
             ErrMsg("This PCM wave file is not valid for conversion!");
             return std::nullopt;
         }
@@ -83,15 +84,16 @@ std::optional<AdpcmFormat> conversion_destination(const AdpcmFormat& s)
         const std::uint32_t b = s.samplesPerSec * s.channels * 4 / 8;
         d.avgBytesPerSec = ((b / d.blockAlign + 1) * 7 * s.channels + b) & 0xFFFF;
     } else if (s.formatTag == 2) {
-        if (s.bitsPerSample != 4 || (s.channels != 1 && s.channels != 2) || !sameAsStandard(s) ||
-            s.blockAlign <= 7 * s.channels) {
+        // Every field is checked against the block size before anything is
+        // allocated from it: samples per block must fit in the block.
+        if (!adpcm_format_is_sound(s) || !sameAsStandard(s)) {
             ErrMsg("This ADPCM wave file is not valid for conversion!");
             return std::nullopt;
         }
         d.formatTag = 1;
         d.bitsPerSample = 8;
         d.blockAlign = s.channels == 1 ? 1 : 2;
-        d.samplesPerBlock = s.samplesPerBlock ? s.samplesPerBlock : adpcm_samples_per_block(s.blockAlign, s.channels);
+        d.samplesPerBlock = s.samplesPerBlock;
         d.extraSize = 0;
         d.avgBytesPerSec = s.samplesPerSec * 8;
     } else {
@@ -113,7 +115,11 @@ int convert_wave_file(HWND, const std::string& sourceName, const std::string& de
         ErrMsg("WaveConvFileOpen failed, waveconv line 221");
         return 0;
     }
-    const AdpcmFormat source = AdpcmFormat::fromBytes(info->fmt.data(), info->fmt.size());
+    AdpcmFormat source = AdpcmFormat::fromBytes(info->fmt.data(), info->fmt.size());
+    // A file that leaves the field out has the count its block align gives.
+    if (source.formatTag == 2 && source.samplesPerBlock == 0 && source.channels >= 1 && source.channels <= 2 &&
+        source.blockAlign > 7 * source.channels)
+        source.samplesPerBlock = adpcm_samples_per_block(source.blockAlign, source.channels);
     const std::optional<AdpcmFormat> destination = conversion_destination(source);
     if (!destination)
         return 0;
@@ -203,8 +209,10 @@ int convert_wave_file(HWND, const std::string& sourceName, const std::string& de
             break;
         done += static_cast<std::uint64_t>(got);
         const std::size_t produced = encoding
-                                         ? encode_adpcm_block(source, in.data(), *destination, out.data(), static_cast<std::size_t>(got))
-                                         : decode_adpcm_block(source, in.data(), *destination, out.data(), static_cast<std::size_t>(got));
+                                         ? encode_adpcm_block(source, in.data(), *destination, out.data(),
+                                                              static_cast<std::size_t>(got), out.size())
+                                         : decode_adpcm_block(source, in.data(), *destination, out.data(),
+                                                              static_cast<std::size_t>(got), out.size());
         if (produced && job.destination.write(out.data(), static_cast<long long>(produced)) != static_cast<long long>(produced)) {
             completed = false;
             break;

@@ -64,6 +64,7 @@ TEST(AdpcmFormats, BlockAlignAndSamplesPerBlockForEveryAcceptedFormat)
             pcm.channels = c.channels;
             pcm.samplesPerSec = c.rate;
             pcm.bitsPerSample = bits;
+            pcm.blockAlign = static_cast<std::uint16_t>(c.channels * bits / 8);
             const auto d = conversion_destination(pcm);
             ASSERT_TRUE(d);
             EXPECT_EQ(d->blockAlign, c.align);
@@ -184,17 +185,17 @@ TEST_F(AdpcmTest, BadBlocksAreRefusedWithoutOutput)
     Bytes block(256, 0);
     block[0] = 7;  // no such predictor
     std::vector<unsigned char> out(4096);
-    EXPECT_EQ(decode_adpcm_block(adpcm, block.data(), pcm, out.data(), block.size()), 0u);
+    EXPECT_EQ(decode_adpcm_block(adpcm, block.data(), pcm, out.data(), block.size(), out.size()), 0u);
     EXPECT_EQ(host.shown().back().text, "Predictor out of range");
     EXPECT_EQ(host.shown().back().caption, "CONVERT");
     block[0] = 0;
     block[1] = 16;  // a delta of 16
-    EXPECT_EQ(decode_adpcm_block(adpcm, block.data(), pcm, out.data(), block.size()), 500u);
+    EXPECT_EQ(decode_adpcm_block(adpcm, block.data(), pcm, out.data(), block.size(), out.size()), 500u);
     // Only whole blocks are decoded: a truncated last block gives nothing.
-    EXPECT_EQ(decode_adpcm_block(adpcm, block.data(), pcm, out.data(), 200), 0u);
+    EXPECT_EQ(decode_adpcm_block(adpcm, block.data(), pcm, out.data(), 200, out.size()), 0u);
     // A block align that cannot hold a header decodes nothing.
     adpcm.blockAlign = 0;
-    EXPECT_EQ(decode_adpcm_block(adpcm, block.data(), pcm, out.data(), block.size()), 0u);
+    EXPECT_EQ(decode_adpcm_block(adpcm, block.data(), pcm, out.data(), block.size(), out.size()), 0u);
 
     // A file with a block align of zero is not converted.
     Bytes fmt = AdpcmFormat{}.toBytes();

@@ -46,3 +46,4 @@ int run_marks_command(const std::vector<std::string>& args);
 int run_chase_command(const std::vector<std::string>& args);
 int run_trigger_command(const std::vector<std::string>& args);
 int run_plugins_command(const std::vector<std::string>& args);
+int run_recover_command(const std::vector<std::string>& args);

@@ -45,6 +45,9 @@ void usage()
                  "                                  open IN and apply the steps in order\n"
                  "  effects                         list the effects and their parameters\n"
                  "  plugins                         list the LV2 effect plug-ins and their ports\n"
+                 "  recover --list | --delete | N OUT.wav\n"
+                 "                                  documents left by a program that was killed: list them,\n"
+                 "                                  remove them, or save number N as OUT.wav\n"
                  "  marks FILE [--time-format 1|24|25|30]\n"
                  "                                  list the time marks stored in FILE\n"
                  "  devices                         report the wave devices and the MIDI ports\n"
@@ -122,6 +125,8 @@ int main(int argc, char** argv)
         result = run_trigger_command(args);
     else if (command == "plugins")
         result = run_plugins_command(args);
+    else if (command == "recover")
+        result = run_recover_command(args);
     else {
         std::cerr << "ondrava-cli: unknown command " << command << "\n";
         usage();
