@@ -110,10 +110,15 @@ int write_waveform_file(CChildFrame& f, const std::string& path, const std::stri
     cue_points_to_write = timemarks_to_cue_points(f, selectionOnly ? f.nSelStart : 0,
                                                   selectionOnly ? f.nSelEnd : f.nTotalSamples + 1,
                                                   static_cast<double>(rate) / std::max<std::uint32_t>(1, f.wfx.nSamplesPerSec));
+    // More than 4 GiB of samples (a long document converted to more
+    // channels, bits or a higher rate) take the RF64 form.
+    const double outputBytes = static_cast<double>(total) * channels * (bits / 8) * rate /
+                               std::max(1.0, static_cast<double>(f.wfx.nChannels) * bytesPerSample * f.wfx.nSamplesPerSec);
     int headerWritten = 0;
     {
         const DocumentInfoForHeader info(f);
-        headerWritten = create_waveform_format_header(out, 0);
+        headerWritten = needs_rf64(static_cast<std::uint64_t>(outputBytes)) ? create_rf64_waveform_header(out)
+                                                                              : create_waveform_format_header(out, 0);
     }
     cue_points_to_write.clear();
     if (!headerWritten)

@@ -166,7 +166,7 @@ int RiffFile::createChunk(ChunkInfo& ck, unsigned flags)
     put_le32(header, ck.ckid);
     put_le32(header + 4, ck.cksize);
     long long length = 8;
-    if (ck.ckid == kRiff || ck.ckid == kList) {
+    if (ck.ckid == kRiff || ck.ckid == kList || ck.ckid == kRf64) {
         put_le32(header + 8, ck.fccType);
         length = 12;
     }

@@ -38,14 +38,33 @@ std::string current_directory_with_slash()
     return dir;
 }
 
-int create_waveform_format_header(RiffFile& file, std::uint32_t dataSize)
+namespace {
+
+constexpr std::uint32_t kDs64Size = 28;  // RIFF size, data size, sample count, an empty table
+
+int writeHeader(RiffFile& file, std::uint32_t dataSize, bool wide)
 {
     riff_chunk_info = ChunkInfo{};
     riff_chunk_info.fccType = kWave;
     riff_chunk_info.cksize = 0;
-    if (file.createChunk(riff_chunk_info, MMIO_CREATERIFF) != MMSYSERR_NOERROR) {
+    if (wide) {
+        riff_chunk_info.ckid = kRf64;
+        riff_chunk_info.cksize = 0xFFFFFFFFu;
+    }
+    if (file.createChunk(riff_chunk_info, wide ? 0 : MMIO_CREATERIFF) != MMSYSERR_NOERROR) {
         NewErrMsg(5031);
         return 0;
+    }
+    if (wide) {
+        ChunkInfo ds64;
+        ds64.ckid = kDs64;
+        ds64.cksize = kDs64Size;
+        const unsigned char zeros[kDs64Size] = {};
+        if (file.createChunk(ds64, 0) != MMSYSERR_NOERROR || file.write(zeros, kDs64Size) != kDs64Size ||
+            file.ascend(ds64) != MMSYSERR_NOERROR) {
+            NewErrMsg(5031);
+            return 0;
+        }
     }
     if (info_chunk_present && last_info_list &&
         write_info_list(&file, last_info_list.get()) != INFO_OK) {
@@ -70,7 +89,7 @@ int create_waveform_format_header(RiffFile& file, std::uint32_t dataSize)
     }
     data_chunk_info = ChunkInfo{};
     data_chunk_info.ckid = kData;
-    data_chunk_info.cksize = dataSize;
+    data_chunk_info.cksize = wide ? 0xFFFFFFFFu : dataSize;
     if (file.createChunk(data_chunk_info, 0) != MMSYSERR_NOERROR) {
         NewErrMsg(5031);
         return 0;
@@ -78,8 +97,51 @@ int create_waveform_format_header(RiffFile& file, std::uint32_t dataSize)
     return 1;
 }
 
+// Completes an RF64 file: the 64-bit sizes go into "ds64"; the 32-bit fields
+// stay all ones, as the form has them.
+int completeRf64(RiffFile& file)
+{
+    const long long end = file.position();
+    const long long dataSize = end - static_cast<long long>(data_chunk_info.dwDataOffset);
+    if (dataSize < 0)
+        return MMIOERR_CANNOTSEEK;
+    if (dataSize & 1) {
+        const unsigned char pad = 0;
+        if (file.write(&pad, 1) != 1)
+            return MMIOERR_CANNOTWRITE;
+    }
+    const long long riffSize = file.position() - 8;
+    const std::uint32_t frame = std::max<std::uint32_t>(1, wave_fmt_record.nBlockAlign);
+    unsigned char sizes[24];
+    put_le64(sizes, static_cast<std::uint64_t>(riffSize));
+    put_le64(sizes + 8, static_cast<std::uint64_t>(dataSize));
+    put_le64(sizes + 16, static_cast<std::uint64_t>(dataSize) / frame);
+    const long long at = file.position();
+    // "RF64", its size and "WAVE", then the ds64 chunk's id and size.
+    if (file.seek(20, SEEK_SET) < 0 || file.write(sizes, sizeof sizes) != static_cast<long long>(sizeof sizes) ||
+        file.seek(at, SEEK_SET) < 0)
+        return MMIOERR_CANNOTWRITE;
+    data_chunk_info.dwFlags &= ~MMIO_DIRTY;
+    riff_chunk_info.dwFlags &= ~MMIO_DIRTY;
+    return MMSYSERR_NOERROR;
+}
+
+}  // namespace
+
+int create_waveform_format_header(RiffFile& file, std::uint32_t dataSize) { return writeHeader(file, dataSize, false); }
+
+int create_rf64_waveform_header(RiffFile& file) { return writeHeader(file, 0, true); }
+
+bool needs_rf64(std::uint64_t dataBytes)
+{
+    // Room for the header, INFO and cue chunks inside the 32-bit RIFF size.
+    return dataBytes > 0xFFFFFFFFull - (16u << 20);
+}
+
 int ascend_and_update_waveform_file(RiffFile& file)
 {
+    if (riff_chunk_info.ckid == kRf64)
+        return completeRf64(file);
     const int first = file.ascend(data_chunk_info);
     const int second = file.ascend(riff_chunk_info);
     return second != MMSYSERR_NOERROR ? second : first;

@@ -12,6 +12,14 @@ struct ChunkInfo;
 // message 5031 has been shown and the file is left open for the caller.
 int create_waveform_format_header(RiffFile& file, std::uint32_t dataSize);
 
+// The same header in the RF64 form (EBU Tech 3306) for files whose samples
+// may pass 4 GiB: "RF64", a "ds64" chunk that will hold the 64-bit sizes,
+// and 32-bit size fields of all ones. ascend_and_update_waveform_file
+// completes it.
+int create_rf64_waveform_header(RiffFile& file);
+// Whether a file of `dataBytes` bytes of samples needs the RF64 form.
+bool needs_rf64(std::uint64_t dataBytes);
+
 // Ascends out of "data" and "RIFF", writing their true sizes. The file must be
 // positioned at the end of the samples; it may have been closed and reopened
 // since the header was written. Returns the second ascend's result, 0 = success.

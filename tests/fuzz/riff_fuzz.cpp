@@ -1,9 +1,13 @@
-// Feeds arbitrary bytes as a file to the header check, the chunk walker and
-// the INFO parser and the cue reader, and writes back any INFO list and cue
-// points it parsed to check that they read again the same.
+// Feeds arbitrary bytes as a file to the header check, the chunk walker, the
+// INFO parser, the cue reader, the ADPCM codec, the wave converter and the
+// JAF expansion, and writes back any INFO list and cue points it parsed to
+// check that they read again the same.
 
 #include "app/headless_ui_host.h"
+#include "wavefile/adpcm_codec.h"
 #include "wavefile/cue_chunk.h"
+#include "wavefile/jaf_blocks.h"
+#include "wavefile/wave_converter.h"
 #include "wavefile/riff_file.h"
 #include "wavefile/riff_info.h"
 #include "wavefile/wave_header.h"
@@ -15,12 +19,16 @@
 #include <fcntl.h>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
+// Scratch files live in memory when the machine has a memory file system:
+// every run writes a few.
 std::string scratch(const char* suffix)
 {
-    return "/tmp/ondrava-fuzz-" + std::to_string(getpid()) + suffix;
+    static const std::string folder = access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
+    return folder + "/ondrava-fuzz-" + std::to_string(getpid()) + suffix;
 }
 
 void writeAll(const std::string& name, const uint8_t* data, size_t size)
@@ -31,6 +39,45 @@ void writeAll(const std::string& name, const uint8_t* data, size_t size)
     if (size && std::fwrite(data, 1, size, f) != size)
         abort();
     std::fclose(f);
+}
+
+// The ADPCM codec straight on the file's format and data: whatever the
+// header says, the decoder and the encoder stay inside the room they are
+// given (the sanitizers watch every write).
+void exerciseCodec(const wave_io_info& info, const uint8_t* data, size_t size)
+{
+    const AdpcmFormat format = AdpcmFormat::fromBytes(info.fmt.data(), info.fmt.size());
+    const size_t offset = std::min<size_t>(info.dwDataOffset, size);
+    const size_t bytes = std::min<size_t>(info.dwDataBytes, size - offset);
+    const uint8_t* samples = data + offset;
+    std::vector<unsigned char> out(4096 + static_cast<size_t>(data[size - 1]) * 16);
+    AdpcmFormat pcm;
+    pcm.formatTag = 1;
+    pcm.channels = format.channels;
+    pcm.bitsPerSample = (data[0] & 2) ? 16 : 8;
+    pcm.coefficients.clear();
+    const size_t decoded = decode_adpcm_block(format, samples, pcm, out.data(), bytes, out.size());
+    if (decoded > out.size())
+        abort();
+    if (adpcm_format_is_sound(format) && format.channels >= 1 && format.channels <= 2) {
+        AdpcmFormat destination = format;
+        destination.coefficients.assign(adpcm_standard_coefficients().begin(), adpcm_standard_coefficients().end());
+        const size_t encoded = encode_adpcm_block(pcm, samples, destination, out.data(), bytes, out.size());
+        if (encoded > out.size())
+            abort();
+    }
+    // The JAF expansion at the ratio the average-bytes field records.
+    if (const auto ratio = jaf_ratio_from_average_bytes(info.fmt.size() >= 12 ? static_cast<uint32_t>(
+                                                             info.fmt[8] | info.fmt[9] << 8 | info.fmt[10] << 16 |
+                                                             static_cast<uint32_t>(info.fmt[11]) << 24)
+                                                                              : 0)) {
+        const int channels = format.channels == 2 ? 2 : 1;
+        std::vector<uint8_t> input(bytes + 4, 128);
+        std::copy(samples, samples + bytes, input.begin());
+        std::vector<int16_t> expanded(2048);
+        jaf_expand_block(input.data(), bytes / static_cast<size_t>(channels) * static_cast<size_t>(channels),
+                         expanded.data(), expanded.size(), channels, *ratio);
+    }
 }
 
 }  // namespace
@@ -50,7 +97,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     ReadInputWaveformHeader(input, 1);
 
     std::unique_ptr<wave_io_info> info;
-    if (wioFileOpen(&info, input.c_str(), 0) == WIOERR_NOERROR && info->pInfo) {
+    const int walked = wioFileOpen(&info, input.c_str(), 0);
+    if (walked == WIOERR_NOERROR && size > 0) {
+        exerciseCodec(*info, data, size);
+        // The whole wave converter, file to file, as the program runs it.
+        const std::string converted = scratch(".conv");
+        convert_wave_file(nullptr, input, converted);
+        std::remove(converted.c_str());
+    }
+    if (walked == WIOERR_NOERROR && info->pInfo) {
         const std::string copy = scratch(".info");
         RiffFile out;
         if (!out.open(copy, RiffFile::Mode::Create))

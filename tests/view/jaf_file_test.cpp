@@ -83,13 +83,27 @@ TEST(JafTest, DecimationKeepsEvenIndicesAndExpansionDrawsLines)
     bytes[1] = 130;  // 512
     bytes[2] = 126;  // -512
     std::vector<std::int16_t> wide(64, 7);
-    jaf_expand_block(bytes.data(), 3, wide.data(), 1, 2.0f);
+    jaf_expand_block(bytes.data(), 3, wide.data(), wide.size(), 1, 2.0f);
     EXPECT_EQ(wide[0], 0);
     EXPECT_EQ(wide[1], 256);
     EXPECT_EQ(wide[2], 512);
     EXPECT_EQ(wide[3], 0);
     EXPECT_EQ(wide[4], -512);
     EXPECT_EQ(wide[5], -256) << "towards the next byte (128: silence)";
+    // Nothing is written past the room it is given.
+    std::vector<std::int16_t> narrow(6, 7);
+    jaf_expand_block(bytes.data(), 3, narrow.data(), 4, 1, 2.0f);
+    EXPECT_EQ(narrow[3], 0);
+    EXPECT_EQ(narrow[4], 7);
+    EXPECT_EQ(narrow[5], 7);
+
+    // The ratios a file may record: those around the compression's five;
+    // a hostile average-bytes field (0, 1, twice the rate) is refused.
+    ASSERT_TRUE(jaf_ratio_from_average_bytes(29999));
+    EXPECT_FLOAT_EQ(*jaf_ratio_from_average_bytes(29999), 44100.0f / 29999.0f);
+    EXPECT_TRUE(jaf_ratio_from_average_bytes(15624));
+    for (std::uint32_t hostile : {0u, 1u, 10000u, 88200u, 0xFFFFFFFFu})
+        EXPECT_FALSE(jaf_ratio_from_average_bytes(hostile)) << hostile;
 }
 
 class JafFileTest : public DocumentTest {
