@@ -175,6 +175,9 @@ CMainFrame::CMainFrame() : m_mdi(new QMdiArea(this)), m_timer(new QTimer(this))
 
 CMainFrame::~CMainFrame()
 {
+    // Documents still open go with the MDI area after the menus have gone:
+    // their activation must no longer reach this frame.
+    disconnect(m_mdi, nullptr, this, nullptr);
     PlaybackEngine& engine = PlaybackEngine::instance();
     engine.stop_playback();
     engine.setHost(nullptr);

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <ctime>
+#include <filesystem>
 #include <unistd.h>
 
 namespace {
@@ -55,7 +56,10 @@ void journal_document(const CChildFrame& f)
         return;
     JournalRecord record;
     record["working"] = f.szFileName;
-    record["original"] = f.szPathName;
+    // Where the document came from, wherever the program was started.
+    std::error_code error;
+    record["original"] = f.szPathName.empty() ? std::string()
+                                              : std::filesystem::absolute(f.szPathName, error).lexically_normal().string();
     record["display"] = f.szDisplayName;
     record["channels"] = std::to_string(f.wfx.nChannels);
     record["bits"] = std::to_string(f.wfx.wBitsPerSample);

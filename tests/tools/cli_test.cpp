@@ -1,73 +1,18 @@
 // Drives the ondrava-cli executable as a user or a script would.
 
-#include "support/temp_dir_test.h"
+#include "support/cli_fixture.h"
 #include "support/wav_builder.h"
 
 #include <QImage>
 #include <filesystem>
 #include <fcntl.h>
-#include <spawn.h>
 #include <sstream>
 #include <sys/wait.h>
-
-extern char** environ;
 
 using Bytes = WavBuilder::Bytes;
 using W = WavBuilder;
 
-class CliTest : public TempDirTest {
-protected:
-    struct Run {
-        int exitCode = -1;
-        std::string out;
-        std::string err;
-    };
-
-    // Runs ondrava-cli in the temp folder with its own profile and data folder.
-    Run cli(const std::vector<std::string>& args)
-    {
-        std::vector<std::string> env = {"HOME=" + path("home"), "XDG_CONFIG_HOME=" + path("config"),
-                                        "ONDRAVA_HOME=" + path("ondrava"), "PATH=/usr/bin:/bin"};
-        std::vector<std::string> argv = {ONDRAVA_CLI};
-        argv.insert(argv.end(), args.begin(), args.end());
-        std::vector<char*> argp, envp;
-        for (auto& a : argv)
-            argp.push_back(a.data());
-        argp.push_back(nullptr);
-        for (auto& e : env)
-            envp.push_back(e.data());
-        envp.push_back(nullptr);
-
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_addchdir_np(&actions, path("").c_str());
-        posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-        posix_spawn_file_actions_addopen(&actions, 1, path("stdout").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        posix_spawn_file_actions_addopen(&actions, 2, path("stderr").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        pid_t pid = 0;
-        Run run;
-        if (posix_spawn(&pid, argp[0], &actions, nullptr, argp.data(), envp.data()) == 0) {
-            int status = 0;
-            waitpid(pid, &status, 0);
-            run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-        }
-        posix_spawn_file_actions_destroy(&actions);
-        const Bytes out = readFile(path("stdout"));
-        const Bytes err = readFile(path("stderr"));
-        run.out.assign(out.begin(), out.end());
-        run.err.assign(err.begin(), err.end());
-        return run;
-    }
-
-    std::vector<std::string> lines(const std::string& text)
-    {
-        std::vector<std::string> result;
-        std::istringstream in(text);
-        for (std::string line; std::getline(in, line);)
-            result.push_back(line);
-        return result;
-    }
-};
+using CliTest = CliFixture;
 
 TEST_F(CliTest, InfoPrintsTheFormatAndTheInfoItems)
 {

@@ -1,12 +1,14 @@
 #include "app/atomic_file.h"
 #include "view/document_save.h"
 #include "wavefile/helper_programs.h"
+#include "wavefile/riff_info.h"
 #include "wavefile/wave_header.h"
 #include "wavefile/wave_io.h"
 
 #include "support/document_test.h"
 
 #include <cmath>
+#include <map>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -241,4 +243,78 @@ TEST_F(DocumentSaveTest, CopyWholeFileCopiesAllOrTheDocumentsLengthFromTheEnd)
     EXPECT_EQ(copy_whole_file(*f, path("no/dir/x.wav"), path("tone.wav"), nullptr, 0), 0);
     EXPECT_EQ(shownTexts().back(), "Files 624: Cannot create output file " + path("no/dir/x.wav"));
     EXPECT_EQ(host.shown().back().caption, "Oops...");
+}
+
+namespace {
+
+// A "LIST"/"INFO" chunk with the given items (id, text).
+Bytes infoChunk(const std::vector<std::pair<std::string, std::string>>& items)
+{
+    Bytes body = {'I', 'N', 'F', 'O'};
+    for (const auto& [id, text] : items) {
+        Bytes value(text.begin(), text.end());
+        value.push_back(0);
+        const Bytes item = WavBuilder::chunk(id.c_str(), value);
+        body.insert(body.end(), item.begin(), item.end());
+    }
+    return WavBuilder::chunk("LIST", body);
+}
+
+}  // namespace
+
+// The INFO items of an ordinary PCM file (what many programs write after the
+// samples) come through open, an edit and a save, and stay with their
+// document: another document's save never carries them.
+TEST_F(DocumentSaveTest, InfoItemsStayWithTheirDocument)
+{
+    const Bytes samples = WavBuilder::randomBytes(4000, 21);
+    writeFile(path("tagged.wav"),
+              WavBuilder::riff({WavBuilder::chunk("fmt ", WavBuilder::fmtBody(1, 2, 44100, 16)),
+                                WavBuilder::chunk("data", samples),
+                                infoChunk({{"IART", "The Artist"}, {"INAM", "A Title"}, {"ICMT", "Some comments"},
+                                           {"ITRK", "7"}})}));
+    auto tagged = open_document_file(path("tagged.wav"));
+    ASSERT_TRUE(tagged);
+    EXPECT_TRUE(shownTexts().empty()) << "an item outside the table is kept without a question";
+    auto plain = openTone(2, 16, 22050, 1000);
+    ASSERT_TRUE(plain);
+
+    // An edit on the tagged document, then saves of both, in turn.
+    tagged->bHighlight = 1;
+    tagged->nSelStart = 0;
+    tagged->nSelEnd = 1000;
+    ASSERT_EQ(save_waveform_file(*tagged, path("tagged-out.wav"), 1, 0), 1);
+    ASSERT_EQ(save_waveform_file(*plain, path("plain-out.wav"), 0, 0), 1);
+    // A file read through the chunk walker in between leaves nothing behind either.
+    std::unique_ptr<wave_io_info> walked;
+    host.setDefaultAgree(true);  // it asks about the item outside the table
+    ASSERT_EQ(wioFileOpen(&walked, path("tagged.wav").c_str(), 0), WIOERR_NOERROR);
+    ASSERT_EQ(save_waveform_file(*plain, path("plain-out2.wav"), 0, 0), 1);
+
+    const auto items = [&](const std::string& file) {
+        std::map<std::string, std::string> found;
+        if (const auto list = read_info_list(file)) {
+            for (int i = 0; i < kInfoItemCount; ++i)
+                if (const auto value = info_item_value(*list, i))
+                    found[info_item_definition(i).id] = *value;
+            if (!list->unknown.empty())
+                found["unknown"] = std::string(list->unknown.begin(), list->unknown.end());
+        }
+        return found;
+    };
+    const auto saved = items(path("tagged-out.wav"));
+    EXPECT_EQ(saved.at("IART"), "The Artist");
+    EXPECT_EQ(saved.at("INAM"), "A Title");
+    EXPECT_EQ(saved.at("ICMT"), "Some comments");
+    ASSERT_EQ(saved.count("unknown"), 1u);
+    EXPECT_NE(saved.at("unknown").find("ITRK"), std::string::npos);
+    EXPECT_TRUE(items(path("plain-out.wav")).empty());
+    EXPECT_TRUE(items(path("plain-out2.wav")).empty());
+
+    // The saved file opens again with the same items and the same samples.
+    auto again = open_document_file(path("tagged-out.wav"));
+    ASSERT_TRUE(again);
+    ASSERT_TRUE(again->infoList);
+    EXPECT_EQ(info_item_value(*again->infoList, find_info_item(make_fourcc("IART"))), "The Artist");
+    EXPECT_EQ(readFile(again->szFileName), Bytes(samples.begin(), samples.begin() + 2000));
 }

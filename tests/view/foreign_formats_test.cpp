@@ -4,6 +4,7 @@
 // converter protocol's failures.
 
 #include "app/app_paths.h"
+#include "app/atomic_file.h"
 #include "app/file_names.h"
 #include "view/document_save.h"
 #include "view/mp3_export.h"
@@ -221,6 +222,8 @@ TEST_F(ForeignFormatsTest, FailuresOpenNothingAndLoseNothing)
     // A missing converter.
     setenv("ONDRAVA_CRVCNVRT", path("no-such-helper").c_str(), 1);
     EXPECT_EQ(run_foreign_converter(path("src.wav"), path("x.aif")), 0);
+    ASSERT_FALSE(host.shown().empty());
+    EXPECT_EQ(host.shown().back().text, "CRVCNVRT.EXE missing.");
     EXPECT_EQ(save_by_type(*doc, path("y.au"), 3, 0), 0);
     EXPECT_FALSE(file_exists(path("y.au")));
     // A converter that never finishes: Escape ends the wait.
@@ -245,6 +248,7 @@ TEST_F(ForeignFormatsTest, FailuresOpenNothingAndLoseNothing)
     ::chmod(dies.c_str(), 0755);
     setenv("ONDRAVA_CRVCNVRT", dies.c_str(), 1);
     EXPECT_EQ(open_by_type(path("src.aif"), 2), 0);
+    EXPECT_NE(host.shown().back().text.find("CRVCNVRT.EXE stopped"), std::string::npos) << host.shown().back().text;
     EXPECT_EQ(run_helper_until_finished(stuck, {}, 0, 10, 5), HelperWait::TimedOut);
     EXPECT_EQ(run_helper_until_finished(dies, {}, 0, 10, 1000), HelperWait::Ended);
     unsetenv("ONDRAVA_CRVCNVRT");
@@ -421,4 +425,101 @@ TEST_F(ForeignFormatsTest, RealMediaGoesThroughAnAviIntoTheEncoder)
               0);
     EXPECT_EQ(encode_realmedia(path("mute.avi"), path("mute.rm"), RealMediaSettings{}, {}), 0);
     EXPECT_EQ(host.shown().back().text, "AVIFileGetStream failed for audio");
+}
+
+// Opening a foreign file makes a WAVE file beside it; one that is already
+// there is replaced only with the user's yes, and a failure removes only
+// what it made.
+TEST_F(ForeignFormatsTest, NeighboursAreNeverOverwrittenWithoutAYes)
+{
+    const std::vector<std::int16_t> original = samples16(WavBuilder::pcm(2, 22050, 16, source));
+    ASSERT_EQ(run("sox '" + path("src.wav") + "' -t au '" + path("made.au") + "'"), 0);
+    const Bytes mine = WavBuilder::pcm(1, 8000, 8, Bytes(100, 7));
+    writeFile(path("made.WAV"), mine);
+
+    // No: the user's file stays, the conversion takes the next free name,
+    // and the question said which.
+    host.setDefaultAgree(false);
+    host.clearShown();
+    ASSERT_EQ(open_by_type(path("made.au"), file_type_of(path("made.au"))), 1);
+    EXPECT_EQ(szOpenedFileName, path("made-2.WAV"));
+    EXPECT_EQ(readFile(path("made.WAV")), mine);
+    EXPECT_EQ(samples16(readFile(path("made-2.WAV"))), original);
+    ASSERT_FALSE(host.shown().empty());
+    EXPECT_NE(host.shown().front().text.find("made.WAV already exists beside made.au"), std::string::npos);
+    EXPECT_NE(host.shown().front().text.find("made-2.WAV"), std::string::npos);
+
+    // Yes: replaced by the finished conversion.
+    host.setDefaultAgree(true);
+    ASSERT_EQ(open_by_type(path("made.au"), file_type_of(path("made.au"))), 1);
+    EXPECT_EQ(szOpenedFileName, path("made.WAV"));
+    EXPECT_EQ(samples16(readFile(path("made.WAV"))), original);
+
+    // A failed conversion beside an existing file: yes or no, the file stays
+    // and nothing new is left.
+    writeFile(path("broken.aif"), Bytes(64, 0x41));
+    writeFile(path("broken.WAV"), mine);
+    for (bool agree : {true, false}) {
+        host.setDefaultAgree(agree);
+        EXPECT_EQ(open_by_type(path("broken.aif"), 2), 0);
+        EXPECT_EQ(readFile(path("broken.WAV")), mine);
+        EXPECT_FALSE(file_exists(path("broken-2.WAV")));
+    }
+    for (const std::string& name : filesIn(path("")))
+        EXPECT_FALSE(is_atomic_temporary_name(name)) << name;
+}
+
+// MP3 export writes beside the chosen name under temporary names: a file
+// named like the encoder's input is not touched, and a failed encoding
+// leaves the chosen name as it was.
+TEST_F(ForeignFormatsTest, AnMpThreeExportTouchesNothingButItsTarget)
+{
+    const Bytes mine = Bytes(1234, 9);
+    writeFile(path("keep.mp3.wav"), mine);
+    writeFile(path("keep.mp3"), mine);
+    ASSERT_EQ(save_by_type(*doc, path("keep.mp3"), kTypeMp3, 0), 1);
+    ASSERT_TRUE(wait_for_mp3_encoders(60000));
+    EXPECT_EQ(readFile(path("keep.mp3.wav")), mine);
+    EXPECT_NE(readFile(path("keep.mp3")), mine) << "replaced by the finished MP3";
+
+    // An encoder that fails: the old file stays, nothing else is left.
+    const std::string failing = path("fails.sh");
+    writeFile(failing, [] {
+        const std::string script = "#!/bin/sh\necho broken > \"${3%.wav}\"\nexit 1\n";
+        return Bytes(script.begin(), script.end());
+    }());
+    ::chmod(failing.c_str(), 0755);
+    setenv("ONDRAVA_BLADEENC", failing.c_str(), 1);
+    writeFile(path("other.mp3"), mine);
+    host.clearShown();
+    ASSERT_EQ(save_by_type(*doc, path("other.mp3"), kTypeMp3, 0), 1);
+    ASSERT_TRUE(wait_for_mp3_encoders(60000));
+    unsetenv("ONDRAVA_BLADEENC");
+    EXPECT_EQ(readFile(path("other.mp3")), mine);
+    ASSERT_FALSE(host.shown().empty());
+    EXPECT_NE(host.shown().back().text.find("BLADEENC.EXE did not finish"), std::string::npos);
+    for (const std::string& name : filesIn(path("")))
+        EXPECT_FALSE(is_atomic_temporary_name(name)) << name;
+}
+
+// A document from an AVI saved over that same AVI keeps all of its video.
+TEST_F(ForeignFormatsTest, SavingOverTheSourceAviKeepsItsVideo)
+{
+    const std::string made = path("movie.avi");
+    ASSERT_EQ(run("ffmpeg -v error -y -f lavfi -i testsrc=size=160x120:rate=10 -i '" + path("src.wav") +
+                  "' -t 0.18 -c:v mpeg4 -c:a pcm_s16le '" + made + "'"),
+              0);
+    const auto videoFrames = [&](const std::string& file) {
+        const std::string out = path("frames.txt");
+        run("ffprobe -v error -count_frames -select_streams v:0 -show_entries stream=nb_read_frames -of csv=p=0 '" +
+            file + "' > '" + out + "'");
+        const Bytes text = readFile(out);
+        return std::atoi(std::string(text.begin(), text.end()).c_str());
+    };
+    const int before = videoFrames(made);
+    ASSERT_GT(before, 0);
+    auto fromAvi = open_document_file(made);
+    ASSERT_TRUE(fromAvi);
+    ASSERT_EQ(save_by_type(*fromAvi, made, kTypeAvi, 0), 1);
+    EXPECT_EQ(videoFrames(made), before);
 }

@@ -216,3 +216,105 @@ TEST_F(AdpcmTest, AnAbortedConversionSaysItsDestinationIsCorrupt)
     ASSERT_TRUE(partial);
     EXPECT_EQ(partial->dwDataBytes, 3u * 256u);
 }
+
+namespace {
+
+// An ADPCM file with the standard coefficients whose header fields can lie.
+Bytes craftedAdpcm(std::uint16_t channels, std::uint16_t blockAlign, std::uint16_t samplesPerBlock, const Bytes& data)
+{
+    AdpcmFormat f;
+    f.channels = channels;
+    f.samplesPerSec = 22050;
+    f.blockAlign = blockAlign;
+    f.samplesPerBlock = samplesPerBlock;
+    f.coefficients.assign(adpcm_standard_coefficients().begin(), adpcm_standard_coefficients().end());
+    Bytes fmt = f.toBytes();
+    return W::riff({W::chunk("fmt ", fmt), W::chunk("fact", {0, 1, 0, 0}), W::chunk("data", data)});
+}
+
+}  // namespace
+
+// Header fields that disagree with the block size: every one is checked
+// before anything is allocated or written from it.
+TEST_F(AdpcmTest, CraftedHeadersAreCheckedAgainstTheBlockSize)
+{
+    // Blocks of 2048 bytes that claim 4 samples each: each block gives its 4
+    // frames and no more (the decoder used to write every code of the block
+    // into room for 4).
+    Bytes blocks(4 * 2048, 0x11);
+    for (std::size_t b = 0; b < 4; ++b) {
+        blocks[b * 2048] = 0;       // predictor
+        blocks[b * 2048 + 1] = 16;  // delta
+        blocks[b * 2048 + 2] = 0;
+    }
+    writeFile(path("few.wav"), craftedAdpcm(1, 2048, 4, blocks));
+    ASSERT_EQ(convert_wave_file(nullptr, path("few.wav"), path("few.pcm.wav")), 1);
+    auto few = info(path("few.pcm.wav"));
+    ASSERT_TRUE(few);
+    EXPECT_EQ(few->dwDataBytes, 4u * 4u);  // 4 blocks of 4 one-byte samples
+
+    // More samples than a block can hold, none at all, or one: refused.
+    for (std::uint16_t perBlock : {std::uint16_t{4000}, std::uint16_t{1}, std::uint16_t{0xFFFF}}) {
+        writeFile(path("lying.wav"), craftedAdpcm(2, 512, perBlock, Bytes(2048, 0)));
+        host.clearShown();
+        EXPECT_EQ(convert_wave_file(nullptr, path("lying.wav"), path("lying.pcm.wav")), 0) << perBlock;
+        ASSERT_FALSE(host.shown().empty());
+        EXPECT_EQ(host.shown().back().text, "This ADPCM wave file is not valid for conversion!");
+    }
+    // A PCM source whose block align disagrees with its samples.
+    Bytes pcm = tonePcm(1, 22050, 4000);
+    pcm[12 + 8 + 12] = 64;  // nBlockAlign
+    writeFile(path("odd.wav"), pcm);
+    EXPECT_EQ(convert_wave_file(nullptr, path("odd.wav"), path("odd.adpcm.wav")), 0);
+
+    // The codec checks the same on its own and never writes past its room.
+    AdpcmFormat lying;
+    lying.channels = 1;
+    lying.blockAlign = 256;
+    lying.samplesPerBlock = 2000;
+    lying.coefficients.assign(adpcm_standard_coefficients().begin(), adpcm_standard_coefficients().end());
+    AdpcmFormat out8;
+    out8.formatTag = 1;
+    out8.bitsPerSample = 8;
+    std::vector<unsigned char> room(600, 0xEE);
+    Bytes block(256, 0);
+    block[1] = 16;
+    EXPECT_EQ(decode_adpcm_block(lying, block.data(), out8, room.data(), block.size(), 500), 0u);
+    lying.samplesPerBlock = 500;
+    EXPECT_EQ(decode_adpcm_block(lying, block.data(), out8, room.data(), block.size(), 499), 0u) << "no whole block fits";
+    EXPECT_EQ(decode_adpcm_block(lying, block.data(), out8, room.data(), block.size(), 500), 500u);
+    EXPECT_EQ(room[500], 0xEE);
+}
+
+// A hostile step size: the largest delta a header can hold, and codes that
+// keep growing it. The step stays within what the adaptation can multiply,
+// so the output climbs to full scale and stays there.
+TEST_F(AdpcmTest, AHostileStepSizeIsClamped)
+{
+    AdpcmFormat f;
+    f.channels = 1;
+    f.blockAlign = 256;
+    f.samplesPerBlock = 500;
+    f.coefficients.assign(adpcm_standard_coefficients().begin(), adpcm_standard_coefficients().end());
+    AdpcmFormat out16;
+    out16.formatTag = 1;
+    out16.bitsPerSample = 16;
+    Bytes block(256, 0x77);  // every code +7: the biggest growth of the step
+    block[0] = 0;
+    block[1] = 0xFF;
+    block[2] = 0x7F;  // delta 32767
+    block[3] = block[4] = block[5] = block[6] = 0;
+    std::vector<unsigned char> out(1000);
+    ASSERT_EQ(decode_adpcm_block(f, block.data(), out16, out.data(), block.size(), out.size()), 1000u);
+    for (std::size_t i = 2; i < 500; ++i)
+        EXPECT_EQ(static_cast<std::int16_t>(out[2 * i] | out[2 * i + 1] << 8), 32767) << i;
+    // And a negative one is taken as the smallest step.
+    block[1] = 0x00;
+    block[2] = 0x80;
+    block.assign(block.size(), 0x00);
+    block[1] = 0x00;
+    block[2] = 0x80;
+    ASSERT_EQ(decode_adpcm_block(f, block.data(), out16, out.data(), block.size(), out.size()), 1000u);
+    for (std::size_t i = 0; i < 500; ++i)
+        EXPECT_EQ(static_cast<std::int16_t>(out[2 * i] | out[2 * i + 1] << 8), 0) << i;
+}

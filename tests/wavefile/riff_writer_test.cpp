@@ -174,3 +174,57 @@ TEST_F(RiffWriterTest, ANewEmptyFileIsFiftyTwoBytesOfFixedContent)
     EXPECT_EQ(le32At(b, 28), 4u * 22050u);
     EXPECT_EQ(b[34], 8);
 }
+
+// Past 4 GiB of samples the file takes the RF64 form: the 32-bit sizes stay
+// all ones and the true sizes go into "ds64". (The samples are a sparse hole
+// here: only the header and the last bytes are written.)
+TEST_F(RiffWriterTest, Rf64FilesCarryTheirSizesInDs64)
+{
+    EXPECT_FALSE(needs_rf64(0xFFFFFFFFull - (16u << 20)));
+    EXPECT_TRUE(needs_rf64(0xFFFFFFFFull));
+
+    setFormat(2, 16, 48000);
+    RiffFile file;
+    ASSERT_TRUE(file.open(path("wide.wav"), RiffFile::Mode::Create));
+    ASSERT_EQ(create_rf64_waveform_header(file), 1);
+    const long long start = file.position();
+    EXPECT_EQ(start, 12 + 36 + 24 + 8);
+    const long long dataBytes = (5ll << 30) + 4;  // 5 GiB and a frame
+    ASSERT_GE(file.seek(start + dataBytes - 4, SEEK_SET), 0);
+    const unsigned char last[4] = {1, 2, 3, 4};
+    ASSERT_EQ(file.write(last, 4), 4);
+    ASSERT_EQ(ascend_and_update_waveform_file(file), 0);
+    ASSERT_TRUE(file.close());
+
+    std::ifstream in(path("wide.wav"), std::ios::binary);
+    Bytes head(80);
+    in.read(reinterpret_cast<char*>(head.data()), 80);
+    EXPECT_EQ(std::string(head.begin(), head.begin() + 4), "RF64");
+    EXPECT_EQ(le32At(head, 4), 0xFFFFFFFFu);
+    EXPECT_EQ(std::string(head.begin() + 8, head.begin() + 16), "WAVEds64");
+    EXPECT_EQ(le32At(head, 16), 28u);
+    auto le64At = [&](size_t at) { return le32At(head, at) | static_cast<std::uint64_t>(le32At(head, at + 4)) << 32; };
+    EXPECT_EQ(le64At(20), static_cast<std::uint64_t>(start + dataBytes - 8));
+    EXPECT_EQ(le64At(28), static_cast<std::uint64_t>(dataBytes));
+    EXPECT_EQ(le64At(36), static_cast<std::uint64_t>(dataBytes / 4));
+    EXPECT_EQ(std::string(head.begin() + 48, head.begin() + 52), "fmt ");
+    EXPECT_EQ(std::string(head.begin() + 72, head.begin() + 76), "data");
+    EXPECT_EQ(le32At(head, 76), 0xFFFFFFFFu);
+
+    // Read back: the size is understood, and it is more than a document holds.
+    host.clearShown();
+    EXPECT_EQ(ReadInputWaveformHeader(path("wide.wav"), 1), 0);
+    ASSERT_EQ(shownTexts().size(), 1u);
+    EXPECT_NE(shownTexts()[0].find(std::to_string(dataBytes) + " bytes"), std::string::npos) << shownTexts()[0];
+
+    // A small RF64 file reads like any other.
+    ASSERT_TRUE(file.open(path("small.wav"), RiffFile::Mode::Create));
+    ASSERT_EQ(create_rf64_waveform_header(file), 1);
+    const Bytes samples = WavBuilder::randomBytes(1001 * 4, 3);
+    ASSERT_EQ(file.write(samples.data(), static_cast<long long>(samples.size())), static_cast<long long>(samples.size()));
+    ASSERT_EQ(ascend_and_update_waveform_file(file), 0);
+    ASSERT_TRUE(file.close());
+    ASSERT_EQ(ReadInputWaveformHeader(path("small.wav"), 1), 1);
+    EXPECT_EQ(data_chunk_size, samples.size());
+    EXPECT_EQ(data_chunk_offset, static_cast<std::uint64_t>(start));
+}
