@@ -1,7 +1,8 @@
-#include "app/progress.h"
 #include "app/main_frame.h"
 
 #include "app/app_paths.h"
+#include "app/progress.h"
+#include "app/recovery_question.h"
 #include "app/control_drawing.h"
 #include "app/logo_window.h"
 #include "app/messages.h"
@@ -867,6 +868,7 @@ void CMainFrame::startUp()
         }
     }
     read_preferences();
+    offerRecovery();
     if (preferences().showLogo)
         (new LogoWindow(this))->show();
     if (preferences().tipOfTheDay) {
@@ -876,6 +878,40 @@ void CMainFrame::startUp()
     }
     m_ticks = 0;
     m_timer->start(600);
+}
+
+void CMainFrame::offerRecovery()
+{
+    const std::vector<RecoverableDocument> left = find_recoverable_documents();
+    if (left.empty()) {
+        // Folders of ended programs with nothing worth offering go quietly.
+        delete_recoverable_documents();
+        return;
+    }
+    switch (ask_about_recovery(this, left)) {
+    case RecoveryAnswer::Keep:
+        return;
+    case RecoveryAnswer::Delete:
+        delete_recoverable_documents();
+        return;
+    case RecoveryAnswer::Open:
+        break;
+    }
+    bool allOpened = true;
+    for (const RecoverableDocument& d : left) {
+        auto frame = std::make_unique<CChildFrame>();
+        if (!open_raw_document(*frame, d.workingFile, d.bytes, d.channels, d.bits, d.rate, d.originalName,
+                               recovered_title(d))) {
+            allOpened = false;
+            continue;
+        }
+        addDocument(new ChildFrameWindow(std::move(frame)));
+    }
+    // Each opened document has its own copy now; the leftovers go only
+    // when every one of them made it.
+    if (allOpened)
+        delete_recoverable_documents();
+    updatePositionDisplays();
 }
 
 void CMainFrame::closeEvent(QCloseEvent* event)

@@ -45,8 +45,11 @@ public:
     int timerTicks() const { return m_ticks; }
 
     // Start-up after the window shows: tutorial handles, autostart, the
-    // preferences once more, logo and tip.
+    // preferences once more, documents left by a crash, logo and tip.
     void startUp();
+    // Offers the documents a program that crashed or was killed left behind:
+    // opened as recovered documents, deleted, or kept for later.
+    void offerRecovery();
 
 protected:
     void closeEvent(QCloseEvent* event) override;

@@ -26,6 +26,7 @@ constexpr const char* kRecordSuffix = ".rec";
 struct Instance {
     std::string directory;
     std::string dataDirectory;  // the data directory it was made in
+    pid_t owner = 0;            // the process that made it
     UniqueFd lock;
 };
 
@@ -134,12 +135,18 @@ std::string recordPath(const std::string& id)
 const std::string& instance_directory()
 {
     Instance& instance = self();
+    if (!instance.directory.empty() && instance.owner != ::getpid()) {
+        // A forked child: the folder and its lock are its parent's.
+        instance.lock.reset();
+        instance.directory.clear();
+    }
     if (!instance.directory.empty() && instance.dataDirectory == data_directory())
         return instance.directory;
     // The data directory has moved since the folder was made: the folder
     // moves with it (its journal is written anew as documents change).
     remove_instance_directory();
     instance.dataDirectory = data_directory();
+    instance.owner = ::getpid();
     make_directories(instancesRoot());
     std::random_device random;
     for (int attempt = 0; attempt < 100; ++attempt) {
@@ -171,7 +178,7 @@ std::string exchange_directory()
 void remove_instance_directory()
 {
     Instance& instance = self();
-    if (!instance.directory.empty() && instance.directory != instance.dataDirectory)
+    if (!instance.directory.empty() && instance.directory != instance.dataDirectory && instance.owner == ::getpid())
         removeTree(instance.directory);
     instance.lock.reset();
     instance.directory.clear();
