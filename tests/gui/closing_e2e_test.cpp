@@ -1,0 +1,100 @@
+// The whole program under a virtual display with a window manager, driven by
+// mouse and keys: a document is edited, and the program is asked to quit
+// (Ctrl+Q, then SIGTERM as at a log-out). It asks "OK to close" each time
+// instead of crashing, keeps everything on Cancel, and ends cleanly on OK
+// without touching the file it opened.
+
+#include "support/temp_dir_test.h"
+#include "support/wav_builder.h"
+
+#include <QImage>
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+using ClosingE2eTest = TempDirTest;
+
+namespace {
+
+// Pixels of the message box's light face in the middle of the screen, where
+// the question stands.
+long boxPixels(const QImage& shot)
+{
+    long count = 0;
+    for (int y = 300; y < 500; ++y)
+        for (int x = 400; x < 880; ++x)
+            count += (shot.pixel(x, y) & 0xFFFFFF) == (qRgb(239, 239, 239) & 0xFFFFFF);
+    return count;
+}
+
+}  // namespace
+
+TEST_F(ClosingE2eTest, QuittingWithAnEditedDocumentAsksAndNeverCrashes)
+{
+    WavBuilder::Bytes data;
+    for (int i = 0; i < 441000; ++i) {
+        const auto s = static_cast<std::int16_t>(std::sin(i * 2 * M_PI * 440 / 44100) * 20000);
+        WavBuilder::put16(data, static_cast<std::uint16_t>(s));
+        WavBuilder::put16(data, static_cast<std::uint16_t>(s / 3));
+    }
+    const WavBuilder::Bytes original = WavBuilder::pcm(2, 44100, 16, data);
+    writeFile(path("tone.wav"), original);
+    std::filesystem::create_directories(path("config/Ondrava"));
+    std::ofstream(path("config/Ondrava/Ondrava.ini"))
+        << "[Preferences]\nShow%20logo=no\nTip%20of%20the%20day=no\n";
+
+    const std::string shot = path("shot");
+    std::ofstream(path("drive.sh"))
+        << "openbox >/dev/null 2>&1 &\n"
+        << "sleep 1\n"
+        << "'" ONDRAVA_GUI "' '" << path("tone.wav") << "' &\n"
+        << "pid=$!\n"
+        << "win=$(xdotool search --sync --onlyvisible --name '^Ondrava$' | head -1)\n"
+        << "sleep 1.5\n"
+        << "eval $(xdotool getwindowgeometry --shell $win)\n"
+        // A highlight dragged across the waveform, then Cut: the document is modified.
+        << "xdotool mousemove $((X + 110)) $((Y + 200)) mousedown 1 mousemove $((X + 250)) $((Y + 200)) "
+           "mousemove $((X + 400)) $((Y + 200)) mouseup 1\n"
+        << "sleep 0.5\n"
+        << "xdotool key ctrl+x\n"
+        << "sleep 1\n"
+        << "xdotool key ctrl+q\n"
+        << "sleep 1.5\n"
+        << "import -window root '" << shot << "1.png'\n"
+        << "kill -0 $pid && echo alive-after-quit\n"
+        << "xdotool key Escape\n"
+        << "sleep 1\n"
+        << "import -window root '" << shot << "2.png'\n"
+        << "kill -TERM $pid\n"
+        << "sleep 1.5\n"
+        << "import -window root '" << shot << "3.png'\n"
+        << "kill -0 $pid && echo alive-after-term\n"
+        << "xdotool key Return\n"
+        << "wait $pid\n"
+        << "echo exit=$?\n";
+    const std::string command = "cd '" + path("") + "' && XDG_CONFIG_HOME='" + path("config") + "' ONDRAVA_HOME='" +
+                                path("ondrava") + "' xvfb-run -a -s '-screen 0 1280x800x24' bash '" +
+                                path("drive.sh") + "' > '" + path("run.log") + "' 2>&1";
+    ASSERT_EQ(std::system(command.c_str()), 0) << command;
+    const auto log = readFile(path("run.log"));
+    const std::string text(log.begin(), log.end());
+    EXPECT_NE(text.find("alive-after-quit"), std::string::npos) << text;
+    EXPECT_NE(text.find("alive-after-term"), std::string::npos) << text;
+    EXPECT_NE(text.find("exit=0"), std::string::npos) << text;
+
+    // The question is on screen after Ctrl+Q and after SIGTERM, gone after Cancel.
+    const QImage asked(QString::fromStdString(shot + "1.png"));
+    const QImage cancelled(QString::fromStdString(shot + "2.png"));
+    const QImage askedAgain(QString::fromStdString(shot + "3.png"));
+    ASSERT_FALSE(asked.isNull());
+    ASSERT_FALSE(cancelled.isNull());
+    ASSERT_FALSE(askedAgain.isNull());
+    EXPECT_GT(boxPixels(asked), boxPixels(cancelled) + 5000);
+    EXPECT_GT(boxPixels(askedAgain), boxPixels(cancelled) + 5000);
+
+    // The file it opened is as it was; its working files are gone.
+    EXPECT_EQ(readFile(path("tone.wav")), original);
+    for (const std::string& name : filesIn(path("ondrava/work")))
+        EXPECT_TRUE(name == "clipbord.clp" || name == "cliptext.clp") << name;
+}
