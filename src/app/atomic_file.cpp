@@ -92,6 +92,20 @@ void AtomicFile::abandon()
     m_temporary.clear();
 }
 
+void WritebackPacer::advance(long long writtenUpTo)
+{
+    constexpr long long kChunk = 8ll << 20;
+    while (writtenUpTo - m_started >= kChunk) {
+        // Writing of this chunk starts now; the one before it is waited for,
+        // so dirty pages stay few however large the file.
+        ::sync_file_range(m_fd, m_started, kChunk, SYNC_FILE_RANGE_WRITE);
+        if (m_started >= kChunk)
+            ::sync_file_range(m_fd, m_started - kChunk, kChunk,
+                              SYNC_FILE_RANGE_WAIT_BEFORE | SYNC_FILE_RANGE_WRITE | SYNC_FILE_RANGE_WAIT_AFTER);
+        m_started += kChunk;
+    }
+}
+
 bool sync_file(const std::string& path)
 {
     UniqueFd fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));

@@ -40,6 +40,19 @@ private:
     std::string m_temporary;
 };
 
+// Starts the disk writing a file's data while more of it is still being
+// written, so that the flush at the end finds little left to do: call
+// advance() with the file's length as it grows.
+class WritebackPacer {
+public:
+    explicit WritebackPacer(int fd) : m_fd(fd) {}
+    void advance(long long writtenUpTo);
+
+private:
+    int m_fd;
+    long long m_started = 0;
+};
+
 // Flushes a written file's data to the disk. false when the file cannot be
 // opened or the flush fails.
 bool sync_file(const std::string& path);

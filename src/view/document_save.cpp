@@ -146,6 +146,7 @@ int write_waveform_file(CChildFrame& f, const std::string& path, const std::stri
         ErrMsg("Cannot write output WAVE file %s: %s", target.c_str(), std::strerror(errno ? errno : ENOSPC));
         return false;
     };
+    WritebackPacer writeback(out.fd());
     std::uint64_t done = 0;
     while (done < total) {
         if (total - done < block)
@@ -165,6 +166,7 @@ int write_waveform_file(CChildFrame& f, const std::string& path, const std::stri
         } else if (!writeOut(buffer.data(), static_cast<std::size_t>(got))) {
             return 0;
         }
+        writeback.advance(out.position());
         show_percent_done(progress.box, static_cast<int>(static_cast<double>(done) * 100.0 / (total + 1.0)));
         done += static_cast<std::uint64_t>(got);
         if (cancel_button_pressed(progress.box))
