@@ -1,5 +1,6 @@
 #include "edit/plugin_host.h"
 
+#include "app/atomic_file.h"
 #include "app/file_names.h"
 #include "app/messages.h"
 #include "app/posix_io.h"
@@ -163,8 +164,10 @@ bool readWave(const std::string& path, Signal& s, std::string& error)
 
 bool writeWave(const std::string& path, const Signal& s)
 {
+    // Complete or not there at all: the program splices this file in.
+    AtomicFile staged;
     RiffFile out;
-    if (!out.open(path, RiffFile::Mode::Create) ||
+    if (!staged.begin(path) || !out.open(staged.temporaryPath(), RiffFile::Mode::Create) ||
         !create_plain_waveform_header(out, s.channels, s.rate, s.bits))
         return false;
     const int frameBytes = s.channels * s.bits / 8;
@@ -182,7 +185,7 @@ bool writeWave(const std::string& path, const Signal& s)
             }
         }
     return out.write(raw.data(), static_cast<long long>(raw.size())) == static_cast<long long>(raw.size()) &&
-           ascend_and_update_waveform_file(out) == MMSYSERR_NOERROR && out.close();
+           ascend_and_update_waveform_file(out) == MMSYSERR_NOERROR && out.close() && staged.commit();
 }
 
 const LilvPlugin* findPlugin(World& w, const std::string& uri)

@@ -2,16 +2,19 @@
 
 #include "app/app_paths.h"
 #include "app/file_names.h"
+#include "app/instance_files.h"
 #include "app/messages.h"
 #include "app/posix_io.h"
 #include "app/progress.h"
 #include "app/unique_fd.h"
 #include "view/child_frame.h"
+#include "wavefile/helper_programs.h"
 #include "wavefile/pcm_converter.h"
 #include "wavefile/wave_state.h"
 
 #include <cstdio>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <fstream>
 #include <new>
 #include <sstream>
@@ -22,7 +25,15 @@ HWND clipboard_source_frame = nullptr;
 
 std::string clipboard_data_path() { return join_path(data_directory(), "clipbord.clp"); }
 std::string clipboard_text_path() { return join_path(data_directory(), "cliptext.clp"); }
-std::string clipboard_converted_path() { return join_path(data_directory(), "convclip.clp"); }
+// The clipboard converted for one paste: this program's own.
+std::string clipboard_converted_path() { return exchange_file_path("convclip.clp"); }
+
+ClipboardLock::ClipboardLock(bool writing)
+    : m_fd(::open(join_path(data_directory(), "clipbord.lck").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644))
+{
+    if (m_fd.valid())
+        ::flock(m_fd.get(), writing ? LOCK_EX : LOCK_SH);
+}
 
 std::string format_text(const ClipboardFormat& f)
 {
@@ -54,15 +65,14 @@ int copy_to_pseudo_clipboard(CChildFrame& f)
         nChannelSelector = f.bLeftChannel ? 2 : 3;
         bCopyOneChannel = 1;
     }
-    const std::string data = clipboard_data_path();
-    {
-        const int fd = ::open(data.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-        if (fd < 0) {
-            bCopyOneChannel = 0;
-            NewErrMsg(5031);
-            return 0;
-        }
-        ::close(fd);
+    // The clipboard is shared by every running program: it is made under a
+    // name of its own and takes the shared names only when complete, the
+    // samples and their format together, under the clipboard's lock.
+    std::string data;
+    if (!create_work_file(data, ".clp").valid()) {
+        bCopyOneChannel = 0;
+        NewErrMsg(5031);
+        return 0;
     }
     const auto bps = static_cast<std::uint32_t>(f.bytesPerSample());
     const std::uint32_t start = (std::min(f.nSelStart, f.nTotalSamples) * bps) & ~3u;
@@ -70,11 +80,26 @@ int copy_to_pseudo_clipboard(CChildFrame& f)
     const int copied =
         f.copy_file_to_file(data, f.szFileName, end > start ? end - start : 0, start, -1, 0, "Copying file...");
     bCopyOneChannel = 0;
+    std::string text;
+    const bool textWritten = copied && [&] {
+        if (!create_work_file(text, ".clp").valid())
+            return false;
+        std::ofstream out(text, std::ios::trunc);
+        out << format_text(format_of(f));
+        return static_cast<bool>(out.flush());
+    }();
+    bool installed = false;
+    if (textWritten) {
+        const ClipboardLock lock(true);
+        installed = ::rename(data.c_str(), clipboard_data_path().c_str()) == 0 &&
+                    ::rename(text.c_str(), clipboard_text_path().c_str()) == 0;
+    }
+    ::unlink(data.c_str());
+    if (!text.empty())
+        ::unlink(text.c_str());
     if (!copied)
         return 0;
-    std::ofstream text(clipboard_text_path(), std::ios::trunc);
-    text << format_text(format_of(f));
-    if (!text.flush()) {
+    if (!installed) {
         NewErrMsg(5031);
         return 0;
     }
@@ -84,11 +109,21 @@ int copy_to_pseudo_clipboard(CChildFrame& f)
 
 std::optional<InsertSource> clipboard_for(const CChildFrame& destination)
 {
-    const std::string data = clipboard_data_path();
-    const std::uint64_t length = get_named_file_length(data);
-    std::ifstream textFile(clipboard_text_path());
+    std::string data = clipboard_data_path();
+    std::uint64_t length = 0;
     std::stringstream text;
-    text << textFile.rdbuf();
+    {
+        // The samples and their format as one program left them together;
+        // the samples are held by a link of this program's own.
+        const ClipboardLock lock(false);
+        const std::string snapshot = exchange_file_path("clipsnap.clp");
+        ::unlink(snapshot.c_str());
+        if (::link(data.c_str(), snapshot.c_str()) == 0)
+            data = snapshot;
+        length = get_named_file_length(data);
+        std::ifstream textFile(clipboard_text_path());
+        text << textFile.rdbuf();
+    }
     const auto clip = parse_format_text(text.str());
     if (!file_exists(data) || length == 0 || !clip) {
         NewErrMsg(5070);

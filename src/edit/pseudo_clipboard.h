@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/unique_fd.h"
 #include "app/window_handle.h"
 
 #include <cstdint>
@@ -14,6 +15,17 @@ class CChildFrame;
 std::string clipboard_data_path();
 std::string clipboard_text_path();
 std::string clipboard_converted_path();
+
+// The clipboard's lock ("clipbord.lck" beside it), shared between running
+// programs: held to replace the clipboard (exclusive) or to read its samples
+// and format together (shared).
+class ClipboardLock {
+public:
+    explicit ClipboardLock(bool writing);
+
+private:
+    UniqueFd m_fd;
+};
 
 struct ClipboardFormat {
     int channels = 0;
@@ -31,8 +43,9 @@ extern HWND clipboard_source_frame;
 // of a stereo pair is highlighted). 1 on success.
 int copy_to_pseudo_clipboard(CChildFrame& frame);
 
-// The clipboard's bytes as the destination needs them: the clipboard file
-// itself when the formats agree, else "convclip.clp" converted to the
+// The clipboard's bytes as the destination needs them: a snapshot of the
+// clipboard file (so another program's copy cannot change it under the
+// paste) when the formats agree, else "convclip.clp" converted to the
 // destination's format. Nothing when the clipboard cannot be read (the
 // reason has been shown).
 struct InsertSource {

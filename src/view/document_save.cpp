@@ -249,9 +249,17 @@ int new_file_from_selection(CChildFrame& f)
     const std::string name = current_directory_with_slash() + leaf;
     busy_wait_ms(20);
 
+    // Made beside its name and renamed into place when it is complete.
+    AtomicFile staged;
+    if (!staged.begin(name)) {
+        message_beep();
+        message_box(f.hWaveWnd, "Can't create new wave file " + name, "Record File", MB_OK | MB_ICONEXCLAMATION);
+        return 0;
+    }
+    const std::string& made = staged.temporaryPath();
     {
         RiffFile file;
-        if (!file.open(name, RiffFile::Mode::Create)) {
+        if (!file.open(made, RiffFile::Mode::Create)) {
             message_beep();
             message_box(f.hWaveWnd, "Can't create new wave file " + name, "Record File", MB_OK | MB_ICONEXCLAMATION);
             return 0;
@@ -269,13 +277,13 @@ int new_file_from_selection(CChildFrame& f)
         nChannelSelector = 3;
         bCopyOneChannel = 1;
     }
-    const int copied = f.copy_file_to_file(name, f.szFileName, bytes, f.nSelStartByte, -1, 0, "Creating new file...");
+    const int copied = f.copy_file_to_file(made, f.szFileName, bytes, f.nSelStartByte, -1, 0, "Creating new file...");
     bCopyOneChannel = 0;
     if (!copied)
         return 0;
     RiffFile file;
-    if (!file.open(name, RiffFile::Mode::ReadWrite) || file.seek(0, SEEK_END) < 0 ||
-        ascend_and_update_waveform_file(file) != MMSYSERR_NOERROR || !file.close()) {
+    if (!file.open(made, RiffFile::Mode::ReadWrite) || file.seek(0, SEEK_END) < 0 ||
+        ascend_and_update_waveform_file(file) != MMSYSERR_NOERROR || !file.close() || !staged.commit()) {
         NewErrMsg(5031);
         return 0;
     }

@@ -1,5 +1,6 @@
 #include "wavefile/wave_converter.h"
 
+#include "app/atomic_file.h"
 #include "app/messages.h"
 #include "app/progress.h"
 #include "app/ui_host.h"
@@ -133,6 +134,9 @@ int convert_wave_file(HWND, const std::string& sourceName, const std::string& de
         return 0;
     }
 
+    // The destination takes its name only when the conversion is complete:
+    // an aborted or failed one leaves whatever was there before.
+    AtomicFile staged;
     Job job;
     std::vector<unsigned char> in, out;
     try {
@@ -142,8 +146,8 @@ int convert_wave_file(HWND, const std::string& sourceName, const std::string& de
         ErrMsg("Could not allocate destination conversion header!");
         return 0;
     }
-    if (!job.source.open(sourceName, RiffFile::Mode::Read) ||
-        !job.destination.open(destinationName, RiffFile::Mode::Create)) {
+    if (!job.source.open(sourceName, RiffFile::Mode::Read) || !staged.begin(destinationName) ||
+        !job.destination.open(staged.temporaryPath(), RiffFile::Mode::Create)) {
         ErrMsg("Conversion aborted--destination file is corrupt!");
         return 0;
     }
@@ -221,7 +225,7 @@ int convert_wave_file(HWND, const std::string& sourceName, const std::string& de
     job.dataOpen = false;
     const bool closed = job.destination.ascend(job.data) == MMSYSERR_NOERROR &&
                         job.destination.ascend(job.riff) == MMSYSERR_NOERROR && job.destination.close();
-    completed = completed && closed;
+    completed = completed && closed && staged.commit();
     message_box(nullptr, completed ? "Conversion completed successfully!" : "Conversion aborted--destination file is corrupt!",
                 kCaption, MB_OK | MB_ICONEXCLAMATION);
     return completed ? 1 : 0;

@@ -262,7 +262,10 @@ TEST_F(EditTest, UndoRedoSwitchVersionsAndANewOperationDropsTheUndoneOne)
     docs.clear();
     for (const std::string& name : filesIn(workDir()))
         EXPECT_EQ(name.find(".tmp"), std::string::npos) << name;
-    EXPECT_EQ(filesIn(workDir()).size(), 2u);  // the clipboard stays
+    // The clipboard stays, with its lock.
+    auto left = filesIn(workDir());
+    std::sort(left.begin(), left.end());
+    EXPECT_EQ(left, (std::vector<std::string>{"clipbord.clp", "clipbord.lck", "cliptext.clp"}));
 }
 
 TEST_F(EditTest, AStereoClipboardPastedIntoEightBitMonoIsConvertedFirst)
@@ -304,4 +307,29 @@ TEST_F(EditTest, ABrokenClipboardChangesNothing)
     withFileSizeLimit(1000, [&] { result = edit_operation(f, f, false, kPaste); });
     EXPECT_EQ(result, 0);
     EXPECT_EQ(shown(f), data);
+}
+
+// The clipboard is shared by every running program: a copy that does not
+// finish leaves the one before it whole, samples and format alike.
+TEST_F(EditTest, AnUnfinishedCopyLeavesTheClipboardAsItWas)
+{
+    auto first = openTone(2, 16, 8000, 4000);
+    ASSERT_TRUE(first);
+    select(*first, 0, 8000);
+    ASSERT_EQ(copy_to_pseudo_clipboard(*first), 1);
+    const Bytes clip = readFile(clipboard_data_path());
+    const Bytes text = readFile(clipboard_text_path());
+    ASSERT_EQ(clip.size(), 16000u);
+
+    // A long mono copy (its progress box can be cancelled), cancelled.
+    auto second = openTone(1, 8, 8000, 4000000);
+    ASSERT_TRUE(second);
+    select(*second, 0, 4000000);
+    host.cancelAfterPolls(1);
+    EXPECT_EQ(copy_to_pseudo_clipboard(*second), 0);
+    EXPECT_EQ(readFile(clipboard_data_path()), clip);
+    EXPECT_EQ(readFile(clipboard_text_path()), text);
+    for (const std::string& name : filesIn(workDir()))
+        EXPECT_EQ(name.find(".clp") == std::string::npos || name == "clipbord.clp" || name == "cliptext.clp", true)
+            << name;
 }

@@ -204,17 +204,20 @@ TEST_F(AdpcmTest, BadBlocksAreRefusedWithoutOutput)
     EXPECT_EQ(convert_wave_file(nullptr, path("zero.wav"), path("out.wav")), 0);
 }
 
-TEST_F(AdpcmTest, AnAbortedConversionSaysItsDestinationIsCorrupt)
+TEST_F(AdpcmTest, AnAbortedConversionLeavesTheDestinationAsItWas)
 {
     writeFile(path("in.wav"), tonePcm(1, 11025, 20000));
     host.cancelAfterPolls(3);
     EXPECT_EQ(convert_wave_file(nullptr, path("in.wav"), path("out.wav")), 0);
     EXPECT_EQ(host.shown().back().text, "Conversion aborted--destination file is corrupt!");
     EXPECT_EQ(host.controlText(102), "7%");  // three blocks of 1000 bytes out of 40000
-    // The sizes of what was written are patched all the same.
-    auto partial = info(path("out.wav"));
-    ASSERT_TRUE(partial);
-    EXPECT_EQ(partial->dwDataBytes, 3u * 256u);
+    // Nothing incomplete takes the destination's name; a file already there stays.
+    EXPECT_FALSE(file_exists(path("out.wav")));
+    writeFile(path("out.wav"), Bytes(100, 5));
+    host.cancelAfterPolls(3);
+    EXPECT_EQ(convert_wave_file(nullptr, path("in.wav"), path("out.wav")), 0);
+    EXPECT_EQ(readFile(path("out.wav")), Bytes(100, 5));
+    EXPECT_EQ(filesIn(path("")).size(), 3u);  // in.wav, out.wav and work/
 }
 
 namespace {
