@@ -144,6 +144,26 @@ void RecordEngine::removeFile(std::string& name)
     if (!name.empty())
         ::unlink(name.c_str());
     name.clear();
+    journalTake();
+}
+
+void RecordEngine::journalTake()
+{
+    if (szRecordFileName.empty() && szRecordTailFileName.empty()) {
+        remove_journal_record("take");
+        return;
+    }
+    JournalRecord record;
+    record["working"] = szRecordFileName;
+    record["display"] = "Recording";
+    record["channels"] = std::to_string(format.channels);
+    record["bits"] = std::to_string(format.bits);
+    record["rate"] = std::to_string(format.rate);
+    record["samples"] = std::to_string(0xFFFFFFFFu);  // as long as the file has grown
+    record["time"] = std::to_string(static_cast<long long>(std::time(nullptr)));
+    record["owned.0"] = szRecordFileName;
+    record["owned.1"] = szRecordTailFileName;
+    write_journal_record("take", record);
 }
 
 int RecordEngine::prepare_record_file(int keep_old)
@@ -164,6 +184,7 @@ int RecordEngine::prepare_record_file(int keep_old)
         message_box(nullptr, "Can't create uninitialized " + szRecordFileName, kProductName, MB_OK | MB_ICONEXCLAMATION);
         return 0;
     }
+    journalTake();
     record_length = 0;
     if (keep_old) {
         const std::uint64_t bytes = get_named_file_length(f.szFileName);
@@ -188,6 +209,7 @@ int RecordEngine::open_record_file(std::uint64_t position)
         removeFile(szRecordTailFileName);
         create_work_file(szRecordTailFileName, ".tmp");
         busy_wait_ms(20);
+        journalTake();
         record_file_length = get_named_file_length(szRecordFileName) & ~3ull;
         m_insertPoint = std::min(at, record_file_length);
         record_tail_length = record_file_length - m_insertPoint;
@@ -544,6 +566,7 @@ int RecordEngine::adopt_take()
     if (!move_file(f.szRedoFileName, szRecordFileName))
         return 0;
     szRecordFileName.clear();
+    journalTake();
     const std::uint64_t bytes = std::max<std::uint64_t>(get_named_file_length(f.szRedoFileName), 4);
     f.nNewVersionLength = static_cast<std::uint32_t>(bytes / static_cast<std::uint64_t>(f.bytesPerSample()));
     f.bHighlight = 0;

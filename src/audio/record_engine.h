@@ -151,6 +151,9 @@ private:
     std::string elapsedText(std::uint32_t ms) const;
     std::string bytesAsTime(std::uint64_t bytes) const;
     void removeFile(std::string& name);
+    // Keeps the crash journal up to date with the take's files: a take that
+    // a crash interrupts is offered back like a document.
+    void journalTake();
 
     RecordHost* m_host = nullptr;
     CChildFrame* m_frame = nullptr;
