@@ -222,19 +222,23 @@ int write_info_list(RiffFile* file, const InfoList* list)
         return INFO_BAD_ARGUMENT;
     ChunkInfo listChunk;
     bool listOpen = false;
+    // The list is written only when it has something in it.
+    const auto openList = [&] {
+        if (listOpen)
+            return true;
+        listChunk.fccType = make_fourcc("INFO");
+        listChunk.cksize = 0;
+        listOpen = file->createChunk(listChunk, MMIO_CREATELIST) == MMSYSERR_NOERROR;
+        return listOpen;
+    };
     for (const InfoItem& item : list->items) {
         // An empty value counts as none: a list whose values are all empty
         // writes nothing at all.
         const auto value = info_item_value(*list, item.index);
         if (!value || value->empty())
             continue;
-        if (!listOpen) {
-            listChunk.fccType = make_fourcc("INFO");
-            listChunk.cksize = 0;
-            if (file->createChunk(listChunk, MMIO_CREATELIST) != MMSYSERR_NOERROR)
-                return INFO_FILE_ERROR;
-            listOpen = true;
-        }
+        if (!openList())
+            return INFO_FILE_ERROR;
         ChunkInfo sub;
         sub.ckid = itemCode(item.index);
         sub.cksize = static_cast<std::uint32_t>(value->size() + 1);
@@ -247,13 +251,8 @@ int write_info_list(RiffFile* file, const InfoList* list)
             return INFO_FILE_ERROR;
     }
     if (!list->unknown.empty()) {
-        if (!listOpen) {
-            listChunk.fccType = make_fourcc("INFO");
-            listChunk.cksize = 0;
-            if (file->createChunk(listChunk, MMIO_CREATELIST) != MMSYSERR_NOERROR)
-                return INFO_FILE_ERROR;
-            listOpen = true;
-        }
+        if (!openList())
+            return INFO_FILE_ERROR;
         const auto bytes = static_cast<long long>(list->unknown.size());
         if (file->write(list->unknown.data(), bytes) != bytes)
             return INFO_FILE_ERROR;

@@ -2,6 +2,7 @@
 #include "app/clock.h"
 #include "app/instance_files.h"
 
+#include "support/child_program.h"
 #include "support/temp_dir_test.h"
 
 #include <csignal>
@@ -98,30 +99,18 @@ TEST_F(SafeFilesTest, WorkingFilesAreMadeExclusivelyUnderNewNames)
 // only once it has gone does its journal show up as left behind.
 TEST_F(SafeFilesTest, OnlyFoldersOfProgramsThatHaveEndedAreLeftovers)
 {
-    int ready[2];
-    ASSERT_EQ(pipe(ready), 0);
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        close(ready[0]);
+    ChildProgram other([this] {
         write_journal_record("1010", {{"working", workDir() + "/1       .tmp"}, {"original", "/music/song.wav"}});
-        const char byte = 1;
-        [[maybe_unused]] const ssize_t n = write(ready[1], &byte, 1);
-        pause();
-        _exit(0);
-    }
-    close(ready[1]);
-    char byte = 0;
-    ASSERT_EQ(read(ready[0], &byte, 1), 1);
-    close(ready[0]);
+        return true;
+    });
+    ASSERT_TRUE(other.ready());
 
     EXPECT_TRUE(find_leftover_instances().empty()) << "the other program still runs";
     // This program's own folder is never a leftover either.
     write_journal_record("2020", {{"working", "x"}});
     EXPECT_TRUE(find_leftover_instances().empty());
 
-    kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
+    other.kill();
     const std::vector<LeftoverInstance> left = find_leftover_instances();
     ASSERT_EQ(left.size(), 1u);
     ASSERT_EQ(left[0].documents.size(), 1u);

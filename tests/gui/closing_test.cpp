@@ -38,25 +38,13 @@ void answerNextMessageBox(QMessageBox::StandardButton button, QPointer<QWidget>*
 
 }  // namespace
 
-class ClosingTest : public GuiTest {
+class ClosingTest : public MainFrameGuiTest {
 protected:
     void SetUp() override
     {
-        GuiTest::SetUp();
-        frame = std::make_unique<CMainFrame>();
-        qtHost = std::make_unique<QtUiHost>(frame.get());
-        setUiHost(qtHost.get());
+        MainFrameGuiTest::SetUp();
         frame->show();
     }
-    void TearDown() override
-    {
-        frame.reset();
-        setUiHost(&host);
-        qtHost.reset();
-        GuiTest::TearDown();
-    }
-    std::unique_ptr<CMainFrame> frame;
-    std::unique_ptr<QtUiHost> qtHost;
 };
 
 // "OK to close" for a modified document goes through the real host with the

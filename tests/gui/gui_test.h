@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/main_frame.h"
 #include "app/qt_ui_host.h"
 
 #include "support/document_test.h"
@@ -30,4 +31,26 @@ protected:
         const auto bytes = readFile(path("config/Ondrava/Ondrava.ini"));
         return {bytes.begin(), bytes.end()};
     }
+};
+
+// The program's main frame with the real Qt message host installed, as the
+// windowed program runs them.
+class MainFrameGuiTest : public GuiTest {
+protected:
+    void SetUp() override
+    {
+        GuiTest::SetUp();
+        frame = std::make_unique<CMainFrame>();
+        qtHost = std::make_unique<QtUiHost>(frame.get());
+        setUiHost(qtHost.get());
+    }
+    void TearDown() override
+    {
+        frame.reset();
+        setUiHost(&host);
+        qtHost.reset();
+        GuiTest::TearDown();
+    }
+    std::unique_ptr<CMainFrame> frame;
+    std::unique_ptr<QtUiHost> qtHost;
 };

@@ -42,31 +42,19 @@ void onNextModal(std::function<void(QDialog&)> answer)
 
 }  // namespace
 
-class MidiWindowsTest : public GuiTest {
+class MidiWindowsTest : public MainFrameGuiTest {
 protected:
     void SetUp() override
     {
-        GuiTest::SetUp();
-        frame = std::make_unique<CMainFrame>();
-        qtHost = std::make_unique<QtUiHost>(frame.get());
-        setUiHost(qtHost.get());
+        MainFrameGuiTest::SetUp();
         openTone(2, 16, 44100, 441000);
         ASSERT_TRUE(frame->openFile(QString::fromStdString(path("tone.wav"))));
         doc = frame->activeDocument();
         ASSERT_TRUE(doc);
         doc->resize(1000, 400);
     }
-    void TearDown() override
-    {
-        frame.reset();
-        setUiHost(&host);
-        qtHost.reset();
-        GuiTest::TearDown();
-    }
     QAction* barAction(const char* name) const { return frame->findChild<QAction*>(QString::fromLatin1(name)); }
 
-    std::unique_ptr<CMainFrame> frame;
-    std::unique_ptr<QtUiHost> qtHost;
     ChildFrameWindow* doc = nullptr;
 };
 

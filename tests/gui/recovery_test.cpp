@@ -9,6 +9,7 @@
 #include "view/document_open.h"
 
 #include "gui_test.h"
+#include "support/child_program.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -23,25 +24,13 @@ protected:
     // A program (a child process) opens song.wav, and is killed with it open.
     void leaveADocumentBehind()
     {
-        int ready[2];
-        ASSERT_EQ(pipe(ready), 0);
-        const pid_t child = fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
-            close(ready[0]);
-            auto f = open_document_file(path("song.wav"));
-            const char byte = f ? 1 : 0;
-            [[maybe_unused]] const ssize_t n = write(ready[1], &byte, 1);
-            pause();
-            _exit(0);
-        }
-        close(ready[1]);
-        char byte = 0;
-        ASSERT_EQ(read(ready[0], &byte, 1), 1);
-        close(ready[0]);
-        ASSERT_EQ(byte, 1);
-        kill(child, SIGKILL);
-        waitpid(child, nullptr, 0);
+        ChildProgram other([this] {
+            static std::unique_ptr<CChildFrame> open;  // stays open until the kill
+            open = open_document_file(path("song.wav"));
+            return open != nullptr;
+        });
+        ASSERT_TRUE(other.ready());
+        other.kill();
     }
 
     // Starts the main frame and answers the recovery question with the

@@ -68,6 +68,17 @@ protected:
                   static_cast<std::streamsize>(bytes.size()));
     }
 
+    // An executable shell script in the test's folder (a stand-in for a
+    // helper program); its full name.
+    std::string writeScript(const std::string& name, const std::string& body) const
+    {
+        const std::string file = path(name);
+        std::ofstream(file) << "#!/bin/sh\n" << body;
+        std::filesystem::permissions(file, std::filesystem::perms::owner_all | std::filesystem::perms::group_read |
+                                               std::filesystem::perms::group_exec);
+        return file;
+    }
+
     static std::vector<std::uint8_t> readFile(const std::string& name)
     {
         std::ifstream in(name, std::ios::binary);

@@ -171,10 +171,7 @@ TEST_F(FileSafetyTest, ADocumentOfAKilledRunIsRecovered)
 // crashes is named too.
 TEST_F(FileSafetyTest, AHelperThatNeverAnswersOrCrashesIsNamed)
 {
-    const std::string script = path("never.sh");
-    const std::string body = "#!/bin/sh\nexec sleep 60\n";
-    writeFile(script, Bytes(body.begin(), body.end()));
-    ASSERT_EQ(chmod(script.c_str(), 0755), 0);
+    const std::string script = writeScript("never.sh", "exec sleep 60\n");
     writeFile(path("packed.wav"),
               W::riff({W::chunk("fmt ", [] {
                            Bytes fmt = W::fmtBody(2, 1, 22050, 4, 50);
@@ -193,10 +190,7 @@ TEST_F(FileSafetyTest, AHelperThatNeverAnswersOrCrashesIsNamed)
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_NE(result.err.find("WAVECONV.EXE"), std::string::npos) << result.err;
 
-    const std::string crash = path("crash.sh");
-    const std::string crashBody = "#!/bin/sh\nkill -SEGV $$\n";
-    writeFile(crash, Bytes(crashBody.begin(), crashBody.end()));
-    ASSERT_EQ(chmod(crash.c_str(), 0755), 0);
+    const std::string crash = writeScript("crash.sh", "kill -SEGV $$\n");
     const Run crashed = cli({"--yes", "open", "packed.wav"}, {"ONDRAVA_WAVECONV=" + crash});
     EXPECT_EQ(crashed.exitCode, 1);
     EXPECT_NE(crashed.err.find("WAVECONV.EXE stopped without finishing the conversion of"), std::string::npos)

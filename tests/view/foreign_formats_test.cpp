@@ -227,12 +227,7 @@ TEST_F(ForeignFormatsTest, FailuresOpenNothingAndLoseNothing)
     EXPECT_EQ(save_by_type(*doc, path("y.au"), 3, 0), 0);
     EXPECT_FALSE(file_exists(path("y.au")));
     // A converter that never finishes: Escape ends the wait.
-    const std::string stuck = path("stuck.sh");
-    writeFile(stuck, [] {
-        const std::string script = "#!/bin/sh\nexec sleep 30\n";
-        return Bytes(script.begin(), script.end());
-    }());
-    ::chmod(stuck.c_str(), 0755);
+    const std::string stuck = writeScript("stuck.sh", "exec sleep 30\n");
     setenv("ONDRAVA_CRVCNVRT", stuck.c_str(), 1);
     host.requestCancel();
     const auto started = std::chrono::steady_clock::now();
@@ -240,12 +235,7 @@ TEST_F(ForeignFormatsTest, FailuresOpenNothingAndLoseNothing)
     EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(10));
     // A helper that dies at once, and one that never answers: the wait ends
     // after its polls.
-    const std::string dies = path("dies.sh");
-    writeFile(dies, [] {
-        const std::string script = "#!/bin/sh\nexit 3\n";
-        return Bytes(script.begin(), script.end());
-    }());
-    ::chmod(dies.c_str(), 0755);
+    const std::string dies = writeScript("dies.sh", "exit 3\n");
     setenv("ONDRAVA_CRVCNVRT", dies.c_str(), 1);
     EXPECT_EQ(open_by_type(path("src.aif"), 2), 0);
     EXPECT_NE(host.shown().back().text.find("CRVCNVRT.EXE stopped"), std::string::npos) << host.shown().back().text;
@@ -483,12 +473,7 @@ TEST_F(ForeignFormatsTest, AnMpThreeExportTouchesNothingButItsTarget)
     EXPECT_NE(readFile(path("keep.mp3")), mine) << "replaced by the finished MP3";
 
     // An encoder that fails: the old file stays, nothing else is left.
-    const std::string failing = path("fails.sh");
-    writeFile(failing, [] {
-        const std::string script = "#!/bin/sh\necho broken > \"${3%.wav}\"\nexit 1\n";
-        return Bytes(script.begin(), script.end());
-    }());
-    ::chmod(failing.c_str(), 0755);
+    const std::string failing = writeScript("fails.sh", "echo broken > \"${3%.wav}\"\nexit 1\n");
     setenv("ONDRAVA_BLADEENC", failing.c_str(), 1);
     writeFile(path("other.mp3"), mine);
     host.clearShown();

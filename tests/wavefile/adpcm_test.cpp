@@ -33,6 +33,26 @@ std::vector<int> samples16(const Bytes& file, std::size_t offset)
     return out;
 }
 
+// A mono ADPCM format with the standard coefficients, and the PCM format a
+// decoder writes.
+AdpcmFormat monoAdpcm(std::uint16_t blockAlign, std::uint16_t samplesPerBlock)
+{
+    AdpcmFormat f;
+    f.channels = 1;
+    f.blockAlign = blockAlign;
+    f.samplesPerBlock = samplesPerBlock;
+    f.coefficients.assign(adpcm_standard_coefficients().begin(), adpcm_standard_coefficients().end());
+    return f;
+}
+
+AdpcmFormat pcmOutput(std::uint16_t bits)
+{
+    AdpcmFormat f;
+    f.formatTag = 1;
+    f.bitsPerSample = bits;
+    return f;
+}
+
 }  // namespace
 
 class AdpcmTest : public TempDirTest {
@@ -174,14 +194,8 @@ TEST_F(AdpcmTest, OurDecoderAgreesWithSox)
 
 TEST_F(AdpcmTest, BadBlocksAreRefusedWithoutOutput)
 {
-    AdpcmFormat adpcm;
-    adpcm.channels = 1;
-    adpcm.blockAlign = 256;
-    adpcm.samplesPerBlock = 500;
-    adpcm.coefficients.assign(adpcm_standard_coefficients().begin(), adpcm_standard_coefficients().end());
-    AdpcmFormat pcm;
-    pcm.formatTag = 1;
-    pcm.bitsPerSample = 8;
+    AdpcmFormat adpcm = monoAdpcm(256, 500);
+    const AdpcmFormat pcm = pcmOutput(8);
     Bytes block(256, 0);
     block[0] = 7;  // no such predictor
     std::vector<unsigned char> out(4096);
@@ -271,14 +285,8 @@ TEST_F(AdpcmTest, CraftedHeadersAreCheckedAgainstTheBlockSize)
     EXPECT_EQ(convert_wave_file(nullptr, path("odd.wav"), path("odd.adpcm.wav")), 0);
 
     // The codec checks the same on its own and never writes past its room.
-    AdpcmFormat lying;
-    lying.channels = 1;
-    lying.blockAlign = 256;
-    lying.samplesPerBlock = 2000;
-    lying.coefficients.assign(adpcm_standard_coefficients().begin(), adpcm_standard_coefficients().end());
-    AdpcmFormat out8;
-    out8.formatTag = 1;
-    out8.bitsPerSample = 8;
+    AdpcmFormat lying = monoAdpcm(256, 2000);
+    const AdpcmFormat out8 = pcmOutput(8);
     std::vector<unsigned char> room(600, 0xEE);
     Bytes block(256, 0);
     block[1] = 16;
@@ -294,14 +302,8 @@ TEST_F(AdpcmTest, CraftedHeadersAreCheckedAgainstTheBlockSize)
 // so the output climbs to full scale and stays there.
 TEST_F(AdpcmTest, AHostileStepSizeIsClamped)
 {
-    AdpcmFormat f;
-    f.channels = 1;
-    f.blockAlign = 256;
-    f.samplesPerBlock = 500;
-    f.coefficients.assign(adpcm_standard_coefficients().begin(), adpcm_standard_coefficients().end());
-    AdpcmFormat out16;
-    out16.formatTag = 1;
-    out16.bitsPerSample = 16;
+    const AdpcmFormat f = monoAdpcm(256, 500);
+    const AdpcmFormat out16 = pcmOutput(16);
     Bytes block(256, 0x77);  // every code +7: the biggest growth of the step
     block[0] = 0;
     block[1] = 0xFF;
