@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -42,9 +43,18 @@ mode_t currentUmask()
 
 AtomicFile::~AtomicFile() { abandon(); }
 
-bool AtomicFile::begin(const std::string& target)
+bool AtomicFile::begin(const std::string& name)
 {
     abandon();
+    // Saving over a symbolic link replaces the file it points to, not the link.
+    std::string target = name;
+    struct stat link {};
+    if (::lstat(name.c_str(), &link) == 0 && S_ISLNK(link.st_mode)) {
+        std::error_code error;
+        const auto resolved = std::filesystem::canonical(name, error);
+        if (!error)
+            target = resolved.string();
+    }
     m_target = target;
     const auto slash = target.find_last_of('/');
     const std::string folder = slash == std::string::npos ? std::string() : target.substr(0, slash + 1);

@@ -18,7 +18,8 @@ public:
     ~AtomicFile();
 
     // Makes the temporary file for `target` (created empty, exclusively, with
-    // the target's permissions when it exists). false with errno set when the
+    // the target's permissions when it exists). A target that is a symbolic
+    // link stands for the file it points to. false with errno set when the
     // folder cannot take it.
     bool begin(const std::string& target);
     // Where to write: a name beside the target that keeps its extension,

@@ -49,6 +49,17 @@ TEST_F(SafeFilesTest, AnAtomicFileReplacesItsTargetOnlyWhenCommitted)
     EXPECT_EQ(st.st_mode & 0777, 0640u) << "the target keeps its permissions";
     EXPECT_EQ(filesIn(path("")).size(), 2u);
 
+    // Over a symbolic link, the file it points to is replaced; the link stays.
+    ASSERT_EQ(symlink(target.c_str(), path("link.wav").c_str()), 0);
+    AtomicFile linked;
+    ASSERT_TRUE(linked.begin(path("link.wav")));
+    writeFile(linked.temporaryPath(), bytesOf("through the link"));
+    ASSERT_TRUE(linked.commit());
+    EXPECT_EQ(readFile(target), bytesOf("through the link"));
+    struct stat link {};
+    ASSERT_EQ(lstat(path("link.wav").c_str(), &link), 0);
+    EXPECT_TRUE(S_ISLNK(link.st_mode));
+
     // A folder that is not there: nothing to begin.
     AtomicFile nowhere;
     EXPECT_FALSE(nowhere.begin(path("missing/x.wav")));
