@@ -137,9 +137,8 @@ int main(int argc, char** argv)
         JackChaseRig rig(static_cast<std::size_t>(600) * JackServer::kRate);
         set_screen_width_pixels(1920);
         use_portaudio_output();
-        // Full scale: without a mixer the level is the stream's gain, and
-        // every sample must arrive as it is to tell its position.
-        output_level = 0xFFFF;
+        // The user's own level (255: unity on the stream): every sample
+        // arrives as it is and tells its position.
         auto doc = open_document_file(wave);
         int port = -1;
         if (rig.open())

@@ -32,6 +32,7 @@ private:
     QSpinBox* m_input;
     QSpinBox* m_output;
     QCheckBox* m_bigIndicators;
+    QCheckBox* m_systemMixer;
 };
 
 // MIDI devices.

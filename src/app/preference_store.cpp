@@ -23,6 +23,7 @@ constexpr YesNoKey kYesNoKeys[] = {
     {"Tip of the day", &Preferences::tipOfTheDay, true},
     {"Backup for undo", &Preferences::backupForUndo, true},
     {"Zoomed initial display", &Preferences::zoomedInitialDisplay, false},
+    {"Control the system mixer", &Preferences::controlSystemMixer, false},
 };
 
 struct DeviceKey {

@@ -32,6 +32,9 @@ struct Preferences {
     bool tipOfTheDay = true;
     bool backupForUndo = true;
     bool zoomedInitialDisplay = false;
+    // Whether the volume is set on the system mixer's master control (the
+    // whole desktop's output) instead of on the program's own stream.
+    bool controlSystemMixer = false;
     // 24 until the profile is read; a profile without the key yields 1.
     int timeFormat = 24;
     bool markerNameOnTheFly = false;

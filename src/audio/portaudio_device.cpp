@@ -8,6 +8,7 @@
 
 #include <QTimer>
 #include <atomic>
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <portaudio.h>
@@ -97,7 +98,7 @@ public:
         m_frameBytes = static_cast<std::size_t>(format.channels * format.bits / 8);
         m_bits = format.bits;
         m_channels = format.channels;
-        // Where no mixer exists the stream itself carries the volume.
+        // The stream carries the volume (unless the system mixer does).
         m_gain[0] = (software_volume_word & 0xFFFFu) / 65535.0;
         m_gain[1] = ((software_volume_word >> 16) & 0xFFFFu) / 65535.0;
         PaStreamParameters out{};
@@ -294,12 +295,13 @@ private:
         const std::size_t sampleBytes = static_cast<std::size_t>(m_bits / 8);
         for (std::size_t i = 0; i < bytes / sampleBytes; ++i) {
             const double gain = m_gain[m_channels == 2 ? i % 2 : 0];
+            // Rounded, so that a level near unity keeps small signals.
             if (m_bits == 8) {
-                out[i] = static_cast<unsigned char>(128 + static_cast<int>((in[i] - 128) * gain));
+                out[i] = static_cast<unsigned char>(128 + std::lround((in[i] - 128) * gain));
             } else {
                 std::int16_t v;
                 std::memcpy(&v, in + 2 * i, 2);
-                const auto scaled = static_cast<std::int16_t>(v * gain);
+                const auto scaled = static_cast<std::int16_t>(std::clamp(std::lround(v * gain), -32768L, 32767L));
                 std::memcpy(out + 2 * i, &scaled, 2);
             }
         }

@@ -8,7 +8,10 @@
 #include "audio/wave_in_device.h"
 
 #include <QTimer>
+#include <algorithm>
 #include <atomic>
+#include <cmath>
+#include <cstdint>
 #include <cstring>
 
 namespace {
@@ -33,13 +36,16 @@ public:
     {
         m_listener = listener;
         m_frameBytes = static_cast<std::size_t>(format.channels * format.bits / 8);
+        m_bits = format.bits;
         PaStreamParameters in{};
         in.device = m_device;
         in.channelCount = format.channels;
-        in.sampleFormat = format.bits == 8 ? paUInt8 : paInt16;
+        // Floats, converted here: full scale is 32768 (or 128) steps and each
+        // sample is rounded, so that a 16-bit source through a float host
+        // (JACK) records bit for bit. (PortAudio's own conversion scales by
+        // 32767 and truncates: one step off on nearly every sample.)
+        in.sampleFormat = paFloat32;
         in.suggestedLatency = Pa_GetDeviceInfo(m_device)->defaultLowInputLatency;
-        // No dither: a 16-bit source recorded through a float host (JACK)
-        // comes back bit for bit.
         if (Pa_OpenStream(&m_stream, &in, nullptr, format.rate, paFramesPerBufferUnspecified, paDitherOff, &callback,
                           this) != paNoError) {
             m_stream = nullptr;
@@ -146,33 +152,61 @@ private:
                         PaStreamCallbackFlags flags, void* user)
     {
         auto* self = static_cast<PortAudioWaveIn*>(user);
-        const auto* in = static_cast<const unsigned char*>(input);
-        std::size_t left = frames * self->m_frameBytes;
         if (flags & paInputOverflow)
             ++g_overruns;
-        while (left > 0 && in) {
-            if (!self->m_current.data) {
-                auto next = self->m_empty.pop();
-                if (!next) {
-                    ++g_dropped;
-                    break;
+        const auto* samples = static_cast<const float*>(input);
+        const std::size_t sampleBytes = static_cast<std::size_t>(self->m_bits / 8);
+        std::size_t count = frames * (self->m_frameBytes / sampleBytes);
+        unsigned char scratch[4096];
+        while (count > 0 && samples) {
+            // A whole number of frames at a time (the scratch holds an even
+            // number of samples).
+            const std::size_t n = std::min(count, sizeof scratch / sampleBytes);
+            for (std::size_t i = 0; i < n; ++i) {
+                if (sampleBytes == 1) {
+                    scratch[i] = static_cast<unsigned char>(std::clamp(std::lround(samples[i] * 128.0f) + 128, 0L, 255L));
+                } else {
+                    const auto v =
+                        static_cast<std::int16_t>(std::clamp(std::lround(samples[i] * 32768.0f), -32768L, 32767L));
+                    std::memcpy(scratch + 2 * i, &v, 2);
                 }
-                self->m_current = *next;
             }
-            Buffer& b = self->m_current;
-            const std::size_t take = std::min(left, b.bytes - b.filled);
-            std::memcpy(b.data + b.filled, in, take);
-            b.filled += take;
-            in += take;
-            left -= take;
-            self->m_capturedBytes += take;
-            if (b.filled >= b.bytes) {
-                self->m_full.push(b);
-                --self->m_outstanding;
-                self->m_current = {};
-            }
+            if (!self->take(scratch, n * sampleBytes))
+                break;
+            samples += n;
+            count -= n;
         }
         return paContinue;
+    }
+
+    // Puts captured bytes into the buffers; false when there was no buffer
+    // to fill (the rest is lost, counted).
+    bool take(const unsigned char* in, std::size_t bytes)
+    {
+        std::size_t left = bytes;
+        while (left > 0) {
+            if (!m_current.data) {
+                auto next = m_empty.pop();
+                if (!next) {
+                    ++g_dropped;
+                    return false;
+                }
+                m_current = *next;
+            }
+            Buffer& b = m_current;
+            const std::size_t chunk = std::min(left, b.bytes - b.filled);
+            std::memcpy(b.data + b.filled, in, chunk);
+            b.filled += chunk;
+            in += chunk;
+            left -= chunk;
+            m_capturedBytes += chunk;
+            if (b.filled >= b.bytes) {
+                m_full.push(b);
+                --m_outstanding;
+                m_current = {};
+            }
+        }
+        return true;
     }
 
     PaDeviceIndex m_device;
@@ -182,6 +216,7 @@ private:
     SpscQueue<Buffer, 16> m_full;
     Buffer m_current;
     std::size_t m_frameBytes = 4;
+    int m_bits = 16;
     std::atomic<std::uint64_t> m_capturedBytes{0};
     std::atomic<int> m_outstanding{0};
     bool m_started = false;

@@ -1,7 +1,10 @@
 #include "audio/volume.h"
 
+#include "app/preferences.h"
 #include "audio/mixer.h"
 
+#include <algorithm>
+#include <cmath>
 #include <vector>
 
 std::uint32_t output_level = 255;
@@ -25,11 +28,30 @@ void set_output_volume(std::uint32_t level)
     }
 }
 
+double output_gain_for_level(std::uint32_t level)
+{
+    if (level == 0)
+        return 0.0;
+    const double decibels = -0.25 * (255.0 - static_cast<double>(std::min<std::uint32_t>(level, 255)));
+    return std::pow(10.0, decibels / 20.0);
+}
+
+std::uint16_t volume_word_half(std::uint32_t level)
+{
+    return static_cast<std::uint16_t>(std::lround(output_gain_for_level(level) * 65535.0));
+}
+
 int set_mixer_channel_volume(std::uint32_t level, int channel, int uniform)
 {
-    std::unique_ptr<Mixer> mixer = open_mixer();
+    std::unique_ptr<Mixer> mixer = preferences().controlSystemMixer ? open_mixer() : nullptr;
     if (!mixer) {
-        software_volume_word = (level & 0xFFFFu) | ((level & 0xFFFFu) << 16);
+        // Our own stream's gain, channel by channel: 2 is the left half of
+        // the word, 1 the right; uniform sets both.
+        const std::uint32_t half = volume_word_half(level);
+        if (uniform || channel == 2)
+            software_volume_word = (software_volume_word & 0xFFFF0000u) | half;
+        if (uniform || channel == 1)
+            software_volume_word = (software_volume_word & 0x0000FFFFu) | (half << 16);
         return 0;
     }
     std::vector<std::uint32_t> values;

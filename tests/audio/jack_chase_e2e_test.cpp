@@ -23,9 +23,8 @@ protected:
     {
         DocumentTest::SetUp();
         use_portaudio_output();
-        // Without a mixer the level is the stream's gain: full scale keeps
-        // every sample as it is, so that each tells its position.
-        output_level = 0xFFFF;
+        // The user's own level: 255, unity on the stream, so every sample
+        // arrives as it is and tells its position.
         smpte_frame_rate = 24;
         chase_preroll_frames = 0;
         WavBuilder::Bytes data;
@@ -47,7 +46,6 @@ protected:
             e.stop_playback();
         e.wait_until_released(2000);
         rig.close();
-        output_level = 255;
         set_wave_out_factory(nullptr);
         doc.reset();
         DocumentTest::TearDown();

@@ -53,14 +53,14 @@ protected:
         return *docs.back();
     }
 
-    // The value the device should deliver for source frame `i`, channel `ch`:
-    // the stream gain applied as the device applies it, in JACK's float scale.
+    // The value the device should deliver for source frame `i`, channel `ch`,
+    // in JACK's float scale: at the user's level (255, unity) the sample as
+    // it is in the file.
     float expected(std::size_t i, int ch) const
     {
-        const double gain = ((software_volume_word >> (ch ? 16 : 0)) & 0xFFFFu) / 65535.0;
         std::int16_t v;
         std::memcpy(&v, source.data() + 4 * i + 2 * static_cast<std::size_t>(ch), 2);
-        return static_cast<float>(gain >= 1.0 ? v : static_cast<std::int16_t>(v * gain)) / 32768.0f;
+        return static_cast<float>(v) / 32768.0f;
     }
 
     // Where the first sound of frames [first, ...) lies in the recording: the
@@ -124,6 +124,51 @@ TEST_F(JackPlaybackTest, ASelectionReachesTheServerSampleExactAndPlaybackEnds)
     // xruns, which the dummy driver has without realtime scheduling even with
     // no clients. Starving the device would break the sample-exact run above.
     EXPECT_NEAR(e.get_play_position_ms(), 1500.0, 1.0);
+}
+
+// With the user's own settings (nothing overridden) a file plays at its own
+// level: a sine at -6 dBFS arrives at -6 dBFS, from 8-bit and 16-bit files.
+TEST_F(JackPlaybackTest, FilesPlayAtTheirOwnLevel)
+{
+    for (int bits : {16, 8}) {
+        const double amplitude = std::pow(10.0, -6.0 / 20.0);
+        Bytes data;
+        const std::size_t frames = JackServer::kRate;  // one second of 1 kHz
+        for (std::size_t i = 0; i < frames; ++i) {
+            const double v = amplitude * std::sin(2 * M_PI * 1000.0 * static_cast<double>(i) / JackServer::kRate);
+            for (int ch = 0; ch < 2; ++ch) {
+                if (bits == 8)
+                    data.push_back(static_cast<std::uint8_t>(128 + std::lround(v * 128)));
+                else
+                    WavBuilder::put16(data, static_cast<std::uint16_t>(static_cast<std::int16_t>(std::lround(v * 32768))));
+            }
+        }
+        const std::string name = path("level" + std::to_string(bits) + ".wav");
+        writeFile(name, WavBuilder::pcm(2, JackServer::kRate, static_cast<std::uint16_t>(bits), data));
+        docs.push_back(open_document_file(name));
+        ASSERT_TRUE(docs.back());
+        JackRecorder rec(JackServer::kRate * 3);
+        ASSERT_TRUE(rec.open());
+        PlaybackEngine& e = PlaybackEngine::instance();
+        ASSERT_EQ(e.play_the_wavefile(*docs.back()), 1) << bits;
+        ASSERT_EQ(rec.connectPlayers(), 2);
+        ASSERT_TRUE(runUntil([&] { return !e.is_playing; }, 5000));
+        e.wait_until_released(2000);
+        // The RMS of what arrived, over the whole tones, against a sine's.
+        double sum = 0;
+        std::size_t n = 0;
+        for (std::size_t r = 0; r < rec.frames(); ++r)
+            if (rec.left()[r] != 0.0f || n > 0) {
+                if (n < frames - 2000) {
+                    sum += static_cast<double>(rec.left()[r]) * rec.left()[r];
+                    ++n;
+                }
+            }
+        ASSERT_GT(n, frames / 2) << bits;
+        const double peakDb = 20 * std::log10(std::sqrt(2 * sum / static_cast<double>(n)));
+        EXPECT_NEAR(peakDb, -6.0, 0.1) << bits << "-bit";
+        rec.close();
+    }
 }
 
 TEST_F(JackPlaybackTest, StopEndsAtOnceAndLoopsRepeatTheRange)

@@ -18,9 +18,9 @@ using Bytes = WavBuilder::Bytes;
 
 namespace {
 
-// A 16-bit value as a JACK float that PortAudio's conversion (scale by
-// 32767, truncate) turns back into the same value.
-float asJackFloat(int v) { return (static_cast<float>(v) + (v >= 0 ? 0.5f : -0.5f)) / 32767.0f; }
+// A 16-bit value as JACK carries it: the value over 32768, exactly (as a
+// 16-bit source through JACK's float path does).
+float asJackFloat(int v) { return static_cast<float>(v) / 32768.0f; }
 
 Bytes fileBytes(const std::string& path, std::uint64_t offset = 0)
 {

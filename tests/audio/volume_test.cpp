@@ -1,7 +1,10 @@
+#include "app/preferences.h"
 #include "audio/mixer.h"
 #include "audio/volume.h"
 
 #include <gtest/gtest.h>
+
+#include <cmath>
 
 namespace {
 
@@ -51,8 +54,15 @@ protected:
         volume_both_channels = 1;
         volume_uniform = 1;
         set_mixer_factory(makeTestMixer);
+        // The mixer arithmetic is what the user turns on.
+        preferences().controlSystemMixer = true;
     }
-    void TearDown() override { set_mixer_factory(nullptr); }
+    void TearDown() override
+    {
+        set_mixer_factory(nullptr);
+        preferences() = Preferences{};
+        software_volume_word = 0xFFFFFFFFu;
+    }
 };
 
 }  // namespace
@@ -85,13 +95,33 @@ TEST_F(VolumeTest, LeftOnlyAndRightOnlySilenceTheOtherChannelEveryTime)
     EXPECT_EQ(g_state.writes[1], (std::vector<std::uint32_t>{0, 32767}));
 }
 
-TEST_F(VolumeTest, WithoutAMixerTheStreamGainTakesTheRawLevel)
+// The stream's own gain: 255 is unity, each step a quarter of a decibel,
+// 0 silence; the channel modes reach the two halves of the word.
+TEST_F(VolumeTest, OurOwnStreamCarriesTheLevelAtUnityFor255)
 {
-    set_mixer_factory(noMixer);
-    set_output_volume(255);
-    EXPECT_EQ(software_volume_word, 0x00FF00FFu);
-    set_output_volume(7);
-    EXPECT_EQ(software_volume_word, 0x00070007u);
+    const auto half = [](std::uint32_t level) {
+        return static_cast<std::uint32_t>(std::lround(65535.0 * std::pow(10.0, -(255.0 - level) / 80.0)));
+    };
+    for (bool mixerOn : {false, true}) {
+        preferences().controlSystemMixer = mixerOn;
+        set_mixer_factory(mixerOn ? noMixer : makeTestMixer);
+        set_output_volume(255);
+        EXPECT_EQ(software_volume_word, 0xFFFFFFFFu);
+        EXPECT_DOUBLE_EQ(output_gain_for_level(255), 1.0);
+        set_output_volume(231);  // 24 steps: -6 dB
+        EXPECT_EQ(software_volume_word, half(231) | half(231) << 16);
+        EXPECT_NEAR(20 * std::log10(output_gain_for_level(231)), -6.0, 1e-9);
+        set_output_volume(0);
+        EXPECT_EQ(software_volume_word, 0u);
+        volume_uniform = 0;  // left only
+        set_output_volume(255);
+        EXPECT_EQ(software_volume_word, 0x0000FFFFu);
+        volume_both_channels = 0;  // right only
+        set_output_volume(200);
+        EXPECT_EQ(software_volume_word, half(200) << 16);
+        volume_both_channels = volume_uniform = 1;
+    }
+    // Left alone, the desktop's mixer is never even opened.
     EXPECT_EQ(g_state.opened, 0);
 }
 
@@ -104,6 +134,6 @@ TEST_F(VolumeTest, TheSystemMixerIsUsedWhenThereIsOne)
     const bool hasMixer = open_mixer() != nullptr;
     EXPECT_EQ(set_mixer_channel_volume(200, 2, 1), 0);
     if (!hasMixer) {
-        EXPECT_EQ(software_volume_word, 0x00C800C8u);
+        EXPECT_EQ(software_volume_word, static_cast<std::uint32_t>(volume_word_half(200)) * 0x10001u);
     }
 }
