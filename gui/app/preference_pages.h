@@ -29,8 +29,8 @@ public:
     void store(Preferences& prefs) const override;
 
 private:
-    QSpinBox* m_input;
-    QSpinBox* m_output;
+    QComboBox* m_input;
+    QComboBox* m_output;
     QCheckBox* m_bigIndicators;
     QCheckBox* m_systemMixer;
 };

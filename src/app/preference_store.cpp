@@ -95,6 +95,8 @@ void read_preferences(QSettings& profile, Preferences& prefs)
     }
     for (const DeviceKey& k : kDeviceKeys)
         prefs.*k.field = readInt(profile, key("Preferences", k.key), 0);
+    prefs.waveInputDeviceName = readText(profile, "Preferences", "Wave input device");
+    prefs.waveOutputDeviceName = readText(profile, "Preferences", "Wave output device");
 
     prefs.lastUsedDirectory = readText(profile, "Data directory", "Last used directory");
     if (prefs.lastUsedDirectory.empty()) {
@@ -142,6 +144,8 @@ void write_preferences(QSettings& profile, const Preferences& prefs)
     }
     for (const DeviceKey& k : kDeviceKeys)
         profile.setValue(key("Preferences", k.key), prefs.*k.field);
+    profile.setValue(key("Preferences", "Wave input device"), QString::fromStdString(prefs.waveInputDeviceName));
+    profile.setValue(key("Preferences", "Wave output device"), QString::fromStdString(prefs.waveOutputDeviceName));
     profile.setValue(key("Data directory", "Last used directory"),
                      QString::fromStdString(prefs.lastUsedDirectory));
     profile.setValue(key("Internet browser", "Preferred browser"),

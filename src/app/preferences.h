@@ -48,6 +48,11 @@ struct Preferences {
     std::array<bool, kControlBarCount> barFloating{};
     int waveInputDevice = 0;
     int waveOutputDevice = 0;
+    // The audio devices by name ("host API: device"); empty is the system's
+    // default device (ALSA "default": PipeWire or PulseAudio on a desktop).
+    // The numbers above stay in the profile as they were; the names choose.
+    std::string waveInputDeviceName;
+    std::string waveOutputDeviceName;
     int midiInputDevice = 0;
     int midiOutputDevice = 0;
     std::string lastUsedDirectory;

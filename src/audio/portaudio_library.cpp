@@ -20,20 +20,38 @@ std::atomic<int> g_lostStreams{0};
 
 int channelsOf(const PaDeviceInfo* d, bool output) { return output ? d->maxOutputChannels : d->maxInputChannels; }
 
+PaDeviceIndex defaultDevice(bool output) { return output ? Pa_GetDefaultOutputDevice() : Pa_GetDefaultInputDevice(); }
+
+AudioDeviceInfo infoOf(PaDeviceIndex index, int number, bool output)
+{
+    const PaDeviceInfo* d = Pa_GetDeviceInfo(index);
+    return {number, d->name, Pa_GetHostApiInfo(d->hostApi)->name, channelsOf(d, output), d->defaultSampleRate,
+            index == defaultDevice(output)};
+}
+
 std::vector<AudioDeviceInfo> devices(bool output)
 {
     std::vector<AudioDeviceInfo> list;
     if (!portaudio_initialise())
         return list;
     const int count = Pa_GetDeviceCount();
-    for (int i = 0; i < count; ++i) {
-        const PaDeviceInfo* d = Pa_GetDeviceInfo(i);
-        if (channelsOf(d, output) <= 0)
-            continue;
-        list.push_back({static_cast<int>(list.size()), d->name, Pa_GetHostApiInfo(d->hostApi)->name,
-                        channelsOf(d, output), d->defaultSampleRate});
-    }
+    for (int i = 0; i < count; ++i)
+        if (channelsOf(Pa_GetDeviceInfo(i), output) > 0)
+            list.push_back(infoOf(i, static_cast<int>(list.size()), output));
     return list;
+}
+
+// The PortAudio index of the device with this label; the default device for
+// an empty label, "System default" or a label no device has.
+PaDeviceIndex indexByLabel(bool output, const std::string& label)
+{
+    if (!label.empty() && label != kSystemDefaultDevice) {
+        const int count = Pa_GetDeviceCount();
+        for (int i = 0; i < count; ++i)
+            if (channelsOf(Pa_GetDeviceInfo(i), output) > 0 && infoOf(i, 0, output).label() == label)
+                return i;
+    }
+    return defaultDevice(output);
 }
 
 }  // namespace
@@ -69,7 +87,7 @@ PaDeviceIndex portaudio_preferred_device(bool output)
     if (!portaudio_initialise())
         return paNoDevice;
     const Preferences& p = preferences();
-    return portaudio_device_index(output, output ? p.waveOutputDevice : p.waveInputDevice);
+    return indexByLabel(output, output ? p.waveOutputDeviceName : p.waveInputDeviceName);
 }
 
 void portaudio_stream_lost() { ++g_lostStreams; }
@@ -84,9 +102,44 @@ std::optional<AudioDeviceInfo> chosen_audio_device(bool output, int number)
     const PaDeviceIndex index = portaudio_device_index(output, number);
     if (index == paNoDevice)
         return std::nullopt;
-    const PaDeviceInfo* d = Pa_GetDeviceInfo(index);
-    return AudioDeviceInfo{number, d->name, Pa_GetHostApiInfo(d->hostApi)->name, channelsOf(d, output),
-                           d->defaultSampleRate};
+    return infoOf(index, number, output);
+}
+
+std::optional<AudioDeviceInfo> named_audio_device(bool output, const std::string& label)
+{
+    if (!portaudio_initialise())
+        return std::nullopt;
+    const PaDeviceIndex index = indexByLabel(output, label);
+    if (index == paNoDevice)
+        return std::nullopt;
+    for (const AudioDeviceInfo& d : devices(output))
+        if (d.label() == infoOf(index, 0, output).label())
+            return d;
+    return std::nullopt;
+}
+
+std::optional<std::string> audio_device_label(bool output, const std::string& nameOrNumber)
+{
+    const std::vector<AudioDeviceInfo> list = devices(output);
+    char* end = nullptr;
+    const long number = std::strtol(nameOrNumber.c_str(), &end, 10);
+    if (!nameOrNumber.empty() && end && *end == '\0') {
+        if (number >= 0 && number < static_cast<long>(list.size()))
+            return list[static_cast<std::size_t>(number)].label();
+        return std::nullopt;
+    }
+    if (nameOrNumber == kSystemDefaultDevice)
+        return std::string();
+    // A whole label, or a device's own name when only one device has it.
+    std::optional<std::string> found;
+    int named = 0;
+    for (const AudioDeviceInfo& d : list) {
+        if (d.label() == nameOrNumber)
+            return d.label();
+        if (d.name == nameOrNumber && ++named == 1)
+            found = d.label();
+    }
+    return named == 1 ? found : std::nullopt;
 }
 
 void silence_audio_library_printing()

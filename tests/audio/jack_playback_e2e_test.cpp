@@ -279,6 +279,8 @@ TEST_F(JackPlaybackTest, TheCommandLineListsTheServerAndPlaysAFile)
             << listing;
         EXPECT_NE(listing.find("input 0: system"), std::string::npos) << listing;
         EXPECT_NE(listing.find("ondrava-recorder:midi_out (Jack)"), std::string::npos) << listing;
+        // The system's default device is marked, and (nothing chosen) it is the chosen one.
+        EXPECT_NE(listing.find("[default] [chosen]"), std::string::npos) << listing;
     }
 
     open(JackServer::kRate, JackServer::kRate / 2);
@@ -292,7 +294,20 @@ TEST_F(JackPlaybackTest, TheCommandLineListsTheServerAndPlaysAFile)
                          output),
               0)
         << output;
+    // By its label, as the preference pages store it, and by its own name.
+    for (const char* device : {"'JACK Audio Connection Kit: system'", "system"}) {
+        output.clear();
+        EXPECT_EQ(runCommand(std::string(ONDRAVA_CLI) + " play " + path("play.wav") + " --select 0:4800 --device " +
+                                 device,
+                             output),
+                  0)
+            << device << ": " << output;
+    }
     output.clear();
-    const int status = runCommand(std::string(ONDRAVA_CLI) + " play " + path("play.wav") + " --loops 2", output);
+    int status = runCommand(std::string(ONDRAVA_CLI) + " play " + path("play.wav") + " --device 'No such card'", output);
+    EXPECT_EQ(WEXITSTATUS(status), 2) << output;
+    EXPECT_NE(output.find("no output device answers to --device No such card"), std::string::npos) << output;
+    output.clear();
+    status = runCommand(std::string(ONDRAVA_CLI) + " play " + path("play.wav") + " --loops 2", output);
     EXPECT_EQ(WEXITSTATUS(status), 2) << output;
 }

@@ -14,6 +14,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
 #include <QPushButton>
@@ -151,6 +152,27 @@ TEST_F(DialogTest, ThePreferenceSheetStoresEveryPage)
     EXPECT_EQ(preferences().colours[0], rgb(255, 0, 0));
     EXPECT_NE(profileText().find("Time%20format=30"), std::string::npos) << profileText();
     EXPECT_NE(profileText().find("Data%20color=Red"), std::string::npos);
+
+    // Devices by name, "System default" first; a device the profile names
+    // that is not here now stays chosen; the system mixer is left alone
+    // unless the box is ticked.
+    EXPECT_EQ(profileText().find("Control%20the%20system%20mixer=yes"), std::string::npos);
+    preferences().waveOutputDeviceName = "ALSA: USB Audio (hw:9,0)";
+    PreferencesDialog devices;
+    auto* output = devices.page(0)->findChild<QComboBox*>("outputDevice");
+    auto* input = devices.page(0)->findChild<QComboBox*>("inputDevice");
+    ASSERT_TRUE(output && input);
+    EXPECT_EQ(output->itemText(0), "System default");
+    EXPECT_EQ(output->currentText(), "ALSA: USB Audio (hw:9,0)");
+    EXPECT_EQ(input->currentIndex(), 0);
+    devices.page(0)->findChild<QCheckBox*>("controlSystemMixer")->setChecked(true);
+    devices.accept();
+    EXPECT_EQ(preferences().waveOutputDeviceName, "ALSA: USB Audio (hw:9,0)");
+    EXPECT_EQ(preferences().waveInputDeviceName, "");
+    EXPECT_TRUE(preferences().controlSystemMixer);
+    EXPECT_NE(profileText().find("Wave%20output%20device=\"ALSA: USB Audio (hw:9,0)\""), std::string::npos)
+        << profileText();
+    EXPECT_NE(profileText().find("Control%20the%20system%20mixer=yes"), std::string::npos);
 
     PreferencesDialog again;
     auto* colourPage = static_cast<CColors*>(again.page(6));

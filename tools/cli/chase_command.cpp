@@ -16,7 +16,7 @@
 #include <iostream>
 
 // ondrava-cli chase FILE --cue HH:MM:SS:FF [--fps 24|25|30] [--midi-in N]
-//                        [--device N] [--preroll FRAMES] [--compensate]
+//                        [--device NAME|N] [--preroll FRAMES] [--compensate]
 // Runs the chase lock without a display until interrupted: playback of FILE
 // starts when the incoming MIDI Time Code reaches the cue, stops when the
 // code stops and starts again when it returns. The status texts are printed
@@ -40,7 +40,7 @@ int run_chase_command(const std::vector<std::string>& argv)
 {
     const auto args = CliArgs::parse(argv, {"cue", "fps", "midi-in", "device", "preroll"}, {"compensate"});
     auto usage = [] {
-        std::cerr << "usage: ondrava-cli chase FILE --cue HH:MM:SS:FF [--fps 24|25|30] [--midi-in N] [--device N]\n"
+        std::cerr << "usage: ondrava-cli chase FILE --cue HH:MM:SS:FF [--fps 24|25|30] [--midi-in N] [--device NAME|N]\n"
                      "                          [--preroll FRAMES] [--compensate]\n";
         return kExitUsage;
     };
@@ -48,9 +48,8 @@ int run_chase_command(const std::vector<std::string>& argv)
         return usage();
     const auto fps = args->integer("fps", 24, 30, 24);
     const auto midiIn = args->integer("midi-in", 0, 255, preferences().midiInputDevice);
-    const auto device = args->integer("device", 0, 255, preferences().waveOutputDevice);
     const auto preroll = args->integer("preroll", 0, 1000, 0);
-    if (!fps || !midiIn || !device || !preroll)
+    if (!fps || !midiIn || !preroll || !apply_device_option(*args, true))
         return kExitUsage;
     if (*fps != 24 && *fps != 25 && *fps != 30) {
         std::cerr << "ondrava-cli: --fps is 24, 25 or 30\n";
@@ -61,7 +60,6 @@ int run_chase_command(const std::vector<std::string>& argv)
         std::cerr << "ondrava-cli: --cue takes HH:MM:SS:FF (frames below the rate)\n";
         return kExitUsage;
     }
-    preferences().waveOutputDevice = static_cast<int>(*device);
     use_portaudio_output();
     smpte_frame_rate = static_cast<int>(*fps);
     chase_preroll_frames = static_cast<int>(*preroll);

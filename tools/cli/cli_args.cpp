@@ -1,5 +1,8 @@
 #include "cli_args.h"
 
+#include "app/preferences.h"
+#include "audio/portaudio_device.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <iostream>
@@ -58,4 +61,19 @@ std::optional<long> CliArgs::integer(const std::string& name, long min, long max
         return std::nullopt;
     }
     return v;
+}
+
+bool apply_device_option(const CliArgs& args, bool output)
+{
+    const auto given = args.value("device");
+    if (!given)
+        return true;
+    const auto label = audio_device_label(output, *given);
+    if (!label) {
+        std::cerr << "ondrava-cli: no " << (output ? "output" : "input") << " device answers to --device " << *given
+                  << " (see ondrava-cli devices)\n";
+        return false;
+    }
+    (output ? preferences().waveOutputDeviceName : preferences().waveInputDeviceName) = *label;
+    return true;
 }

@@ -32,6 +32,11 @@ private:
     std::map<std::string, bool> m_flags;
 };
 
+// Applies --device (a device's label, its name, or its number in the list of
+// ondrava-cli devices) to the output or input device preference for this run.
+// false (the reason printed) when no device answers to it.
+bool apply_device_option(const CliArgs& args, bool output);
+
 int run_info_command(const std::vector<std::string>& args);
 int run_open_command(const std::vector<std::string>& args);
 int run_new_command(const std::vector<std::string>& args);

@@ -51,14 +51,14 @@ void usage()
                  "  marks FILE [--time-format 1|24|25|30]\n"
                  "                                  list the time marks stored in FILE\n"
                  "  devices                         report the wave devices and the MIDI ports\n"
-                 "  play FILE [--select START:END] [--loop N] [--device N] [--clipboard]\n"
+                 "  play FILE [--select START:END] [--loop N] [--device NAME|N] [--clipboard]\n"
                  "                                  play FILE (or the clipboard) on an output device\n"
-                 "  record OUT --seconds S [--channels N] [--bits B] [--rate HZ] [--device N] [--trigger LEVEL]\n"
+                 "  record OUT --seconds S [--channels N] [--bits B] [--rate HZ] [--device NAME|N] [--trigger LEVEL]\n"
                  "                                  record S seconds from an input device into OUT\n"
-                 "  chase FILE --cue HH:MM:SS:FF [--fps 24|25|30] [--midi-in N] [--device N] [--preroll F]\n"
+                 "  chase FILE --cue HH:MM:SS:FF [--fps 24|25|30] [--midi-in N] [--device NAME|N] [--preroll F]\n"
                  "        [--compensate]          play FILE locked to incoming MIDI Time Code until interrupted\n"
                  "  trigger FILE --on delay:S|timecode:HH:MM:SS:FF[@FPS]|start|note[:N[@CH]] [--select START:END]\n"
-                 "        [--record S [--save OUT]] [--midi-in N] [--device N]\n"
+                 "        [--record S [--save OUT]] [--midi-in N] [--device NAME|N]\n"
                  "                                  play FILE (or record into it) when the trigger comes\n"
                  "Questions are asked on a terminal; --yes or --no answers them all.\n";
 }

@@ -14,7 +14,7 @@
 #include <cstdio>
 #include <iostream>
 
-// ondrava-cli play FILE [--select START:END] [--loop N] [--device N]
+// ondrava-cli play FILE [--select START:END] [--loop N] [--device NAME|N]
 //                       [--clipboard]
 // Plays the document (or its selection, or the clipboard) on a wave output
 // device and returns when playback ends; Ctrl+C stops it as Stop does.
@@ -28,14 +28,12 @@ int run_play_command(const std::vector<std::string>& argv)
 {
     const auto args = CliArgs::parse(argv, {"select", "loop", "device"}, {"clipboard"});
     if (!args || args->positionals().size() != 1) {
-        std::cerr << "usage: ondrava-cli play FILE [--select START:END] [--loop N] [--device N] [--clipboard]\n";
+        std::cerr << "usage: ondrava-cli play FILE [--select START:END] [--loop N] [--device NAME|N] [--clipboard]\n";
         return kExitUsage;
     }
     const auto loops = args->integer("loop", 1, 1000000, 1);
-    const auto device = args->integer("device", 0, 255, preferences().waveOutputDevice);
-    if (!loops || !device)
+    if (!loops || !apply_device_option(*args, true))
         return kExitUsage;
-    preferences().waveOutputDevice = static_cast<int>(*device);
     use_portaudio_output();
 
     DocumentSession session;

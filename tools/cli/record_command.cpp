@@ -20,7 +20,7 @@
 #include <unistd.h>
 
 // ondrava-cli record OUT --seconds S [--channels N] [--bits B] [--rate HZ]
-//                        [--device N] [--trigger LEVEL]
+//                        [--device NAME|N] [--trigger LEVEL]
 // Records S seconds from a wave input device into a new WAVE file, through
 // the sampler: a new document, one take from its start, the take adopted and
 // saved. With --trigger the take starts when the signal's positive peak
@@ -45,17 +45,15 @@ int run_record_command(const std::vector<std::string>& argv)
         CliArgs::parse(argv, {"seconds", "channels", "bits", "rate", "device", "trigger"}, {});
     if (!args || args->positionals().size() != 1 || !args->has("seconds")) {
         std::cerr << "usage: ondrava-cli record OUT --seconds S [--channels N] [--bits B] [--rate HZ] "
-                     "[--device N] [--trigger LEVEL]\n";
+                     "[--device NAME|N] [--trigger LEVEL]\n";
         return kExitUsage;
     }
     const auto seconds = args->integer("seconds", 1, 24 * 3600, 1);
-    const auto device = args->integer("device", 0, 255, preferences().waveInputDevice);
-    if (!seconds || !device)
+    if (!seconds || !apply_device_option(*args, false))
         return kExitUsage;
-    preferences().waveInputDevice = static_cast<int>(*device);
     use_portaudio_input();
     // Without a format the device's own rate, stereo where it can, 16-bit.
-    const auto input = chosen_audio_device(false, static_cast<int>(*device));
+    const auto input = named_audio_device(false, preferences().waveInputDeviceName);
     if (!input) {
         std::cerr << "ondrava-cli: there is no wave input device\n";
         return kExitFailed;

@@ -19,7 +19,7 @@
 #include <iostream>
 
 // ondrava-cli trigger FILE --on WHAT [--select START:END] [--record SECONDS]
-//                          [--save OUT] [--midi-in N] [--device N]
+//                          [--save OUT] [--midi-in N] [--device NAME|N]
 // WHAT: delay:SECONDS, timecode:HH:MM:SS:FF[@FPS], start (a sequencer's
 // Start or Continue), note (any) or note:N[@CHANNEL]. Waits for the trigger,
 // then plays FILE (from the selection's start) to its end, or with --record
@@ -76,15 +76,14 @@ int run_trigger_command(const std::vector<std::string>& argv)
     auto usage = [] {
         std::cerr << "usage: ondrava-cli trigger FILE --on delay:S|timecode:HH:MM:SS:FF[@FPS]|start|note[:N[@CH]]\n"
                      "                            [--select START:END] [--record SECONDS] [--save OUT]\n"
-                     "                            [--midi-in N] [--device N]\n";
+                     "                            [--midi-in N] [--device NAME|N]\n";
         return kExitUsage;
     };
     TriggerSettings settings;
     if (!args || args->positionals().size() != 1 || !args->value("on") || !parseTrigger(*args->value("on"), settings))
         return usage();
     const auto midiIn = args->integer("midi-in", 0, 255, preferences().midiInputDevice);
-    const auto device = args->integer("device", 0, 255, preferences().waveOutputDevice);
-    if (!midiIn || !device)
+    if (!midiIn || !apply_device_option(*args, !args->has("record")))
         return kExitUsage;
     if (const auto seconds = args->value("record")) {
         char* end = nullptr;
@@ -94,7 +93,6 @@ int run_trigger_command(const std::vector<std::string>& argv)
         settings.action = TriggerAction::Record;
         use_portaudio_input();
     } else {
-        preferences().waveOutputDevice = static_cast<int>(*device);
         use_portaudio_output();
     }
 
