@@ -16,6 +16,9 @@
 namespace {
 
 std::atomic<int> g_xruns{0};
+// Periods in which the engine had no buffer ready in the middle of playing:
+// our own starvation, apart from the server's xruns.
+std::atomic<int> g_starved{0};
 
 class PortAudioWaveOut : public WaveOutDevice {
 public:
@@ -112,6 +115,8 @@ public:
             return false;
         }
         g_xruns = 0;
+        g_starved = 0;
+        m_dryPeriods = 0;
         if (const PaStreamInfo* info = Pa_GetStreamInfo(m_stream))
             m_latency = info->outputLatency;
         m_rate = format.rate;
@@ -241,6 +246,7 @@ private:
             self->m_leadFrames -= lead / self->m_frameBytes;
         }
         // Paused: nothing is taken, the whole period is silence.
+        const bool playing = !self->m_paused;
         while (needed > 0 && !self->m_paused) {
             if (!self->m_current.data) {
                 auto next = self->m_submitted.pop();
@@ -248,6 +254,10 @@ private:
                     break;
                 self->m_current = *next;
                 self->m_offset = 0;
+                // Data again after periods that had none: those were starved
+                // (a gap at the very end, with nothing after it, is not).
+                g_starved += self->m_dryPeriods;
+                self->m_dryPeriods = 0;
             }
             // An aligned start passes over what it is too late for.
             const bool skipping = self->m_skipBytes > 0;
@@ -268,8 +278,11 @@ private:
                 self->m_current = {};
             }
         }
-        if (needed > 0)
+        if (needed > 0) {
+            if (playing && self->m_playedBytes.load() > 0)
+                ++self->m_dryPeriods;
             std::memset(out, self->m_bits == 8 ? 128 : 0, needed);
+        }
         return paContinue;
     }
 
@@ -318,6 +331,7 @@ private:
     int m_bits = 16;
     int m_channels = 2;
     double m_gain[2] = {1.0, 1.0};
+    int m_dryPeriods = 0;  // realtime side only
     std::atomic<bool> m_paused{false};
     std::atomic<std::uint64_t> m_playedBytes{0};
     // Buffers written and not yet handed back by the callback.
@@ -349,3 +363,5 @@ std::unique_ptr<WaveOutDevice> makePortAudioOutput()
 
 void use_portaudio_output() { set_wave_out_factory(makePortAudioOutput); }
 int portaudio_output_xruns() { return g_xruns.load(); }
+
+int portaudio_output_starved() { return g_starved.load(); }

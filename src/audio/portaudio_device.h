@@ -34,8 +34,11 @@ std::optional<std::string> audio_device_label(bool output, const std::string& na
 // Makes PortAudio the program's wave output device (the one numbered in the
 // "Default Wave output device" preference, else the default one).
 void use_portaudio_output();
-// Underruns the last stream met.
+// Underruns the server reported for the last stream (its xruns).
 int portaudio_output_xruns();
+// Periods of the last stream in which the program had no sound ready in the
+// middle of playing (its own starvation).
+int portaudio_output_starved();
 // Makes PortAudio the program's wave input device (the one numbered in the
 // "Default Wave input device" preference, else the default one).
 void use_portaudio_input();

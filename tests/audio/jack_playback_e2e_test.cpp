@@ -171,6 +171,27 @@ TEST_F(JackPlaybackTest, FilesPlayAtTheirOwnLevel)
     }
 }
 
+// The report tells our own starvation (no buffer ready in the middle of
+// playing) apart from the server's xruns: a play whose refills are held up
+// counts starved periods; one that is not counts none.
+TEST_F(JackPlaybackTest, StarvedPeriodsAreOursAndCountedApart)
+{
+    CChildFrame& f = open(JackServer::kRate, JackServer::kRate * 2);
+    PlaybackEngine& e = PlaybackEngine::instance();
+    ASSERT_EQ(e.play_the_wavefile(f), 1);
+    ASSERT_TRUE(runUntil([&] { return !e.is_playing; }, 5000));
+    e.wait_until_released(2000);
+    EXPECT_EQ(portaudio_output_starved(), 0);
+
+    ASSERT_EQ(e.play_the_wavefile(f), 1);
+    runUntil([] { return false; }, 300);
+    // The user-interface thread is busy for longer than the queued buffers last.
+    QThread::msleep(900);
+    ASSERT_TRUE(runUntil([&] { return !e.is_playing; }, 8000));
+    e.wait_until_released(2000);
+    EXPECT_GT(portaudio_output_starved(), 0);
+}
+
 TEST_F(JackPlaybackTest, StopEndsAtOnceAndLoopsRepeatTheRange)
 {
     CChildFrame& f = open(JackServer::kRate, JackServer::kRate * 10);

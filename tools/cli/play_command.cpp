@@ -69,6 +69,7 @@ int run_play_command(const std::vector<std::string>& argv)
     // Let the device's close completion arrive before the engine is left alone.
     engine.wait_until_released(1000);
     engine.setHost(nullptr);
-    std::printf("played %.0f ms, %d underruns\n", engine.get_play_position_ms(), portaudio_output_xruns());
+    std::printf("played %.0f ms, %d underruns, %d starved periods\n", engine.get_play_position_ms(),
+                portaudio_output_xruns(), portaudio_output_starved());
     return engine.device_lost ? kExitFailed : kExitOk;
 }

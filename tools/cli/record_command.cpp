@@ -115,6 +115,7 @@ int run_record_command(const std::vector<std::string>& argv)
     const bool lost = RecordEngine::instance().device_lost;
     if (!adopted || !save_waveform_file(f, out, 0, 0))
         return kExitFailed;
-    std::printf("recorded %.3f s, %d overruns\n", recorded, portaudio_input_overruns());
+    std::printf("recorded %.3f s, %d overruns, %d starved periods\n", recorded,
+                portaudio_input_overruns() - portaudio_input_dropped(), portaudio_input_dropped());
     return lost ? kExitFailed : kExitOk;
 }
