@@ -1,5 +1,6 @@
 #include "app/atomic_file.h"
 
+#include "app/file_names.h"
 #include "app/posix_io.h"
 #include "app/unique_fd.h"
 
@@ -56,15 +57,10 @@ bool AtomicFile::begin(const std::string& name)
             target = resolved.string();
     }
     m_target = target;
-    const auto slash = target.find_last_of('/');
-    const std::string folder = slash == std::string::npos ? std::string() : target.substr(0, slash + 1);
-    const std::string leaf = slash == std::string::npos ? target : target.substr(slash + 1);
     // The extension is everything after the first dot of the name, as the
     // program's own extension rule reads it.
-    const auto dot = leaf.find('.');
-    const std::string stem = dot == std::string::npos ? leaf : leaf.substr(0, dot);
-    const std::string extension = dot == std::string::npos ? std::string() : leaf.substr(dot);
-    std::string pattern = folder + stem + kTag + "XXXXXX" + extension;
+    const auto [stem, extension] = split_at_extension(target);
+    const std::string pattern = stem + kTag + "XXXXXX" + extension;
     std::vector<char> buffer(pattern.begin(), pattern.end());
     buffer.push_back('\0');
     UniqueFd fd(::mkstemps(buffer.data(), static_cast<int>(extension.size())));

@@ -43,6 +43,14 @@ void add_default_extension(std::string& name, const char* extWithDot)
         name += extWithDot;
 }
 
+std::pair<std::string, std::string> split_at_extension(const std::string& path)
+{
+    const auto dot = firstDotInName(path);
+    if (dot == std::string::npos)
+        return {path, std::string()};
+    return {path.substr(0, dot), path.substr(dot)};
+}
+
 std::string get_extension(const std::string& name)
 {
     const auto dot = firstDotInName(name);
@@ -100,11 +108,7 @@ std::string name_for_converted_file(const std::string& source, const std::string
     struct stat st {};
     if (::stat(wanted.c_str(), &st) != 0)
         return wanted;
-    const auto slash = wanted.find_last_of('/');
-    const std::size_t leafStart = slash == std::string::npos ? 0 : slash + 1;
-    const auto dot = wanted.find('.', leafStart);
-    const std::string stem = dot == std::string::npos ? wanted : wanted.substr(0, dot);
-    const std::string extension = dot == std::string::npos ? std::string() : wanted.substr(dot);
+    const auto [stem, extension] = split_at_extension(wanted);
     std::string other;
     for (int n = 2; n < 10000 && other.empty(); ++n) {
         const std::string candidate = stem + "-" + std::to_string(n) + extension;

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 
 // File-name and file helpers used all over the program and by the modules.
 // Extension rules look at the file-name part only (after the last '/'), so a
@@ -16,6 +17,9 @@ void ReplaceExt(std::string& name, const char* ext);
 void add_default_extension(std::string& name, const char* extWithDot);
 // Everything after the first '.' of the name; empty when there is none.
 std::string get_extension(const std::string& name);
+// The path up to its name's first '.', and the rest from that dot on (empty
+// when the name has none): folder/take.1.wav is folder/take and .1.wav.
+std::pair<std::string, std::string> split_at_extension(const std::string& path);
 
 // The file's length in bytes; 0 when it cannot be opened.
 std::uint64_t get_named_file_length(const std::string& name);

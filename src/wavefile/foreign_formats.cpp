@@ -21,12 +21,7 @@ int convert_into(const std::string& source, const std::string& written)
     const std::string output = converter_output_path();
     ::unlink(output.c_str());
     ::unlink(converter_marker_path().c_str());
-    const std::string program = crvcnvrt_program();
-    if (::access(program.c_str(), X_OK) != 0) {
-        ErrMsg("CRVCNVRT.EXE missing.");
-        return 0;
-    }
-    const HelperWait wait = run_helper_until_finished(program, {source, written}, 1000, 100, 1000);
+    const HelperWait wait = run_helper_until_finished(crvcnvrt_program(), {source, written}, 1000, 100, 1000);
     if (wait == HelperWait::NotStarted) {
         ErrMsg("CRVCNVRT.EXE missing.");
         return 0;

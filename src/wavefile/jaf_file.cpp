@@ -137,7 +137,16 @@ int compress_to_jaf_file(const std::string& target)
     }
     const int channels = f.wfx.nChannels == 2 ? 2 : 1;
     std::uint64_t consumed = 0, written = 0;
-    bool complete = true;
+    bool cancelled = false;
+    bool writeOk = true;
+    int writeError = 0;
+    const auto writeOut = [&](const std::uint64_t bytes) {
+        if (out.write(output.data(), static_cast<long long>(bytes)) == static_cast<long long>(bytes))
+            return true;
+        writeOk = false;
+        writeError = errno;
+        return false;
+    };
     {
         put_up_wait_cursor();
         Progress progress("Compressing waveform", 1);
@@ -151,33 +160,37 @@ int compress_to_jaf_file(const std::string& target)
             const std::uint64_t blockBytes = 2 * k;
             if (written + blockBytes > outputLimit) {
                 const std::uint64_t rest = outputLimit - written;
-                complete = out.write(output.data(), static_cast<long long>(rest)) == static_cast<long long>(rest);
+                writeOut(rest);
                 written += rest;
                 break;
             }
-            if (out.write(output.data(), static_cast<long long>(blockBytes)) != static_cast<long long>(blockBytes)) {
-                complete = false;
+            if (!writeOut(blockBytes))
                 break;
-            }
             written += blockBytes;
             show_percent_done(progress.box, static_cast<int>(consumed * 100 / std::max<std::uint32_t>(1, inputBytes)));
             if (cancel_button_pressed(progress.box)) {
-                complete = false;
+                cancelled = true;
                 break;
             }
             if (consumed >= inputBytes)
                 break;
         }
     }
-    const bool sized = ascend_and_update_waveform_file(out) == MMSYSERR_NOERROR;
-    complete = out.close() && sized && complete;
-    ::close(in);
-    // A cancelled or failed compression leaves the target as it was.
-    if (!complete) {
-        if (errno == ENOSPC || errno == EFBIG || errno == EIO)
-            ErrMsg("Cannot write output WAVE file %s: %s", target.c_str(), std::strerror(errno));
-        return 0;
+    if (writeOk && ascend_and_update_waveform_file(out) != MMSYSERR_NOERROR) {
+        writeOk = false;
+        writeError = errno;
     }
+    if (!out.close() && writeOk) {
+        writeOk = false;
+        writeError = errno;
+    }
+    ::close(in);
+    // A cancelled or failed compression leaves the target as it was; only a
+    // failed write has something to say.
+    if (!writeOk)
+        ErrMsg("Cannot write output WAVE file %s: %s", target.c_str(), std::strerror(writeError ? writeError : EIO));
+    if (cancelled || !writeOk)
+        return 0;
 
     const std::string compressed = converter_output_path();
     ::unlink(compressed.c_str());
