@@ -151,6 +151,8 @@ void silence_audio_library_printing()
 
 void shutdown_audio()
 {
+    if (g_ready)
+        portaudio_close_output_stream();
     if (g_ready && g_lostStreams.load() == 0) {
         Pa_Terminate();
         g_ready = false;

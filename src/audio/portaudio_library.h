@@ -17,6 +17,9 @@ PaDeviceIndex portaudio_preferred_device(bool output);
 // Counts a stream whose server vanished: the library is not shut down after
 // that (it would wait on, or assert about, the dead server).
 void portaudio_stream_lost();
+// Closes the output stream kept open between playbacks (before the library
+// goes).
+void portaudio_close_output_stream();
 
 // Watches a running stream from the user-interface thread: a stream that has
 // stopped by itself (the JACK server went away) or has moved no bytes for two

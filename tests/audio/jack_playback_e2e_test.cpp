@@ -47,8 +47,10 @@ protected:
     CChildFrame& open(std::uint32_t rate, std::size_t frames)
     {
         source = WavBuilder::randomBytes(frames * 4, 7);
-        writeFile(path("play.wav"), WavBuilder::pcm(2, rate, 16, source));
-        docs.push_back(open_document_file(path("play.wav")));
+        // The first is play.wav, the others have names of their own.
+        const std::string name = path(docs.empty() ? "play.wav" : "play" + std::to_string(docs.size()) + ".wav");
+        writeFile(name, WavBuilder::pcm(2, rate, 16, source));
+        docs.push_back(open_document_file(name));
         EXPECT_TRUE(docs.back());
         return *docs.back();
     }
@@ -243,17 +245,129 @@ TEST_F(JackPlaybackTest, StopEndsAtOnceAndLoopsRepeatTheRange)
     }
 }
 
-TEST_F(JackPlaybackTest, ARateTheServerCannotRunIsRefusedAndNothingIsLeftOpen)
+// The server runs at 48 kHz only: files at other rates are converted on the
+// way out and play at their own pitch and length, and the play position
+// stays in the document's time.
+TEST_F(JackPlaybackTest, FilesAtRatesTheServerCannotRunPlayAtTheirPitchAndLength)
 {
-    // The server runs at 48 kHz only; a 22050 Hz document cannot open a stream.
-    CChildFrame& f = open(22050, 22050);
     PlaybackEngine& e = PlaybackEngine::instance();
-    EXPECT_EQ(e.play_the_wavefile(f), 0);
-    EXPECT_FALSE(e.is_playing);
-    // And the next document that fits plays normally.
-    CChildFrame& g = open(JackServer::kRate, 4800);
+    for (const std::uint32_t rate : {44100u, 96000u, 22050u}) {
+        // One second of 1 kHz at -6 dBFS.
+        Bytes data;
+        for (std::uint32_t i = 0; i < rate; ++i) {
+            const double v = 0.5 * std::sin(2 * M_PI * 1000.0 * i / rate);
+            for (int ch = 0; ch < 2; ++ch)
+                WavBuilder::put16(data, static_cast<std::uint16_t>(static_cast<std::int16_t>(std::lround(v * 32768))));
+        }
+        const std::string name = path("tone" + std::to_string(rate) + ".wav");
+        writeFile(name, WavBuilder::pcm(2, rate, 16, data));
+        docs.push_back(open_document_file(name));
+        ASSERT_TRUE(docs.back());
+        JackRecorder rec(JackServer::kRate * 3);
+        ASSERT_TRUE(rec.open());
+        ASSERT_EQ(e.play_the_wavefile(*docs.back()), 1) << rate;
+        ASSERT_EQ(rec.connectPlayers(), 2);
+        ASSERT_TRUE(runUntil([&] { return !e.is_playing; }, 5000)) << rate;
+        EXPECT_NEAR(e.get_play_position_ms(), 1000.0, 2.0) << rate;
+        e.wait_until_released(2000);
+        runUntil([] { return false; }, 200);
+        const auto& l = rec.left();
+        std::size_t first = 0, last = 0;
+        for (std::size_t r = 0; r < rec.frames(); ++r)
+            if (std::fabs(l[r]) > 1e-3f) {
+                if (first == 0)
+                    first = r;
+                last = r;
+            }
+        ASSERT_GT(last, first) << rate << ": nothing was heard";
+        // One second at the server's rate, within a millisecond.
+        EXPECT_NEAR(static_cast<double>(last - first), JackServer::kRate, 48.0) << rate;
+        // The frequency from the upward zero crossings (interpolated) over
+        // the middle of the tone.
+        double firstCrossing = -1, lastCrossing = -1;
+        int crossings = 0;
+        for (std::size_t r = first + 2400; r + 2400 < last; ++r)
+            if (l[r] < 0.0f && l[r + 1] >= 0.0f) {
+                const double at = static_cast<double>(r) + l[r] / (l[r] - l[r + 1]);
+                if (firstCrossing < 0)
+                    firstCrossing = at;
+                lastCrossing = at;
+                ++crossings;
+            }
+        ASSERT_GT(crossings, 100) << rate;
+        const double frequency = (crossings - 1) * JackServer::kRate / (lastCrossing - firstCrossing);
+        EXPECT_NEAR(frequency, 1000.0, 1.0) << rate;
+        // And at its level: the peak of a -6 dBFS tone.
+        float peak = 0.0f;
+        for (std::size_t r = first + 2400; r + 2400 < last; ++r)
+            peak = std::max(peak, std::fabs(l[r]));
+        EXPECT_NEAR(20 * std::log10(peak), -6.02, 0.1) << rate;
+        rec.close();
+    }
+}
+
+// The output stream stays open between plays: a connection the user made to
+// our ports survives Stop, the end of playback and a change of document rate,
+// and the next play reaches it without connecting again.
+TEST_F(JackPlaybackTest, AConnectionMadeToOurPortsSurvivesStops)
+{
+    CChildFrame& f = open(JackServer::kRate, JackServer::kRate * 4);
+    PlaybackEngine& e = PlaybackEngine::instance();
+    JackRecorder rec(JackServer::kRate * 20);
+    ASSERT_TRUE(rec.open());
+    ASSERT_EQ(e.play_the_wavefile(f), 1);
+    ASSERT_EQ(rec.connectPlayers(), 2);
+    std::vector<std::string> ours;
+    {
+        jack_status_t status;
+        jack_client_t* probe = jack_client_open("ondrava-probe", JackNoStartServer, &status);
+        ASSERT_NE(probe, nullptr);
+        const char** ports = jack_get_ports(probe, nullptr, JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput);
+        for (int i = 0; ports && ports[i]; ++i)
+            if (std::string(ports[i]).rfind("system:", 0) != 0)
+                ours.emplace_back(ports[i]);
+        jack_free(ports);
+        jack_client_close(probe);
+    }
+    ASSERT_EQ(ours.size(), 2u);
+    auto connected = [&] {
+        jack_status_t status;
+        jack_client_t* probe = jack_client_open("ondrava-probe", JackNoStartServer, &status);
+        int n = 0;
+        for (const std::string& port : ours) {
+            jack_port_t* p = probe ? jack_port_by_name(probe, port.c_str()) : nullptr;
+            if (p && jack_port_connected_to(p, "ondrava-recorder:in_1") + jack_port_connected_to(p, "ondrava-recorder:in_2") == 1)
+                ++n;
+        }
+        if (probe)
+            jack_client_close(probe);
+        return n;
+    };
+    for (int stop = 0; stop < 3; ++stop) {
+        runUntil([] { return false; }, 200);
+        e.stop_playback();
+        ASSERT_TRUE(runUntil([&] { return !e.is_playing; }, 2000));
+        e.wait_until_released(1000);
+        EXPECT_EQ(connected(), 2) << "after stop " << stop + 1;
+        ASSERT_EQ(e.play_the_wavefile(f), 1);
+    }
+    // A document at another rate, played to its end.
+    e.stop_playback();
+    e.wait_until_released(1000);
+    CChildFrame& g = open(44100, 4410);
     ASSERT_EQ(e.play_the_wavefile(g), 1);
-    EXPECT_TRUE(runUntil([&] { return !e.is_playing; }, 3000));
+    ASSERT_TRUE(runUntil([&] { return !e.is_playing; }, 3000));
+    e.wait_until_released(1000);
+    EXPECT_EQ(connected(), 2) << "after a play at another rate";
+    // The last play reaches the recorder through the same connections.
+    const std::size_t before = rec.frames();
+    CChildFrame& h = open(JackServer::kRate, JackServer::kRate / 4);
+    ASSERT_EQ(e.play_the_wavefile(h), 1);
+    ASSERT_TRUE(runUntil([&] { return !e.is_playing; }, 3000));
+    runUntil([] { return false; }, 200);
+    const long at = alignment(rec, 0, JackServer::kRate / 4, before);
+    ASSERT_GE(at, static_cast<long>(before)) << "the last play was not heard";
+    EXPECT_EQ(mismatches(rec, static_cast<std::size_t>(at), 0, JackServer::kRate / 4), 0u);
 }
 
 TEST_F(JackPlaybackTest, AServerThatGoesAwayDuringPlaybackEndsItWithAMessage)
