@@ -1,11 +1,14 @@
 // The wave input device on PortAudio: the realtime callback copies captured
 // frames into the buffers the engine handed over and passes full ones back
 // through lock-free queues; a 5 ms timer on the user-interface thread
-// delivers the completions.
+// delivers the completions. A device that cannot run the document's rate
+// captures at its own and the frames are converted (libsoxr) on the way in.
 #include "audio/portaudio_device.h"
 #include "audio/portaudio_library.h"
 #include "audio/spsc_queue.h"
 #include "audio/wave_in_device.h"
+#include "wavefile/resampler.h"
+#include "wavefile/sample_values.h"
 
 #include <QTimer>
 #include <algorithm>
@@ -37,19 +40,20 @@ public:
         m_listener = listener;
         m_frameBytes = static_cast<std::size_t>(format.channels * format.bits / 8);
         m_bits = format.bits;
-        PaStreamParameters in{};
-        in.device = m_device;
-        in.channelCount = format.channels;
-        // Floats, converted here: full scale is 32768 (or 128) steps and each
-        // sample is rounded, so that a 16-bit source through a float host
-        // (JACK) records bit for bit. (PortAudio's own conversion scales by
-        // 32767 and truncates: one step off on nearly every sample.)
-        in.sampleFormat = paFloat32;
-        in.suggestedLatency = Pa_GetDeviceInfo(m_device)->defaultLowInputLatency;
-        if (Pa_OpenStream(&m_stream, &in, nullptr, format.rate, paFramesPerBufferUnspecified, paDitherOff, &callback,
-                          this) != paNoError) {
-            m_stream = nullptr;
-            return false;
+        m_channels = format.channels;
+        if (!openStream(format, format.rate)) {
+            // The device cannot run the document's rate: its own, converted.
+            const PaDeviceInfo* info = Pa_GetDeviceInfo(m_device);
+            bool opened = false;
+            for (const double rate : {info ? info->defaultSampleRate : 0.0, 48000.0, 44100.0})
+                if (!opened && rate > 0 && rate != format.rate && openStream(format, rate))
+                    opened = m_resampler.open(rate, format.rate, format.channels);
+            if (!opened) {
+                if (m_stream)
+                    Pa_CloseStream(m_stream);
+                m_stream = nullptr;
+                return false;
+            }
         }
         g_overruns = 0;
         g_dropped = 0;
@@ -57,6 +61,22 @@ public:
         m_timer.setInterval(5);
         QObject::connect(&m_timer, &QTimer::timeout, [this] { deliver(); });
         m_timer.start();
+        return true;
+    }
+
+    bool openStream(const StreamFormat& format, double rate)
+    {
+        PaStreamParameters in{};
+        in.device = m_device;
+        in.channelCount = format.channels;
+        // Floats, rounded to the document's samples here (store()).
+        in.sampleFormat = paFloat32;
+        in.suggestedLatency = Pa_GetDeviceInfo(m_device)->defaultLowInputLatency;
+        if (Pa_OpenStream(&m_stream, &in, nullptr, rate, paFramesPerBufferUnspecified, paDitherOff, &callback,
+                          this) != paNoError) {
+            m_stream = nullptr;
+            return false;
+        }
         return true;
     }
 
@@ -78,6 +98,8 @@ public:
     {
         if (m_stream && m_started)
             Pa_AbortStream(m_stream);
+        if (m_started)
+            flushConverter();
         m_started = false;
         handBackHeldBuffers();
     }
@@ -90,6 +112,9 @@ public:
             Pa_CloseStream(m_stream);
             m_stream = nullptr;
         }
+        if (m_started)
+            flushConverter();
+        m_started = false;
         handBackHeldBuffers();
         m_pendingClose = true;
     }
@@ -155,28 +180,62 @@ private:
         if (flags & paInputOverflow)
             ++g_overruns;
         const auto* samples = static_cast<const float*>(input);
-        const std::size_t sampleBytes = static_cast<std::size_t>(self->m_bits / 8);
-        std::size_t count = frames * (self->m_frameBytes / sampleBytes);
+        if (!samples)
+            return paContinue;
+        if (!self->m_resampler.isOpen()) {
+            self->store(samples, frames);
+            return paContinue;
+        }
+        // Converted a piece at a time, as much as the scratch holds.
+        std::size_t left = frames;
+        const std::size_t piece = std::max<std::size_t>(
+            1, static_cast<std::size_t>(static_cast<double>(kConvertedFrames - 16) * self->m_resampler.ratio()));
+        while (left > 0) {
+            std::size_t used = 0;
+            const std::size_t n = std::min(left, piece);
+            const std::size_t made =
+                self->m_resampler.process(samples, n, &used, self->m_converted, kConvertedFrames);
+            if (!self->store(self->m_converted, made) || used == 0)
+                break;
+            samples += used * static_cast<std::size_t>(self->m_channels);
+            left -= used;
+        }
+        return paContinue;
+    }
+
+    // What the converter still holds at the end of a take (the callback no
+    // longer runs).
+    void flushConverter()
+    {
+        if (!m_resampler.isOpen())
+            return;
+        const std::size_t made = m_resampler.flush(m_converted, kConvertedFrames);
+        store(m_converted, made);
+        m_resampler.clear();
+    }
+
+    // Captured float frames, rounded to the document's samples: full scale
+    // is 32768 (or 128) steps, so that a 16-bit source through a float host
+    // (JACK) records bit for bit. (PortAudio's own conversion scales by 32767
+    // and truncates: one step off on nearly every sample.) False when frames
+    // were lost for want of a buffer.
+    bool store(const float* samples, std::size_t frames)
+    {
+        const int sampleBytes = m_bits / 8;
+        std::size_t count = frames * static_cast<std::size_t>(m_channels);
         unsigned char scratch[4096];
-        while (count > 0 && samples) {
+        while (count > 0) {
             // A whole number of frames at a time (the scratch holds an even
             // number of samples).
-            const std::size_t n = std::min(count, sizeof scratch / sampleBytes);
-            for (std::size_t i = 0; i < n; ++i) {
-                if (sampleBytes == 1) {
-                    scratch[i] = static_cast<unsigned char>(std::clamp(std::lround(samples[i] * 128.0f) + 128, 0L, 255L));
-                } else {
-                    const auto v =
-                        static_cast<std::int16_t>(std::clamp(std::lround(samples[i] * 32768.0f), -32768L, 32767L));
-                    std::memcpy(scratch + 2 * i, &v, 2);
-                }
-            }
-            if (!self->take(scratch, n * sampleBytes))
-                break;
+            const std::size_t n = std::min(count, sizeof scratch / static_cast<std::size_t>(sampleBytes));
+            for (std::size_t i = 0; i < n; ++i)
+                float_to_pcm_sample(scratch + i * static_cast<std::size_t>(sampleBytes), sampleBytes, samples[i]);
+            if (!take(scratch, n * static_cast<std::size_t>(sampleBytes)))
+                return false;
             samples += n;
             count -= n;
         }
-        return paContinue;
+        return true;
     }
 
     // Puts captured bytes into the buffers; false when there was no buffer
@@ -215,8 +274,12 @@ private:
     SpscQueue<Buffer, 16> m_empty;
     SpscQueue<Buffer, 16> m_full;
     Buffer m_current;
+    static constexpr std::size_t kConvertedFrames = 4096;
     std::size_t m_frameBytes = 4;
     int m_bits = 16;
+    int m_channels = 2;
+    Resampler m_resampler;
+    float m_converted[kConvertedFrames * 2] = {};
     std::atomic<std::uint64_t> m_capturedBytes{0};
     std::atomic<int> m_outstanding{0};
     bool m_started = false;

@@ -11,6 +11,7 @@
 #include "support/document_test.h"
 #include "support/jack_e2e.h"
 
+#include <cmath>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -162,6 +163,62 @@ TEST_F(JackRecordTest, TheCommandLineRecordsTheSetLengthFromTheTrigger)
         ++start;
     EXPECT_LT(start, 32768u / 4);
     EXPECT_EQ(mismatches(take), 0);
+}
+
+// The server runs at 48 kHz: a 44.1 kHz take is converted on the way in and
+// holds the tone at its pitch, at its level, for as long as it sounded.
+TEST_F(JackRecordTest, ATakeAtARateTheServerCannotRunIsConvertedOnTheWayIn)
+{
+    // Two seconds of 1 kHz at -6 dBFS, from the first frame.
+    std::vector<float> tone;
+    for (int i = 0; i < 2 * JackServer::kRate; ++i)
+        tone.push_back(static_cast<float>(0.5 * std::sin(2 * M_PI * 1000.0 * i / JackServer::kRate)));
+    JackPlayer source(tone, tone);
+    ASSERT_TRUE(source.open());
+    const std::string out = path("take44.wav");
+    std::string output;
+    const int status = runCommand(std::string(ONDRAVA_CLI) + " record " + out + " --seconds 3 --rate 44100", output,
+                                  [&] {
+                                      runUntil([&] { return source.connectToListeners() == 2; }, 3000);
+                                      std::this_thread::sleep_for(std::chrono::milliseconds(300));
+                                      source.play();
+                                  });
+    ASSERT_TRUE(WIFEXITED(status)) << output;
+    EXPECT_EQ(WEXITSTATUS(status), 0) << output;
+    ASSERT_EQ(ReadInputWaveformHeader(out, 0), 1);
+    EXPECT_EQ(current_wave_format.nSamplesPerSec, 44100u);
+    const Bytes take = fileBytes(out, 44);
+    const std::size_t frames = take.size() / 4;
+    EXPECT_EQ(frames, 3u * 44100);
+    std::vector<double> l(frames);
+    for (std::size_t i = 0; i < frames; ++i)
+        l[i] = sampleAt(take, i, 0) / 32768.0;
+    std::size_t first = 0, last = 0;
+    for (std::size_t i = 0; i < frames; ++i)
+        if (std::fabs(l[i]) > 1e-3) {
+            if (first == 0)
+                first = i;
+            last = i;
+        }
+    ASSERT_GT(last, first) << "nothing was recorded";
+    // Two seconds at 44.1 kHz, within a millisecond.
+    EXPECT_NEAR(static_cast<double>(last - first), 2.0 * 44100, 44.0);
+    double firstCrossing = -1, lastCrossing = -1;
+    int crossings = 0;
+    double peak = 0;
+    for (std::size_t i = first + 2205; i + 2205 < last; ++i) {
+        peak = std::max(peak, std::fabs(l[i]));
+        if (l[i] < 0.0 && l[i + 1] >= 0.0) {
+            const double at = static_cast<double>(i) + l[i] / (l[i] - l[i + 1]);
+            if (firstCrossing < 0)
+                firstCrossing = at;
+            lastCrossing = at;
+            ++crossings;
+        }
+    }
+    ASSERT_GT(crossings, 1000);
+    EXPECT_NEAR((crossings - 1) * 44100.0 / (lastCrossing - firstCrossing), 1000.0, 1.0);
+    EXPECT_NEAR(20 * std::log10(peak), -6.02, 0.1);
 }
 
 TEST_F(JackRecordTest, AServerThatGoesAwayDuringATakeKeepsWhatWasRecorded)

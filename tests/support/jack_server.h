@@ -47,15 +47,35 @@ public:
         posix_spawn_file_actions_destroy(&actions);
         if (rc != 0)
             return false;
+        // The server answers once jack_lsp can list its ports. The probe runs
+        // in a child process: the JACK library serves one server per process,
+        // and a client of a second server here would break this process's own
+        // clients when that server goes away.
         for (int i = 0; i < 100; ++i) {
-            jack_status_t status;
-            if (jack_client_t* c = jack_client_open("ondrava-probe", JackNoStartServer, &status)) {
-                jack_client_close(c);
+            if (answers())
                 return true;
-            }
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
         }
         return false;
+    }
+
+    // Whether a client can connect to the server (from a child process).
+    bool answers() const
+    {
+        std::vector<std::string> argv = {"jack_lsp", "-s", name};
+        std::vector<char*> args;
+        for (auto& a : argv)
+            args.push_back(const_cast<char*>(a.c_str()));
+        args.push_back(nullptr);
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
+        posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
+        pid_t pid = -1;
+        const int rc = posix_spawnp(&pid, "jack_lsp", &actions, nullptr, args.data(), environ);
+        posix_spawn_file_actions_destroy(&actions);
+        int status = 0;
+        return rc == 0 && ::waitpid(pid, &status, 0) == pid && WIFEXITED(status) && WEXITSTATUS(status) == 0;
     }
 
     void makeDefault() const { setenv("JACK_DEFAULT_SERVER", name.c_str(), 1); }
