@@ -1,8 +1,9 @@
 // Playback, then recording, of a long 48 kHz stereo stream through a JACK
 // server on the dummy driver (256-frame period) while the view repaints every
-// 30 ms, as the play cursor makes it. Prints the xruns PortAudio and the
-// server saw in each and the longest the user-interface thread was busy at
-// one go.
+// 30 ms, as the play cursor makes it; then the same length of a 44.1 kHz
+// file, converted to the server's rate on the way out. Prints the xruns
+// PortAudio and the server saw in each, our own starved periods, and the
+// longest the user-interface thread was busy at one go.
 
 #include "app/app_paths.h"
 #include "audio/playback_engine.h"
@@ -23,6 +24,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <functional>
 
 int main(int argc, char** argv)
@@ -121,10 +123,40 @@ int main(int argc, char** argv)
     }
     const Load played = underLoad([&] { return !engine.is_playing && engine.bufferBytes().empty(); });
     std::printf("played %.1f s in %.1f s\n", engine.get_play_position_ms() / 1000.0, played.seconds);
-    std::printf("  underruns: %d from PortAudio, %d from the server\n", portaudio_output_xruns(),
-                serverXruns.load() - xrunsBefore);
+    std::printf("  underruns: %d from PortAudio, %d from the server; %d periods starved of our buffers\n",
+                portaudio_output_xruns(), serverXruns.load() - xrunsBefore, portaudio_output_starved());
     std::printf("  user-interface thread: longest busy gap %.2f ms (1 ms heartbeat), worst repaint %.2f ms\n",
                 played.worstGap, played.worstRepaint);
+
+    // The same length at 44.1 kHz: converted to 48 kHz in the callback.
+    {
+        const std::string wave44 = dir + "/long44.wav";
+        const auto frames44 = static_cast<std::uint64_t>(seconds * 44100);
+        write_bench_wave(
+            wave44, frames44 * 4,
+            [](std::uint64_t i, int channel) {
+                return static_cast<std::int16_t>(std::sin(i * (channel ? 0.031 : 0.057)) * 12000);
+            },
+            44100);
+        auto converted = open_document_file(wave44);
+        xrunsBefore = serverXruns.load();
+        if (!converted || !engine.play_the_wavefile(*converted)) {
+            std::fprintf(stderr, "converted playback did not start\n");
+            server.stop();
+            return 1;
+        }
+        QElapsedTimer cpu;
+        cpu.start();
+        const std::clock_t cpuBefore = std::clock();
+        const Load conv = underLoad([&] { return !engine.is_playing && engine.bufferBytes().empty(); });
+        const double cpuSeconds = static_cast<double>(std::clock() - cpuBefore) / CLOCKS_PER_SEC;
+        std::printf("played a 44.1 kHz file of %.1f s in %.1f s, converted to 48 kHz (process CPU %.1f s)\n",
+                    engine.get_play_position_ms() / 1000.0, conv.seconds, cpuSeconds);
+        std::printf("  underruns: %d from PortAudio, %d from the server; %d periods starved of our buffers\n",
+                    portaudio_output_xruns(), serverXruns.load() - xrunsBefore, portaudio_output_starved());
+        std::printf("  user-interface thread: longest busy gap %.2f ms (1 ms heartbeat), worst repaint %.2f ms\n",
+                    conv.worstGap, conv.worstRepaint);
+    }
 
     // Recording: a JACK client plays a second of tone, looped, into the
     // input; the take is as long as the playback was.
