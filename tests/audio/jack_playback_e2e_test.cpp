@@ -9,6 +9,7 @@
 
 #include "support/document_test.h"
 #include "support/jack_e2e.h"
+#include "support/tone_analysis.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -133,18 +134,8 @@ TEST_F(JackPlaybackTest, ASelectionReachesTheServerSampleExactAndPlaybackEnds)
 TEST_F(JackPlaybackTest, FilesPlayAtTheirOwnLevel)
 {
     for (int bits : {16, 8}) {
-        const double amplitude = std::pow(10.0, -6.0 / 20.0);
-        Bytes data;
-        const std::size_t frames = JackServer::kRate;  // one second of 1 kHz
-        for (std::size_t i = 0; i < frames; ++i) {
-            const double v = amplitude * std::sin(2 * M_PI * 1000.0 * static_cast<double>(i) / JackServer::kRate);
-            for (int ch = 0; ch < 2; ++ch) {
-                if (bits == 8)
-                    data.push_back(static_cast<std::uint8_t>(128 + std::lround(v * 128)));
-                else
-                    WavBuilder::put16(data, static_cast<std::uint16_t>(static_cast<std::int16_t>(std::lround(v * 32768))));
-            }
-        }
+        const Bytes data = sine_pcm(JackServer::kRate, bits, JackServer::kRate, 1000.0, std::pow(10.0, -6.0 / 20.0));
+        const std::size_t frames = JackServer::kRate;
         const std::string name = path("level" + std::to_string(bits) + ".wav");
         writeFile(name, WavBuilder::pcm(2, JackServer::kRate, static_cast<std::uint16_t>(bits), data));
         docs.push_back(open_document_file(name));
@@ -156,19 +147,10 @@ TEST_F(JackPlaybackTest, FilesPlayAtTheirOwnLevel)
         ASSERT_EQ(rec.connectPlayers(), 2);
         ASSERT_TRUE(runUntil([&] { return !e.is_playing; }, 5000));
         e.wait_until_released(2000);
-        // The RMS of what arrived, over the whole tones, against a sine's.
-        double sum = 0;
-        std::size_t n = 0;
-        for (std::size_t r = 0; r < rec.frames(); ++r)
-            if (rec.left()[r] != 0.0f || n > 0) {
-                if (n < frames - 2000) {
-                    sum += static_cast<double>(rec.left()[r]) * rec.left()[r];
-                    ++n;
-                }
-            }
-        ASSERT_GT(n, frames / 2) << bits;
-        const double peakDb = 20 * std::log10(std::sqrt(2 * sum / static_cast<double>(n)));
-        EXPECT_NEAR(peakDb, -6.0, 0.1) << bits << "-bit";
+        // The level of what arrived, from its RMS.
+        const ToneMeasurement tone = measure_tone(rec.left(), rec.frames(), JackServer::kRate, 1000);
+        ASSERT_GT(tone.length(), frames / 2.0) << bits;
+        EXPECT_NEAR(tone.peakDb, -6.0, 0.1) << bits << "-bit";
         rec.close();
     }
 }
@@ -253,12 +235,7 @@ TEST_F(JackPlaybackTest, FilesAtRatesTheServerCannotRunPlayAtTheirPitchAndLength
     PlaybackEngine& e = PlaybackEngine::instance();
     for (const std::uint32_t rate : {44100u, 96000u, 22050u}) {
         // One second of 1 kHz at -6 dBFS.
-        Bytes data;
-        for (std::uint32_t i = 0; i < rate; ++i) {
-            const double v = 0.5 * std::sin(2 * M_PI * 1000.0 * i / rate);
-            for (int ch = 0; ch < 2; ++ch)
-                WavBuilder::put16(data, static_cast<std::uint16_t>(static_cast<std::int16_t>(std::lround(v * 32768))));
-        }
+        const Bytes data = sine_pcm(rate, 16, rate, 1000.0, 0.5);
         const std::string name = path("tone" + std::to_string(rate) + ".wav");
         writeFile(name, WavBuilder::pcm(2, rate, 16, data));
         docs.push_back(open_document_file(name));
@@ -271,37 +248,14 @@ TEST_F(JackPlaybackTest, FilesAtRatesTheServerCannotRunPlayAtTheirPitchAndLength
         EXPECT_NEAR(e.get_play_position_ms(), 1000.0, 2.0) << rate;
         e.wait_until_released(2000);
         runUntil([] { return false; }, 200);
-        const auto& l = rec.left();
-        std::size_t first = 0, last = 0;
-        for (std::size_t r = 0; r < rec.frames(); ++r)
-            if (std::fabs(l[r]) > 1e-3f) {
-                if (first == 0)
-                    first = r;
-                last = r;
-            }
-        ASSERT_GT(last, first) << rate << ": nothing was heard";
-        // One second at the server's rate, within a millisecond.
-        EXPECT_NEAR(static_cast<double>(last - first), JackServer::kRate, 48.0) << rate;
-        // The frequency from the upward zero crossings (interpolated) over
-        // the middle of the tone.
-        double firstCrossing = -1, lastCrossing = -1;
-        int crossings = 0;
-        for (std::size_t r = first + 2400; r + 2400 < last; ++r)
-            if (l[r] < 0.0f && l[r + 1] >= 0.0f) {
-                const double at = static_cast<double>(r) + l[r] / (l[r] - l[r + 1]);
-                if (firstCrossing < 0)
-                    firstCrossing = at;
-                lastCrossing = at;
-                ++crossings;
-            }
-        ASSERT_GT(crossings, 100) << rate;
-        const double frequency = (crossings - 1) * JackServer::kRate / (lastCrossing - firstCrossing);
-        EXPECT_NEAR(frequency, 1000.0, 1.0) << rate;
-        // And at its level: the peak of a -6 dBFS tone.
-        float peak = 0.0f;
-        for (std::size_t r = first + 2400; r + 2400 < last; ++r)
-            peak = std::max(peak, std::fabs(l[r]));
-        EXPECT_NEAR(20 * std::log10(peak), -6.02, 0.1) << rate;
+        const ToneMeasurement tone = measure_tone(rec.left(), rec.frames(), JackServer::kRate, 2400);
+        ASSERT_TRUE(tone.found) << rate << ": nothing was heard";
+        // One second at the server's rate within a millisecond, at 1 kHz, at
+        // the file's level.
+        EXPECT_NEAR(tone.length(), JackServer::kRate, 48.0) << rate;
+        ASSERT_GT(tone.crossings, 100) << rate;
+        EXPECT_NEAR(tone.frequency, 1000.0, 1.0) << rate;
+        EXPECT_NEAR(tone.peakDb, -6.02, 0.1) << rate;
         rec.close();
     }
 }

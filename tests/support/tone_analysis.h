@@ -1,0 +1,76 @@
+#pragma once
+
+// Test tones and their measurement: a sine written as 8- or 16-bit stereo
+// PCM, and where a captured tone starts and ends, its frequency (from its
+// interpolated upward zero crossings) and its peak level (from its RMS).
+
+#include "support/wav_builder.h"
+
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+// `frames` frames of a sine of `hz` at `rate`, peak `amplitude` (of full
+// scale), both channels the same, as 8-bit or 16-bit PCM data.
+inline WavBuilder::Bytes sine_pcm(std::uint32_t rate, int bits, std::size_t frames, double hz, double amplitude)
+{
+    WavBuilder::Bytes data;
+    for (std::size_t i = 0; i < frames; ++i) {
+        const double v = amplitude * std::sin(2 * M_PI * hz * static_cast<double>(i) / rate);
+        for (int ch = 0; ch < 2; ++ch) {
+            if (bits == 8)
+                data.push_back(static_cast<std::uint8_t>(128 + std::lround(v * 128)));
+            else
+                WavBuilder::put16(data, static_cast<std::uint16_t>(static_cast<std::int16_t>(std::lround(v * 32768))));
+        }
+    }
+    return data;
+}
+
+struct ToneMeasurement {
+    bool found = false;       // anything above the threshold at all
+    std::size_t first = 0;    // the first and last samples above it
+    std::size_t last = 0;
+    int crossings = 0;        // upward zero crossings in the measured middle
+    double frequency = 0;     // Hz
+    double peakDb = -1000;    // dBFS, from the RMS of the measured middle
+    double length() const { return static_cast<double>(last - first); }
+};
+
+// Measures the tone in `samples` (full scale 1.0) at `rate`, leaving out
+// `margin` samples at each end of the sounding part.
+template <typename Sample>
+ToneMeasurement measure_tone(const std::vector<Sample>& samples, std::size_t count, double rate, std::size_t margin)
+{
+    ToneMeasurement m;
+    count = std::min(count, samples.size());
+    for (std::size_t i = 0; i < count; ++i)
+        if (std::fabs(static_cast<double>(samples[i])) > 1e-3) {
+            if (!m.found)
+                m.first = i;
+            m.found = true;
+            m.last = i;
+        }
+    if (!m.found)
+        return m;
+    double firstCrossing = -1, lastCrossing = -1, sum = 0;
+    std::size_t n = 0;
+    for (std::size_t i = m.first + margin; i + margin < m.last; ++i) {
+        const double a = samples[i], b = samples[i + 1];
+        sum += a * a;
+        ++n;
+        if (a < 0.0 && b >= 0.0) {
+            const double at = static_cast<double>(i) + a / (a - b);
+            if (firstCrossing < 0)
+                firstCrossing = at;
+            lastCrossing = at;
+            ++m.crossings;
+        }
+    }
+    if (m.crossings > 1)
+        m.frequency = (m.crossings - 1) * rate / (lastCrossing - firstCrossing);
+    if (n > 0 && sum > 0)
+        m.peakDb = 20 * std::log10(std::sqrt(2 * sum / static_cast<double>(n)));
+    return m;
+}
