@@ -4,9 +4,11 @@
 #include "audio/portaudio_device.h"
 
 #include <alsa/asoundlib.h>
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <jack/jack.h>
+#include <pa_jack.h>
 
 namespace {
 
@@ -91,6 +93,100 @@ PaDeviceIndex portaudio_preferred_device(bool output)
 }
 
 void portaudio_stream_lost() { ++g_lostStreams; }
+
+bool portaudio_device_is_jack(PaDeviceIndex device)
+{
+    const PaDeviceInfo* info = Pa_GetDeviceInfo(device);
+    const PaHostApiInfo* api = info ? Pa_GetHostApiInfo(info->hostApi) : nullptr;
+    return api && api->type == paJACK;
+}
+
+namespace {
+
+// A short-lived client of the program's JACK server, for looking at and
+// making connections; null when there is none.
+struct JackPeek {
+    JackPeek()
+    {
+        jack_status_t status;
+        client = jack_client_open("ondrava-ports", JackNoStartServer, &status);
+        const char* name = nullptr;
+        if (PaJack_GetClientName(&name) == paNoError && name)
+            own = std::string(name) + ":";
+    }
+    ~JackPeek()
+    {
+        if (client)
+            jack_client_close(client);
+    }
+    // Our ports whose short names begin with `prefix`, in channel order
+    // (by the number after the prefix).
+    std::vector<std::string> ports(const std::string& prefix) const
+    {
+        std::vector<std::string> found;
+        if (!client || own.empty())
+            return found;
+        const char** names = jack_get_ports(client, (own + prefix).c_str(), JACK_DEFAULT_AUDIO_TYPE, 0);
+        for (int i = 0; names && names[i]; ++i)
+            if (std::string(names[i]).rfind(own + prefix, 0) == 0)
+                found.emplace_back(names[i]);
+        jack_free(names);
+        const std::size_t at = own.size() + prefix.size();
+        std::sort(found.begin(), found.end(), [at](const std::string& a, const std::string& b) {
+            return std::strtol(a.c_str() + at, nullptr, 10) < std::strtol(b.c_str() + at, nullptr, 10);
+        });
+        return found;
+    }
+    jack_client_t* client = nullptr;
+    std::string own;
+};
+
+}  // namespace
+
+JackConnections jack_port_connections(const std::string& prefix)
+{
+    JackConnections connections;
+    const JackPeek peek;
+    const std::vector<std::string> ports = peek.ports(prefix);
+    for (std::size_t channel = 0; channel < ports.size(); ++channel) {
+        jack_port_t* p = jack_port_by_name(peek.client, ports[channel].c_str());
+        const char** peers = p ? jack_port_get_all_connections(peek.client, p) : nullptr;
+        for (int i = 0; peers && peers[i]; ++i)
+            connections.emplace_back(static_cast<int>(channel), peers[i]);
+        jack_free(peers);
+    }
+    return connections;
+}
+
+void restore_jack_port_connections(const std::string& prefix, const JackConnections& connections)
+{
+    const JackPeek peek;
+    const std::vector<std::string> ports = peek.ports(prefix);
+    for (std::size_t index = 0; index < ports.size(); ++index) {
+        const std::string& port = ports[index];
+        const int channel = static_cast<int>(index);
+        jack_port_t* p = jack_port_by_name(peek.client, port.c_str());
+        const bool input = p && (jack_port_flags(p) & JackPortIsInput);
+        // Those the library made by itself (to the server's physical ports,
+        // maybe not seen here yet) that the user did not have.
+        std::vector<std::string> others;
+        const char** peers = p ? jack_port_get_all_connections(peek.client, p) : nullptr;
+        for (int i = 0; peers && peers[i]; ++i)
+            others.emplace_back(peers[i]);
+        jack_free(peers);
+        const char** physical = jack_get_ports(peek.client, nullptr, JACK_DEFAULT_AUDIO_TYPE,
+                                               JackPortIsPhysical | (input ? JackPortIsOutput : JackPortIsInput));
+        for (int i = 0; physical && physical[i]; ++i)
+            others.emplace_back(physical[i]);
+        jack_free(physical);
+        for (const std::string& other : others)
+            if (std::find(connections.begin(), connections.end(), std::make_pair(channel, other)) == connections.end())
+                jack_disconnect(peek.client, input ? other.c_str() : port.c_str(), input ? port.c_str() : other.c_str());
+        for (const auto& [ours, other] : connections)
+            if (ours == channel && !jack_port_connected_to(p, other.c_str()))
+                jack_connect(peek.client, input ? other.c_str() : port.c_str(), input ? port.c_str() : other.c_str());
+    }
+}
 
 std::vector<AudioDeviceInfo> audio_output_devices() { return devices(true); }
 std::vector<AudioDeviceInfo> audio_input_devices() { return devices(false); }

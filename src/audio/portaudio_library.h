@@ -1,6 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
 #include <portaudio.h>
 
 // What the PortAudio output and input devices share: starting the library
@@ -20,6 +23,18 @@ void portaudio_stream_lost();
 // Closes the output stream kept open between playbacks (before the library
 // goes).
 void portaudio_close_output_stream();
+// Whether the device is on JACK.
+bool portaudio_device_is_jack(PaDeviceIndex device);
+
+// The connections of the program's JACK ports whose names begin with
+// `prefix` ("in_"), as (channel, the other port) pairs: the channel is the
+// port's place among them (the library numbers the ports of each new stream
+// on from the last); empty when there is no JACK server or no such port.
+using JackConnections = std::vector<std::pair<int, std::string>>;
+JackConnections jack_port_connections(const std::string& prefix);
+// Makes the connections of those ports exactly `connections`: what the
+// library connected by itself goes, the user's come back.
+void restore_jack_port_connections(const std::string& prefix, const JackConnections& connections);
 
 // Watches a running stream from the user-interface thread: a stream that has
 // stopped by itself (the JACK server went away) or has moved no bytes for two

@@ -24,6 +24,11 @@ namespace {
 std::atomic<int> g_overruns{0};
 std::atomic<int> g_dropped{0};
 
+// The connections the user had on our JACK input ports at the end of the
+// last take: the next take's ports get exactly these.
+JackConnections g_inputConnections;
+bool g_inputConnectionsKnown = false;
+
 class PortAudioWaveIn : public WaveInDevice {
 public:
     explicit PortAudioWaveIn(PaDeviceIndex device) : m_device(device) {}
@@ -90,12 +95,26 @@ public:
 
     void start() override
     {
-        if (m_stream && !m_started)
+        if (m_stream && !m_started) {
             m_started = Pa_StartStream(m_stream) == paNoError;
+            if (m_started && g_inputConnectionsKnown && portaudio_device_is_jack(m_device))
+                restore_jack_port_connections("in_", g_inputConnections);
+        }
+    }
+
+    // The JACK ports go with the stream: their connections are kept for the
+    // next take.
+    void keepConnections()
+    {
+        if (m_stream && m_started && portaudio_device_is_jack(m_device)) {
+            g_inputConnections = jack_port_connections("in_");
+            g_inputConnectionsKnown = true;
+        }
     }
 
     void reset() override
     {
+        keepConnections();
         if (m_stream && m_started)
             Pa_AbortStream(m_stream);
         if (m_started)
@@ -106,6 +125,7 @@ public:
 
     void close() override
     {
+        keepConnections();
         if (m_stream) {
             if (m_started)
                 Pa_AbortStream(m_stream);

@@ -109,7 +109,7 @@ bool openSharedOutput(PaDeviceIndex device, double rate)
     shared->device = device;
     shared->rate = rate;
     shared->channels = std::min(2, std::max(1, info->maxOutputChannels));
-    shared->jack = Pa_GetHostApiInfo(info->hostApi) && Pa_GetHostApiInfo(info->hostApi)->type == paJACK;
+    shared->jack = portaudio_device_is_jack(device);
     PaStreamParameters out{};
     out.device = device;
     out.channelCount = shared->channels;

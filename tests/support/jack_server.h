@@ -30,11 +30,7 @@ public:
     {
         jack_set_error_function([](const char*) {});
         jack_set_info_function([](const char*) {});
-        // A second server's name must not begin with the first one's: JACK
-        // then mixes up their shared memory, and every client of the second
-        // crashes.
-        name = suffix.empty() ? "ondrava-test-" + std::to_string(::getpid())
-                              : "ondrava" + suffix + "-" + std::to_string(::getpid());
+        name = "ondrava-test-" + std::to_string(::getpid()) + suffix;
         makeDefault();
         setenv("JACK_NO_AUDIO_RESERVATION", "1", 1);
         const std::string rate = std::to_string(kRate);
