@@ -99,23 +99,36 @@ protected:
         return bad;
     }
 
+    // An empty 48 kHz stereo 16-bit document to record into.
+    std::unique_ptr<CChildFrame> emptyStereoDocument(const std::string& name)
+    {
+        current_wave_format.nChannels = 2;
+        current_wave_format.nSamplesPerSec = JackServer::kRate;
+        current_wave_format.wBitsPerSample = 16;
+        current_wave_format.nBytesPerSample = 2;
+        if (create_empty_waveform_file_named(path(name)) != 1)
+            return nullptr;
+        return open_document_file(path(name));
+    }
+
+    // The engine set to record at once until stopped, overwriting.
+    static RecordEngine& plainRecording()
+    {
+        RecordEngine& e = RecordEngine::instance();
+        e.insert_mode = 0;
+        e.trigger_on_signal = false;
+        e.auto_stop_enabled = false;
+        return e;
+    }
+
     std::vector<int> left, right;
 };
 
 TEST_F(JackRecordTest, ASignalPlayedIntoTheInputIsInTheTakeSampleForSample)
 {
-    current_wave_format.nChannels = 2;
-    current_wave_format.nSamplesPerSec = JackServer::kRate;
-    current_wave_format.wBitsPerSample = 16;
-    current_wave_format.nBytesPerSample = 2;
-    ASSERT_EQ(create_empty_waveform_file_named(path("take.wav")), 1);
-    auto doc = open_document_file(path("take.wav"));
+    auto doc = emptyStereoDocument("take.wav");
     ASSERT_TRUE(doc);
-
-    RecordEngine& e = RecordEngine::instance();
-    e.insert_mode = 0;
-    e.trigger_on_signal = false;
-    e.auto_stop_enabled = false;
+    RecordEngine& e = plainRecording();
     e.begin_dialog(*doc);
     e.record_position = 0;
     ASSERT_EQ(e.start_recording(), 1);
@@ -144,17 +157,9 @@ TEST_F(JackRecordTest, ASignalPlayedIntoTheInputIsInTheTakeSampleForSample)
 // them away).
 TEST_F(JackRecordTest, TheUsersConnectionsToOurInputsComeBackWithTheNextTake)
 {
-    current_wave_format.nChannels = 2;
-    current_wave_format.nSamplesPerSec = JackServer::kRate;
-    current_wave_format.wBitsPerSample = 16;
-    current_wave_format.nBytesPerSample = 2;
-    ASSERT_EQ(create_empty_waveform_file_named(path("takes.wav")), 1);
-    auto doc = open_document_file(path("takes.wav"));
+    auto doc = emptyStereoDocument("takes.wav");
     ASSERT_TRUE(doc);
-    RecordEngine& e = RecordEngine::instance();
-    e.insert_mode = 0;
-    e.trigger_on_signal = false;
-    e.auto_stop_enabled = false;
+    RecordEngine& e = plainRecording();
     auto source = player();
     ASSERT_TRUE(source->open());
     jack_status_t status;
