@@ -80,6 +80,15 @@ public:
     // Connects the program's audio outputs (every output port of another
     // client but the server's) to the inputs; the number connected.
     int connectPlayers() { return connect_other_outputs(m_client, kClientName, m_in, 2); }
+    // How many of the inputs are still joined to something (nothing is
+    // connected here).
+    int playersStillConnected() const
+    {
+        int n = 0;
+        for (jack_port_t* in : m_in)
+            n += jack_port_connected(in) > 0 ? 1 : 0;
+        return n;
+    }
 
     // The playback latency of the server's output: how long after a frame
     // passes through the graph it is heard.
