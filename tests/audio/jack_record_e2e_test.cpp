@@ -111,6 +111,19 @@ protected:
         return open_document_file(path(name));
     }
 
+    // Plays the signal into the running take and stops it once the signal
+    // has passed; true when the take has ended.
+    static bool playAndStop(RecordEngine& e, JackPlayer& source)
+    {
+        runUntil([] { return false; }, 200);
+        source.play();
+        if (!runUntil([&] { return source.done(); }, 5000))
+            return false;
+        runUntil([] { return false; }, 300);
+        e.stop_recording();
+        return e.wait_until_idle(3000);
+    }
+
     // The engine set to record at once until stopped, overwriting.
     static RecordEngine& plainRecording()
     {
@@ -137,12 +150,7 @@ TEST_F(JackRecordTest, ASignalPlayedIntoTheInputIsInTheTakeSampleForSample)
     ASSERT_TRUE(source->open());
     // The input's ports exist once the stream is open.
     ASSERT_TRUE(runUntil([&] { return source->connectToListeners() == 2; }, 2000));
-    runUntil([] { return false; }, 200);
-    source->play();
-    ASSERT_TRUE(runUntil([&] { return source->done(); }, 5000));
-    runUntil([] { return false; }, 300);
-    e.stop_recording();
-    ASSERT_TRUE(e.wait_until_idle(3000));
+    ASSERT_TRUE(playAndStop(e, *source));
     EXPECT_FALSE(e.device_lost);
     EXPECT_EQ(mismatches(fileBytes(e.szRecordFileName)), 0);
 
@@ -214,12 +222,7 @@ TEST_F(JackRecordTest, TheUsersConnectionsToOurInputsComeBackWithTheNextTake)
     e.record_position = 0;
     ASSERT_EQ(e.start_recording(), 1);
     EXPECT_TRUE(runUntil([&] { return peers() == wanted; }, 2000)) << ::testing::PrintToString(peers());
-    runUntil([] { return false; }, 200);
-    source->play();
-    ASSERT_TRUE(runUntil([&] { return source->done(); }, 5000));
-    runUntil([] { return false; }, 300);
-    e.stop_recording();
-    ASSERT_TRUE(e.wait_until_idle(3000));
+    ASSERT_TRUE(playAndStop(e, *source));
     EXPECT_EQ(mismatches(fileBytes(e.szRecordFileName)), 0);
     jack_client_close(user);
 }
