@@ -277,7 +277,8 @@ void CMainFrame::buildMenus()
     addCommand(play, 11402, tr("P&ause"));
     addCommand(play, 11403, tr("&Stop"));
     play->addSeparator();
-    addCommand(play, 1813, tr("&Record..."), QKeySequence(QStringLiteral("Ctrl+R")));
+    // Ctrl+R is Edit ▸ Replace; Record has a key of its own.
+    addCommand(play, 1813, tr("&Record..."), QKeySequence(QStringLiteral("Ctrl+Shift+R")));
     play->addSeparator();
     addCommand(play, 11404, tr("Lo&op playback"), QKeySequence(QStringLiteral("Alt+L")))->setCheckable(true);
     addCommand(play, 1024, tr("Setup pla&yback loop..."), QKeySequence(QStringLiteral("Alt+R")));

@@ -14,6 +14,8 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QMimeData>
+#include <functional>
+#include <map>
 #include <QToolBar>
 #include <csignal>
 #include <filesystem>
@@ -179,4 +181,32 @@ TEST_F(MainFrameTest, MenusCarryTheProgramsTextsAndKeys)
     EXPECT_EQ(frame.action(1898)->statusTip(), "Zoom In horizontal azis");
     EXPECT_EQ(frame.action(11602)->text(), "&Undo");
     EXPECT_FALSE(frame.action(1898)->isEnabled());  // no document yet
+}
+
+// Every key does one thing: a key bound to two commands is ambiguous to Qt,
+// which then runs neither. Ctrl+R is Replace, as the Edit menu says.
+TEST_F(MainFrameTest, EveryKeyOfEveryMenuDoesOneThing)
+{
+    CMainFrame frame;
+    std::map<QString, QStringList> owners;
+    std::function<void(QMenu*)> walk = [&](QMenu* menu) {
+        for (QAction* a : menu->actions()) {
+            if (a->menu())
+                walk(a->menu());
+            for (const QKeySequence& key : a->shortcuts())
+                owners[key.toString()].push_back(a->text());
+        }
+    };
+    int bound = 0;
+    for (QAction* top : frame.menuBar()->actions())
+        if (top->menu())
+            walk(top->menu());
+    for (const auto& [key, texts] : owners) {
+        ++bound;
+        EXPECT_EQ(texts.size(), 1) << key.toStdString() << " runs " << texts.join(", ").toStdString();
+    }
+    EXPECT_GT(bound, 40);
+    ASSERT_TRUE(owners.count("Ctrl+R"));
+    EXPECT_EQ(owners["Ctrl+R"].front(), "&Replace");
+    EXPECT_FALSE(frame.action(1813)->shortcut().isEmpty()) << "Record has a key of its own";
 }
