@@ -460,13 +460,18 @@ void PlaybackEngine::release_held_device()
 
 int PlaybackEngine::prepare_start(CChildFrame& f, std::uint32_t startByte)
 {
-    if (is_playing || m_prepared || (m_device && !m_deviceHeld))
+    m_startFailure.clear();
+    if (is_playing || m_prepared || (m_device && !m_deviceHeld)) {
+        m_startFailure = "Playback is already running.";
         return 0;
+    }
     const std::uint32_t bps = static_cast<std::uint32_t>(f.bytesPerSample());
     const std::uint32_t end = f.nTotalSamples * bps;
     startByte &= ~3u;
-    if (startByte + 4 > end)
+    if (startByte + 4 > end) {
+        m_startFailure = "The start is at the end of the file: there is nothing to play.";
         return 0;
+    }
     if (m_deviceHeld) {
         // The device held open since the last playback takes this start.
         m_deviceHeld = false;
@@ -476,12 +481,16 @@ int PlaybackEngine::prepare_start(CChildFrame& f, std::uint32_t startByte)
         playing_clipboard = false;
         m_looping = false;
     } else if (!openDevice(false)) {
+        m_startFailure = "There is no wave output device.";
         return 0;
     }
     m_stopRequested = false;
     const StreamFormat format{f.wfx.nChannels, f.wfx.nSamplesPerSec, f.wfx.wBitsPerSample};
     if (!openStream(f, format, f.szFileName, startByte, end, false, true)) {
         m_device.reset();
+        m_startFailure = "The wave output device would not open for " + std::to_string(format.rate) + " Hz, " +
+                         std::to_string(format.bits) + "-bit " + (format.channels == 2 ? "stereo" : "mono") +
+                         " sound.";
         return 0;
     }
     return 1;

@@ -73,6 +73,8 @@ public:
     // Gives up a prepared start that has not begun.
     void cancel_prepared();
     bool start_is_prepared() const { return m_prepared; }
+    // Why the last prepare_start() returned 0, for the user ("" when it did not).
+    const std::string& start_failure() const { return m_startFailure; }
     // While set, a device whose playback ends is held open for the next
     // prepared start (chase lock's restarts) instead of being closed.
     bool keep_device_open = false;
@@ -153,6 +155,7 @@ private:
     void moveStartForAlignment(StartAlignment& alignment);
 
     PlaybackHost* m_host = nullptr;
+    std::string m_startFailure;
     std::unique_ptr<WaveOutDevice> m_device;
     CChildFrame* m_frame = nullptr;
     CChildFrame* m_sequenceFrame = nullptr;

@@ -56,7 +56,11 @@ int TriggeredStart::armCommon(const TriggerSettings& settings)
                                : std::min(m_frame.pixel_to_sample(static_cast<float>(std::max(0, m_frame.nCaretX))),
                                           m_frame.nTotalSamples);
         if (!PlaybackEngine::instance().prepare_start(m_frame, unit * bps)) {
+            // Not only a beep: the status and a message say why.
             message_beep();
+            const std::string why = PlaybackEngine::instance().start_failure();
+            setStatus("Not armed: " + why);
+            ErrMsg("The start cannot be armed. %s", why.c_str());
             return 0;
         }
     }

@@ -161,9 +161,19 @@ TEST_F(TriggeredStartTest, TheDelayFiresAfterItsTimeAndCancelGivesTheDeviceBack)
     SimulatedWaveOut::deliver();
     EXPECT_FALSE(PlaybackEngine::instance().start_is_prepared());
     EXPECT_FALSE(SimulatedWaveOut::state().open);
-    // Without a device, nothing arms.
+    // Without a device, nothing arms, and the status and a message say why.
     set_wave_out_factory(nullptr);
+    host.clearShown();
     EXPECT_FALSE(armed(s));
+    EXPECT_EQ(trigger->status(), "Not armed: There is no wave output device.");
+    ASSERT_FALSE(host.shown().empty());
+    EXPECT_EQ(host.shown().back().text, "The start cannot be armed. There is no wave output device.");
+    // A start at the very end has nothing to play.
+    set_wave_out_factory(SimulatedWaveOut::make);
+    doc->bHighlight = true;
+    doc->nSelStart = doc->nSelEnd = doc->nTotalSamples;
+    EXPECT_FALSE(armed(s));
+    EXPECT_EQ(trigger->status(), "Not armed: The start is at the end of the file: there is nothing to play.");
 }
 
 TEST(MidiKeyboardTest, ComputerKeysPlayTwoOctavesFromTheBaseOctave)
