@@ -936,6 +936,10 @@ void CMainFrame::closeEvent(QCloseEvent* event)
             preferences().barVisible[static_cast<size_t>(i)] = m_bars[static_cast<size_t>(i)]->isVisible();
     write_preferences();
     event->accept();
+    // The program ends with its main window, even when the close came from
+    // inside another window's loop (a box answered by a signal) or other
+    // windows are still up.
+    QTimer::singleShot(0, qApp, &QCoreApplication::quit);
 }
 
 void CMainFrame::dragEnterEvent(QDragEnterEvent* event)

@@ -1,6 +1,9 @@
 #include "app/termination_signals.h"
 
+#include <QApplication>
+#include <QDialog>
 #include <QSocketNotifier>
+#include <QTimer>
 #include <QWidget>
 #include <csignal>
 #include <sys/socket.h>
@@ -27,7 +30,18 @@ TerminationSignals::TerminationSignals(QWidget* mainWindow) : QObject(mainWindow
     connect(m_notifier, &QSocketNotifier::activated, this, [mainWindow] {
         char byte = 0;
         [[maybe_unused]] const ssize_t n = ::read(g_pipe[1], &byte, 1);
-        mainWindow->close();
+        // A box that is open is answered Cancel first (its own loop then
+        // returns), then the main window closes as at a log-off.
+        for (int i = 0; i < 16; ++i) {
+            QWidget* modal = QApplication::activeModalWidget();
+            if (!modal || modal == mainWindow)
+                break;
+            if (auto* dialog = qobject_cast<QDialog*>(modal))
+                dialog->reject();
+            else
+                modal->close();
+        }
+        QTimer::singleShot(0, mainWindow, [mainWindow] { mainWindow->close(); });
     });
     struct sigaction action {};
     action.sa_handler = onSignal;

@@ -6,8 +6,9 @@ class QSocketNotifier;
 class QWidget;
 
 // Turns SIGTERM, SIGINT and SIGHUP into a close request of the main window,
-// as the desktop asks before a log-off: documents are closed (modified ones
-// ask first) and their files removed. A refusal keeps the program running.
+// as the desktop asks before a log-off: a box that is open is answered
+// Cancel, documents are closed (modified ones ask first) and their files
+// removed. A refusal keeps the program running, with its window.
 class TerminationSignals : public QObject {
     Q_OBJECT
 public:

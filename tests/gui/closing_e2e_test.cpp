@@ -98,3 +98,45 @@ TEST_F(ClosingE2eTest, QuittingWithAnEditedDocumentAsksAndNeverCrashes)
     for (const std::string& name : filesIn(path("ondrava/work")))
         EXPECT_TRUE(name == "clipbord.clp" || name == "cliptext.clp" || name == "clipbord.lck") << name;
 }
+
+// SIGTERM while a box is open: the About box, and the message about a file
+// that cannot be opened. The box is answered Cancel and the program ends, as
+// at a log-off; no windowless process is left.
+TEST_F(ClosingE2eTest, SigtermWithABoxOpenEndsTheProgram)
+{
+    writeFile(path("quiet.wav"), WavBuilder::pcm(2, 44100, 16, WavBuilder::indexedFrames(44100)));
+    writeFile(path("broken.wav"), WavBuilder::Bytes(300, 0x55));
+    std::filesystem::create_directories(path("config/Ondrava"));
+    std::ofstream(path("config/Ondrava/Ondrava.ini"))
+        << "[Preferences]\nShow%20logo=no\nTip%20of%20the%20day=no\n";
+    for (const std::string which : {"about", "message"}) {
+        const std::string shot = path(which + ".png");
+        std::ofstream(path("drive.sh"))
+            << "openbox >/dev/null 2>&1 &\n"
+            << "sleep 1\n"
+            << "'" ONDRAVA_GUI "' '" << path(which == "about" ? "quiet.wav" : "broken.wav") << "' &\n"
+            << "pid=$!\n"
+            << "sleep 3\n"
+            << (which == "about" ? "xdotool key alt+h; sleep 0.5; xdotool key a; sleep 1\n" : "")
+            << "import -window root '" << shot << "'\n"
+            << "kill -TERM $pid\n"
+            // Ended within five seconds, or it is reported and killed.
+            << "for i in $(seq 50); do kill -0 $pid 2>/dev/null || break; sleep 0.1; done\n"
+            << "if kill -0 $pid 2>/dev/null; then echo still-running; kill -9 $pid; fi\n"
+            << "wait $pid\n"
+            << "echo exit=$?\n";
+        const std::string command = "cd '" + path("") + "' && XDG_CONFIG_HOME='" + path("config") +
+                                    "' ONDRAVA_HOME='" + path("ondrava") +
+                                    "' xvfb-run -a -s '-screen 0 1280x800x24' bash '" + path("drive.sh") + "' > '" +
+                                    path("run.log") + "' 2>&1";
+        ASSERT_EQ(std::system(command.c_str()), 0) << command;
+        const auto log = readFile(path("run.log"));
+        const std::string text(log.begin(), log.end());
+        EXPECT_EQ(text.find("still-running"), std::string::npos) << which << ": " << text;
+        EXPECT_NE(text.find("exit=0"), std::string::npos) << which << ": " << text;
+        // The box was on screen when the signal came.
+        const QImage boxOpen(QString::fromStdString(shot));
+        ASSERT_FALSE(boxOpen.isNull());
+        EXPECT_GT(boxPixels(boxOpen), 5000) << which;
+    }
+}
