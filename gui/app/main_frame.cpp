@@ -426,7 +426,7 @@ QMdiSubWindow* CMainFrame::addDocument(ChildFrameWindow* window)
 {
     QMdiSubWindow* sub = m_mdi->addSubWindow(window);
     sub->setAttribute(Qt::WA_DeleteOnClose);
-    sub->setWindowTitle(window->windowTitle());
+    window->updateTitle();
     sub->resize(std::max(640, m_mdi->width() * 3 / 4), std::max(300, m_mdi->height() * 2 / 3));
     // A document window is never narrower than a fifth of the screen.
     sub->setMinimumWidth(screen_width_pixels() / 5);
@@ -499,9 +499,7 @@ void CMainFrame::save(bool askName, bool selectionOnly)
         // The document now belongs to the file it was saved as.
         f.szPathName = target;
         f.szDisplayName = file_name_part(target);
-        doc->setWindowTitle(QString::fromStdString(f.szDisplayName));
-        if (QMdiSubWindow* sub = m_mdi->activeSubWindow())
-            sub->setWindowTitle(doc->windowTitle());
+        doc->updateTitle();
         add_recent_file(preferences().recentFiles, target);
         write_preferences();
         rebuildRecentFiles();
@@ -763,7 +761,7 @@ void CMainFrame::openRecordDialog()
         [this] {
             std::vector<std::pair<CChildFrame*, QString>> list;
             for (ChildFrameWindow* w : documents())
-                list.emplace_back(&w->frame(), w->windowTitle());
+                list.emplace_back(&w->frame(), QString::fromStdString(w->frame().szDisplayName));
             return list;
         },
         [this](const QString& time) { showBigTime(time); }, this);
@@ -787,6 +785,11 @@ void CMainFrame::showBigTime(const QString& time)
 
 void CMainFrame::updateCommandStates()
 {
+    // Every command ends here: the titles' modified marks and the status
+    // bar's positions follow what it did.
+    for (ChildFrameWindow* w : documents())
+        w->updateTitle();
+    updatePositionDisplays();
     ChildFrameWindow* doc = activeDocument();
     const bool hasDocument = doc != nullptr;
     const bool hasHighlight = doc && doc->frame().bHighlight;
@@ -820,9 +823,14 @@ void CMainFrame::updatePositionDisplays()
     if (doc) {
         const CChildFrame& f = doc->frame();
         const int format = preferences().timeFormat;
-        texts << QString::fromStdString(position_text(f, f.nSelStart, format))
-              << QString::fromStdString(position_text(f, f.nSelEnd, format))
-              << QString::fromStdString(position_text(f, f.nSelEnd - f.nSelStart, format));
+        // Without a highlight (a fresh document, or after a Cut or an Undo)
+        // the range is the whole file, as it is for the commands; never the
+        // last highlight's.
+        const std::uint32_t start = f.bHighlight ? f.nSelStart : 0;
+        const std::uint32_t end = f.bHighlight ? f.nSelEnd : f.nTotalSamples;
+        texts << QString::fromStdString(position_text(f, start, format))
+              << QString::fromStdString(position_text(f, end, format))
+              << QString::fromStdString(position_text(f, end - start, format));
     } else {
         texts << QString() << QString() << QString();
     }

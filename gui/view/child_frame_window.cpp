@@ -89,7 +89,7 @@ ChildFrameWindow::ChildFrameWindow(std::unique_ptr<CChildFrame> frame, QWidget* 
     setMouseTracking(true);
     setFocusPolicy(Qt::StrongFocus);
     setAcceptDrops(true);
-    setWindowTitle(QString::fromStdString(m_frame->szDisplayName));
+    updateTitle();
     setMinimumSize(160, nRulerHeight + nControlRowHeight + 40);
     m_frame->bColorDisplay = preferences().colorDisplay;
     m_frame->bToolTips = preferences().toolTips;
@@ -438,4 +438,17 @@ bool ChildFrameWindow::command(int id)
     }
     changed();
     return true;
+}
+
+void ChildFrameWindow::updateTitle()
+{
+    const QString title = QString::fromStdString(m_frame->szDisplayName) + QStringLiteral("[*]");
+    const bool modified = m_frame->bModified != 0;
+    for (QWidget* w : {static_cast<QWidget*>(this), parentWidget()}) {
+        if (!w)
+            continue;
+        if (w->windowTitle() != title)
+            w->setWindowTitle(title);
+        w->setWindowModified(modified);
+    }
 }

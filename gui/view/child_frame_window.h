@@ -30,6 +30,9 @@ public:
     static bool isViewCommand(int id);
     // After an edit changed the shown version: scroll range, bar and picture.
     void refreshAfterEdit() { changed(true); }
+    // The window's title: the document's name, with an asterisk while it is
+    // modified (on the window and on the sub-window around it).
+    void updateTitle();
     // A highlight dragged here from another window: the "COPYSELECTION"
     // choice runs on this document with the clipboard copied from `source`.
     void dropHighlightFrom(CChildFrame& source);

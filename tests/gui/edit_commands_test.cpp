@@ -13,6 +13,8 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QMdiArea>
+#include <QMdiSubWindow>
 #include <QMouseEvent>
 #include <QCheckBox>
 #include <QComboBox>
@@ -190,4 +192,46 @@ TEST_F(EditCommandsTest, DraggingInTheMagnifiedPlotRedrawsSamples)
     EXPECT_NEAR(plot.channels[1][30], 0.5f, 0.02f);
     EXPECT_EQ(plot.channels[1][31], 0.0f);
     EXPECT_EQ(plot.channels[0][20], 0.0f);
+}
+
+// The title carries a modified mark from the first edit on; the status bar
+// follows the edit: after a Cut nothing is highlighted, so it shows the
+// caret's place (no length), and after Undo what Undo brought back.
+TEST_F(EditCommandsTest, TheTitleMarksAnEditAndTheStatusBarFollowsCutAndUndo)
+{
+    {
+        auto tone = openTone(2, 16, 22050, 44100);
+    }
+    CMainFrame frame;
+    ASSERT_TRUE(frame.openFile(QString::fromStdString(path("tone.wav"))));
+    QMdiSubWindow* sub = frame.mdiArea()->subWindowList().first();
+    ChildFrameWindow* doc = frame.activeDocument();
+    doc->resize(800, 300);
+    CChildFrame& f = doc->frame();
+    EXPECT_EQ(sub->windowTitle(), "tone.wav[*]");
+    EXPECT_FALSE(sub->isWindowModified());
+    EXPECT_FALSE(doc->isWindowModified());
+
+    f.bHighlight = 1;
+    set_selection_units(f, 2 * 22050, 2 * 33075);  // 1 s to 1.5 s
+    Q_EMIT doc->selectionChanged();
+    ASSERT_EQ(frame.positionTexts().size(), 3);
+    EXPECT_EQ(frame.positionTexts()[0].trimmed(), "1.000 sec");
+    EXPECT_EQ(frame.positionTexts()[2].trimmed(), "0.500 sec");
+
+    frame.onCommand(kCut);
+    EXPECT_TRUE(sub->isWindowModified());
+    EXPECT_TRUE(doc->isWindowModified());
+    // Nothing is highlighted after the cut: the range is the whole file, now
+    // 1.5 s long, not the highlight that was cut.
+    EXPECT_FALSE(f.bHighlight);
+    EXPECT_EQ(frame.positionTexts()[0].trimmed(), "0.000 sec");
+    EXPECT_EQ(frame.positionTexts()[1].trimmed(), "1.500 sec");
+    EXPECT_EQ(frame.positionTexts()[2].trimmed(), "1.500 sec");
+
+    frame.onCommand(11602);  // Undo: the whole two seconds again.
+    EXPECT_EQ(f.nTotalSamples, 2u * 44100);
+    EXPECT_FALSE(f.bHighlight);
+    EXPECT_EQ(frame.positionTexts()[1].trimmed(), "2.000 sec");
+    EXPECT_EQ(frame.positionTexts()[2].trimmed(), "2.000 sec");
 }
