@@ -11,9 +11,47 @@
 
 #include <QApplication>
 #include <QScreen>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+// --help, --version and unknown options, before any window: 0 to go on,
+// else the exit status. "--" ends the options (a file may begin with "-").
+int commandLineOptions(int argc, char** argv)
+{
+    for (int i = 1; i < argc; ++i) {
+        const char* a = argv[i];
+        if (std::strcmp(a, "--") == 0)
+            break;
+        if (std::strcmp(a, "--help") == 0 || std::strcmp(a, "-h") == 0) {
+            std::printf("Usage: ondrava [FILE...]\n"
+                        "Records and edits digital audio. Opens each FILE in a window of its own.\n\n"
+                        "  -h, --help     show this text and exit\n"
+                        "      --version  show the version and exit\n"
+                        "  --             the names after it are files, even when they begin with '-'\n\n"
+                        "The command line without windows is ondrava-cli (ondrava-cli --help).\n");
+            return 1;
+        }
+        if (std::strcmp(a, "--version") == 0) {
+            std::printf("Ondrava %s\n", ONDRAVA_VERSION);
+            return 1;
+        }
+        // Qt's own options (-platform, -style ...) pass; other dashes do not.
+        if (a[0] == '-' && a[1] == '-') {
+            std::fprintf(stderr, "ondrava: unknown option %s (ondrava --help lists them)\n", a);
+            return 3;
+        }
+    }
+    return 0;
+}
+
+}  // namespace
 
 int main(int argc, char** argv)
 {
+    if (const int options = commandLineOptions(argc, argv))
+        return options == 1 ? 0 : 2;
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Ondrava"));
     QApplication::setOrganizationName(QStringLiteral("Ondrava"));
@@ -29,8 +67,14 @@ int main(int argc, char** argv)
     new TerminationSignals(frame);
     frame->show();
     frame->startUp();
-    for (const QString& file : app.arguments().mid(1))
+    bool afterDashes = false;
+    for (const QString& file : app.arguments().mid(1)) {
+        if (!afterDashes && file == QStringLiteral("--")) {
+            afterDashes = true;
+            continue;
+        }
         frame->openFile(file);
+    }
 
     const int result = app.exec();
     // MP3 encoders started by a save finish their files before the program goes.

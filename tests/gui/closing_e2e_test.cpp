@@ -8,6 +8,7 @@
 #include "support/wav_builder.h"
 
 #include <QImage>
+#include <cctype>
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
@@ -139,4 +140,29 @@ TEST_F(ClosingE2eTest, SigtermWithABoxOpenEndsTheProgram)
         ASSERT_FALSE(boxOpen.isNull());
         EXPECT_GT(boxPixels(boxOpen), 5000) << which;
     }
+}
+
+// --help and --version answer on the terminal without a window (no display
+// needed); an unknown option is a usage error, not a file to open.
+TEST_F(ClosingE2eTest, HelpAndVersionAnswerWithoutAWindow)
+{
+    auto run = [&](const std::string& args, int& status) {
+        const std::string out = path("out.txt");
+        status = std::system(("env -u DISPLAY -u WAYLAND_DISPLAY QT_QPA_PLATFORM=xcb '" ONDRAVA_GUI "' " + args + " > '" +
+                              out + "' 2>&1")
+                                 .c_str());
+        const auto bytes = readFile(out);
+        return std::string(bytes.begin(), bytes.end());
+    };
+    int status = 0;
+    std::string text = run("--help", status);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << text;
+    EXPECT_EQ(text.rfind("Usage: ondrava [FILE...]\n", 0), 0u) << text;
+    text = run("--version", status);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << text;
+    EXPECT_EQ(text.rfind("Ondrava ", 0), 0u) << text;
+    EXPECT_TRUE(text.size() > 8 && std::isdigit(static_cast<unsigned char>(text[8]))) << text;
+    text = run("--no-such-option", status);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 2) << text;
+    EXPECT_NE(text.find("ondrava: unknown option --no-such-option"), std::string::npos) << text;
 }
