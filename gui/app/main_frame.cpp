@@ -56,6 +56,7 @@
 #include <QCloseEvent>
 #include <QDragEnterEvent>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QLabel>
 #include <QMdiArea>
 #include <QMdiSubWindow>
@@ -448,6 +449,8 @@ bool CMainFrame::openFile(const QString& path)
         return false;
     addDocument(new ChildFrameWindow(std::move(frame)));
     add_recent_file(preferences().recentFiles, path.toStdString());
+    // The open and save dialogs start where the user last opened from.
+    preferences().openFolder = QFileInfo(path).absolutePath().toStdString();
     write_preferences();
     rebuildRecentFiles();
     updatePositionDisplays();

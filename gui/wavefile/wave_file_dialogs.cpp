@@ -40,6 +40,18 @@ QStringList filtersOf(const std::vector<FileType>& types)
     return filters;
 }
 
+}  // namespace
+
+QString user_file_folder()
+{
+    const QString last = QString::fromStdString(preferences().openFolder);
+    if (!last.isEmpty() && QFileInfo(last).isDir())
+        return last;
+    return QDir::homePath();
+}
+
+namespace {
+
 // Adds a panel below the file dialog's own controls.
 void addPanel(QFileDialog* dialog, QWidget* panel)
 {
@@ -55,7 +67,7 @@ OpenWaveDialog::OpenWaveDialog(QWidget* parent, const QString& title)
     setOption(QFileDialog::DontUseNativeDialog);
     setFileMode(QFileDialog::ExistingFile);
     setOption(QFileDialog::ReadOnly);
-    setDirectory(QString::fromStdString(preferences().lastUsedDirectory));
+    setDirectory(user_file_folder());
     setNameFilters(filtersOf(readable_file_types()));
     m_format->setObjectName(QStringLiteral("260"));
     m_facts->setObjectName(QStringLiteral("402"));
@@ -102,7 +114,7 @@ SaveWaveDialog::SaveWaveDialog(CChildFrame& document, QWidget* parent, const QSt
         setDirectory(own.dir());
         selectFile(own.fileName());
     } else {
-        setDirectory(QString::fromStdString(preferences().lastUsedDirectory));
+        setDirectory(user_file_folder());
     }
     const QStringList filters = filtersOf(file_types());
     setNameFilters(filters);

@@ -43,3 +43,7 @@ private:
 // "Delete Waveform File": the chosen file is removed at once, without a
 // further question. The result of the removal (1), or 0 when cancelled.
 int delete_waveform_file(QWidget* owner);
+
+// Where the open and save dialogs start: the folder the user last opened a
+// file from, else the home folder (never the program's working folder).
+QString user_file_folder();

@@ -97,6 +97,7 @@ void read_preferences(QSettings& profile, Preferences& prefs)
         prefs.*k.field = readInt(profile, key("Preferences", k.key), 0);
     prefs.waveInputDeviceName = readText(profile, "Preferences", "Wave input device");
     prefs.waveOutputDeviceName = readText(profile, "Preferences", "Wave output device");
+    prefs.openFolder = readText(profile, "Preferences", "Open folder");
 
     prefs.lastUsedDirectory = readText(profile, "Data directory", "Last used directory");
     if (prefs.lastUsedDirectory.empty()) {
@@ -146,6 +147,7 @@ void write_preferences(QSettings& profile, const Preferences& prefs)
         profile.setValue(key("Preferences", k.key), prefs.*k.field);
     profile.setValue(key("Preferences", "Wave input device"), QString::fromStdString(prefs.waveInputDeviceName));
     profile.setValue(key("Preferences", "Wave output device"), QString::fromStdString(prefs.waveOutputDeviceName));
+    profile.setValue(key("Preferences", "Open folder"), QString::fromStdString(prefs.openFolder));
     profile.setValue(key("Data directory", "Last used directory"),
                      QString::fromStdString(prefs.lastUsedDirectory));
     profile.setValue(key("Internet browser", "Preferred browser"),

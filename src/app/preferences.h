@@ -56,6 +56,10 @@ struct Preferences {
     int midiInputDevice = 0;
     int midiOutputDevice = 0;
     std::string lastUsedDirectory;
+    // The folder the user last opened a file from (the open and save dialogs
+    // start there; empty: the user's home folder). Not the data directory,
+    // which holds the program's own working files.
+    std::string openFolder;
     std::string preferredBrowser;
     bool browserChosen = false;
     bool colorDisplay = true;

@@ -1,4 +1,5 @@
 #include "app/main_frame.h"
+#include "app/preference_store.h"
 #include "view/child_frame_window.h"
 #include "view/document_save.h"
 #include "wavefile/info_editor_dialog.h"
@@ -11,6 +12,7 @@
 #include "gui_test.h"
 
 #include <QComboBox>
+#include <QDir>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -174,4 +176,28 @@ TEST(ExportDialogsTest, TheJafAndRealMediaDialogsShowTheirChoices)
     RealMediaDialog stereo(settings, 2, {});
     EXPECT_EQ(stereo.findChild<QComboBox*>("audioCodec")->currentIndex(), 7);
     EXPECT_TRUE(stereo.findChild<QLabel*>("description")->text().startsWith("Use this option for stereo CD quality"));
+}
+
+// File ▸ Open starts where the user last opened a file from (kept in the
+// profile), at first in the home folder; never in the program's working folder.
+TEST_F(FileDialogsTest, TheOpenDialogStartsWhereTheUserLastOpenedFrom)
+{
+    {
+        OpenWaveDialog first(nullptr);
+        EXPECT_EQ(QDir(first.directory()).absolutePath(), QDir::homePath());
+        EXPECT_NE(first.directory().absolutePath().toStdString(), preferences().lastUsedDirectory);
+    }
+    std::filesystem::create_directories(path("music/takes"));
+    writeFile(path("music/takes/a.wav"), WavBuilder::pcm(2, 22050, 16, WavBuilder::indexedFrames(100)));
+    {
+        CMainFrame frame;
+        ASSERT_TRUE(frame.openFile(QString::fromStdString(path("music/takes/a.wav"))));
+        frame.close();
+    }
+    OpenWaveDialog next(nullptr);
+    EXPECT_EQ(next.directory().absolutePath().toStdString(), path("music/takes"));
+    // Read back from the profile as a new run of the program would.
+    preferences() = Preferences{};
+    read_preferences();
+    EXPECT_EQ(preferences().openFolder, path("music/takes"));
 }
