@@ -442,10 +442,8 @@ QMdiSubWindow* CMainFrame::addDocument(ChildFrameWindow* window)
 
 bool CMainFrame::openFile(const QString& path)
 {
-    if (!open_by_type(path.toStdString(), file_type_of(path.toStdString())))
-        return false;
-    auto frame = std::make_unique<CChildFrame>();
-    if (!open_document(*frame))
+    auto frame = open_document_file(path.toStdString());
+    if (!frame)
         return false;
     addDocument(new ChildFrameWindow(std::move(frame)));
     add_recent_file(preferences().recentFiles, path.toStdString());

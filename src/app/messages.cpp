@@ -22,7 +22,30 @@ std::string formatInto(size_t bufferSize, const char* format, va_list args)
     return text;
 }
 
+// The file the messages are about now ("" for none).
+std::string g_messageFile;
+
+// The text with the file it is about, unless the text names it already
+// (by its path or its name).
+std::string aboutFile(std::string text)
+{
+    if (g_messageFile.empty() || text.find(g_messageFile) != std::string::npos)
+        return text;
+    const std::size_t slash = g_messageFile.find_last_of('/');
+    const std::string name = slash == std::string::npos ? g_messageFile : g_messageFile.substr(slash + 1);
+    if (!name.empty() && text.find(name) != std::string::npos)
+        return text;
+    return text + "\n\n" + g_messageFile;
+}
+
 }  // namespace
+
+MessageFileScope::MessageFileScope(std::string path) : m_previous(std::move(g_messageFile))
+{
+    g_messageFile = std::move(path);
+}
+
+MessageFileScope::~MessageFileScope() { g_messageFile = std::move(m_previous); }
 
 int ErrMsg(const char* format, ...)
 {
@@ -30,7 +53,7 @@ int ErrMsg(const char* format, ...)
     va_start(args, format);
     std::string text = formatInto(256, format, args);
     va_end(args);
-    uiHost().messageBox(nullptr, text, kDefaultCaption, MB_OK | MB_ICONEXCLAMATION);
+    uiHost().messageBox(nullptr, aboutFile(text), kDefaultCaption, MB_OK | MB_ICONEXCLAMATION);
     return 0;
 }
 
@@ -40,7 +63,7 @@ int TestErrMsg(const char* format, ...)
     va_start(args, format);
     std::string text = formatInto(128, format, args);
     va_end(args);
-    return uiHost().messageBox(nullptr, text, kDefaultCaption, MB_OK | MB_ICONEXCLAMATION);
+    return uiHost().messageBox(nullptr, aboutFile(text), kDefaultCaption, MB_OK | MB_ICONEXCLAMATION);
 }
 
 int NewErrMsg(int id)
@@ -48,19 +71,19 @@ int NewErrMsg(int id)
     std::string text = load_string(id);
     if (text.size() > 127)
         text.resize(127);
-    return uiHost().messageBox(nullptr, text, kProductName, MB_OK);
+    return uiHost().messageBox(nullptr, aboutFile(text), kProductName, MB_OK);
 }
 
 void WndErrMsg(const char* text) { uiHost().setMainWindowTitle(text ? text : ""); }
 
 int ask_yes_no(HWND owner, const std::string& text, const std::string& caption)
 {
-    return uiHost().messageBox(owner, text, caption, MB_YESNO | MB_ICONQUESTION);
+    return uiHost().messageBox(owner, aboutFile(text), caption, MB_YESNO | MB_ICONQUESTION);
 }
 
 int message_box(HWND owner, const std::string& text, const std::string& caption, unsigned style)
 {
-    return uiHost().messageBox(owner, text, caption, style);
+    return uiHost().messageBox(owner, aboutFile(text), caption, style);
 }
 
 void message_beep() { uiHost().beep(); }

@@ -23,4 +23,18 @@ int ask_yes_no(HWND owner, const std::string& text, const std::string& caption);
 int message_box(HWND owner, const std::string& text, const std::string& caption, unsigned style);
 void message_beep();
 
+// While one lives, the messages and questions name the file they are about:
+// the program's text, then the file on a line of its own (unless the text
+// names it already). Scopes nest; the innermost file is named.
+class MessageFileScope {
+public:
+    explicit MessageFileScope(std::string path);
+    ~MessageFileScope();
+    MessageFileScope(const MessageFileScope&) = delete;
+    MessageFileScope& operator=(const MessageFileScope&) = delete;
+
+private:
+    std::string m_previous;
+};
+
 inline constexpr const char* kProductName = "Ondrava";

@@ -182,6 +182,8 @@ int open_raw_document(CChildFrame& f, const std::string& raw, std::uint64_t byte
 
 std::unique_ptr<CChildFrame> open_document_file(const std::string& path)
 {
+    // Every message of the open names the file.
+    const MessageFileScope about(path);
     if (!open_by_type(path, file_type_of(path)))
         return nullptr;
     auto frame = std::make_unique<CChildFrame>();

@@ -22,6 +22,8 @@
 
 int save_by_type(CChildFrame& f, const std::string& name, int type, int selectionOnly)
 {
+    // Every message of the save names the file.
+    const MessageFileScope about(name);
     if (type == kTypeWav || type == kTypeAll)
         return save_wav_by_type(f, name, selectionOnly);
     if (type >= 1 && type <= 15) {

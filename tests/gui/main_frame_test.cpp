@@ -92,7 +92,7 @@ TEST_F(MainFrameTest, OpensFilesIntoWindowsAndRemembersThem)
     // A broken file shows the program's message and opens nothing.
     writeFile(path("bad.wav"), {'R', 'I', 'F', 'F'});
     EXPECT_FALSE(frame.openFile(QString::fromStdString(path("bad.wav"))));
-    EXPECT_EQ(host.shown().back().text, "End of input file.");
+    EXPECT_EQ(host.shown().back().text, "End of input file.\n\n" + path("bad.wav"));
     EXPECT_EQ(frame.documents().size(), 2);
 
     // View commands go to the active document.

@@ -37,10 +37,11 @@ TEST_F(CliTest, ABrokenFileGetsTheProgramsMessageAndExitCodeOne)
     writeFile(path("bad.wav"), bad);
     const Run run = cli({"info", "bad.wav"});
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_EQ(run.err, "Format error on input file.\n");
+    // The program's text, then the file it is about.
+    EXPECT_EQ(run.err, "Format error on input file.\n\nbad.wav\n");
     EXPECT_EQ(run.out, "");
     EXPECT_EQ(cli({"open", "bad.wav"}).exitCode, 1);
-    EXPECT_EQ(cli({"open", "missing.wav"}).err, "Cannot open input WAVE file.\n");
+    EXPECT_EQ(cli({"open", "missing.wav"}).err, "Cannot open input WAVE file.\n\nmissing.wav\n");
 }
 
 TEST_F(CliTest, OpenReportsLevelsAndLeavesNoFileBehind)
@@ -126,10 +127,10 @@ TEST_F(CliTest, ConvertSavesThroughTheProgramsSavePath)
 
     run = cli({"convert", "in.wav", "packed.wav", "--adpcm"});
     EXPECT_EQ(run.exitCode, 0) << run.err;
-    EXPECT_EQ(run.err, "Halvorn Wave Converter: Conversion completed successfully!\n");
+    EXPECT_EQ(run.err, "Halvorn Wave Converter: Conversion completed successfully!\n\npacked.wav\n");
     run = cli({"info", "packed.wav"});  // ADPCM is not PCM
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_EQ(run.err, "Input file is not a PCM_WAVE file.\n");
+    EXPECT_EQ(run.err, "Input file is not a PCM_WAVE file.\n\npacked.wav\n");
 
     EXPECT_EQ(cli({"convert", "in.wav", "bad.wav", "--rate", "48000", "--adpcm"}).exitCode, 1);
     EXPECT_EQ(cli({"convert", "in.wav"}).exitCode, 2);

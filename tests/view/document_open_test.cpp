@@ -250,7 +250,9 @@ TEST_F(DocumentOpenTest, BadFilesGiveTheirMessageAndLeaveNothingBehind)
     for (const Case& c : cases) {
         host.clearShown();
         EXPECT_EQ(openBytes(c.file), nullptr) << (c.message ? c.message : "unknown format");
-        const std::string message = c.message ? c.message : path("in.wav") + " has an unknown (non-PCM) format.";
+        // The program's text, then the file it is about.
+        const std::string message =
+            c.message ? c.message + std::string("\n\n") + path("in.wav") : path("in.wav") + " has an unknown (non-PCM) format.";
         EXPECT_EQ(shownTexts(), std::vector<std::string>{message});
         EXPECT_TRUE(filesIn(workDir()).empty()) << message;
     }
@@ -268,8 +270,8 @@ TEST_F(DocumentOpenTest, BadFilesGiveTheirMessageAndLeaveNothingBehind)
     EXPECT_EQ(open_document_file(path("missing.wav")), nullptr);
     ASSERT_EQ(mkdir(path("dir.wav").c_str(), 0755), 0);
     EXPECT_EQ(open_document_file(path("dir.wav")), nullptr);
-    EXPECT_EQ(shownTexts(), (std::vector<std::string>{"Cannot open input WAVE file.",
-                                                       "Cannot open input WAVE file."}));
+    EXPECT_EQ(shownTexts(), (std::vector<std::string>{"Cannot open input WAVE file.\n\n" + path("missing.wav"),
+                                                       "Cannot open input WAVE file.\n\n" + path("dir.wav")}));
     EXPECT_TRUE(filesIn(workDir()).empty());
     EXPECT_EQ(open_document_count(), 0);
 }
@@ -280,7 +282,7 @@ TEST_F(DocumentOpenTest, AFullDiskWhileCopyingCreatesNoDocument)
     std::unique_ptr<CChildFrame> f;
     withFileSizeLimit(100000, [&] { f = open_document_file(path("big.wav")); });
     EXPECT_EQ(f, nullptr);
-    EXPECT_EQ(shownTexts(), std::vector<std::string>{"Not enough room on disk to copy file."});
+    EXPECT_EQ(shownTexts(), std::vector<std::string>{"Not enough room on disk to copy file.\n\n" + path("big.wav")});
     EXPECT_TRUE(filesIn(workDir()).empty());
 }
 

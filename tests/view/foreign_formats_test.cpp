@@ -271,7 +271,7 @@ TEST_F(ForeignFormatsTest, MpThreeGoesThroughTheEncoderBesideTheChosenName)
     EXPECT_EQ(save_by_type(*doc, path("other.mp3"), kTypeMp3, 0), 0);
     unsetenv("ONDRAVA_BLADEENC");
     ASSERT_FALSE(host.shown().empty());
-    EXPECT_EQ(host.shown().back().text, "BLADEENC.EXE missing.");
+    EXPECT_EQ(host.shown().back().text, "BLADEENC.EXE missing.\n\n" + path("other.mp3"));
     EXPECT_FALSE(file_exists(path("other.mp3")));
     EXPECT_FALSE(file_exists(path("other.mp3.wav")));
 }
@@ -404,12 +404,12 @@ TEST_F(ForeignFormatsTest, RealMediaGoesThroughAnAviIntoTheEncoder)
     host.setRealMediaSettings(wrong);
     host.clearShown();
     EXPECT_EQ(save_by_type(*doc, path("bad.rm"), kTypeRealMedia, 0), 0);
-    EXPECT_EQ(host.shown().back().text, "Bogus is not a valid audio codec name.");
+    EXPECT_EQ(host.shown().back().text, "Bogus is not a valid audio codec name.\n\n" + path("bad.rm"));
     wrong.audioCodec = "6.5 Kbps Voice";
     wrong.videoCodec = "Cinepak";
     host.setRealMediaSettings(wrong);
     EXPECT_EQ(save_by_type(*doc, path("bad.rm"), kTypeRealMedia, 0), 0);
-    EXPECT_EQ(host.shown().back().text, "Cinepak is not a valid video codec name.");
+    EXPECT_EQ(host.shown().back().text, "Cinepak is not a valid video codec name.\n\n" + path("bad.rm"));
     ASSERT_EQ(run("ffmpeg -v error -y -f lavfi -i testsrc=size=160x120:rate=10 -t 0.5 -c:v mpeg4 '" + path("mute.avi") +
                   "'"),
               0);

@@ -222,7 +222,7 @@ TEST_F(JafFileTest, TwoCompressionsDifferAndBadCasesStopWithTheirMessages)
     host.clearShown();
     EXPECT_EQ(save_by_type(*eight, path("eight.jaf"), kTypeJaf, 0), 0);
     ASSERT_FALSE(host.shown().empty());
-    EXPECT_EQ(host.shown().back().text, "This algorithm is designed for 16 bit files only.");
+    EXPECT_EQ(host.shown().back().text, "This algorithm is designed for 16 bit files only.\n\n" + path("eight.jaf"));
     EXPECT_EQ(eight->bUndoAvailable, 1) << "the low-pass stays, with its undo";
     EXPECT_FALSE(file_exists(path("eight.jaf")));
 

@@ -1,5 +1,6 @@
 #include "cli_args.h"
 
+#include "app/messages.h"
 #include "wavefile/riff_info.h"
 #include "wavefile/wave_header.h"
 #include "wavefile/wave_io.h"
@@ -17,6 +18,7 @@ int run_info_command(const std::vector<std::string>& argv)
         return kExitUsage;
     }
     const std::string& file = args->positionals()[0];
+    const MessageFileScope about(file);
     if (!ReadInputWaveformHeader(file, 1))
         return kExitFailed;
 
