@@ -1,5 +1,8 @@
 #include "app/qt_ui_host.h"
 
+#include "app/help_window.h"
+#include "app/preferences.h"
+
 #include "app/main_frame.h"
 #include "edit/effect_parameters_dialog.h"
 #include "edit/magnified_plot_dialog.h"
@@ -26,6 +29,7 @@
 #include <QInputDialog>
 #include <QKeyEvent>
 #include <QFileInfo>
+#include <QProcess>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMainWindow>
@@ -248,7 +252,13 @@ void QtUiHost::showHelp(const std::string& helpFile, int contextId)
     }
     QUrl url = QUrl::fromLocalFile(page);
     url.setFragment(QString::number(contextId));
-    QDesktopServices::openUrl(url);
+    // The browser the user chose in the preferences, if it starts; else the
+    // program's own help window (never silence when there is no browser).
+    const Preferences& prefs = preferences();
+    if (prefs.browserChosen && !prefs.preferredBrowser.empty() &&
+        QProcess::startDetached(QString::fromStdString(prefs.preferredBrowser), {url.toString()}))
+        return;
+    HelpWindow::show(m_main, page, QString::number(contextId));
 }
 
 void QtUiHost::setWaitCursor(bool on)

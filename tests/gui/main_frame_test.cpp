@@ -1,3 +1,4 @@
+#include "app/help_window.h"
 #include "app/main_frame.h"
 #include "app/preference_store.h"
 #include "app/preferences.h"
@@ -14,6 +15,8 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QMimeData>
+#include <QTextBrowser>
+#include <QApplication>
 #include <functional>
 #include <map>
 #include <QToolBar>
@@ -209,4 +212,29 @@ TEST_F(MainFrameTest, EveryKeyOfEveryMenuDoesOneThing)
     ASSERT_TRUE(owners.count("Ctrl+R"));
     EXPECT_EQ(owners["Ctrl+R"].front(), "&Replace");
     EXPECT_FALSE(frame.action(1813)->shortcut().isEmpty()) << "Record has a key of its own";
+}
+
+// F1 with no browser chosen: the help opens in the program's own window
+// (never nothing at all).
+TEST_F(MainFrameGuiTest, HelpOpensInTheProgramsOwnWindowWithoutABrowser)
+{
+    preferences().browserChosen = false;
+    preferences().preferredBrowser.clear();
+    frame->show();
+    frame->onCommand(kCommandHelp);
+    HelpWindow* help = nullptr;
+    for (QWidget* w : QApplication::topLevelWidgets())
+        if (auto* h = qobject_cast<HelpWindow*>(w); h && h->isVisible())
+            help = h;
+    ASSERT_NE(help, nullptr) << "no help window";
+    EXPECT_TRUE(help->browser()->source().toLocalFile().endsWith("/help/Z32.html"))
+        << help->browser()->source().toString().toStdString();
+    EXPECT_FALSE(help->browser()->toPlainText().isEmpty());
+    // F1 again raises the same window.
+    frame->onCommand(kCommandHelp);
+    int shown = 0;
+    for (QWidget* w : QApplication::topLevelWidgets())
+        shown += qobject_cast<HelpWindow*>(w) && w->isVisible();
+    EXPECT_EQ(shown, 1);
+    help->close();
 }
