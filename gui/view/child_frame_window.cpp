@@ -372,13 +372,51 @@ void ChildFrameWindow::keyPressEvent(QKeyEvent* event)
     case Qt::Key_Right: request = ScrollRequest::LineRight; break;
     case Qt::Key_O:
     case Qt::Key_P:
-        // Both start playback when nothing plays and stop it when it does.
+    case Qt::Key_Space:
+        // Each starts playback when nothing plays and stops it when it does.
         emit commandRequested(transport_state().playing ? 11403 : 11401);
         return;
     default: QWidget::keyPressEvent(event); return;
     }
     if (::scroll(*m_frame, request))
         changed();
+}
+
+void ChildFrameWindow::wheelEvent(QWheelEvent* event)
+{
+    if (event->modifiers() & Qt::ControlModifier) {
+        // Ctrl+wheel zooms: a notch a level.
+        m_wheelAngle += event->angleDelta().y() + event->angleDelta().x();
+        while (std::abs(m_wheelAngle) >= 120) {
+            const int command = m_wheelAngle > 0 ? 1898 : 1899;
+            m_wheelAngle -= m_wheelAngle > 0 ? 120 : -120;
+            this->command(command);
+        }
+        event->accept();
+        return;
+    }
+    // The view scrolls sideways only: the wheel (plain or with Shift, which
+    // some systems turn into a sideways turn) and a touchpad's sideways
+    // swipe all move it, a notch or 40 pixels a line; away from the user
+    // (or to the left) is earlier in the file.
+    const QPoint angle = event->angleDelta();
+    const QPoint pixels = event->pixelDelta();
+    int lines = 0;
+    if (!pixels.isNull()) {
+        m_wheelPixels += std::abs(pixels.x()) > std::abs(pixels.y()) ? pixels.x() : pixels.y();
+        lines = m_wheelPixels / 40;
+        m_wheelPixels -= lines * 40;
+    } else {
+        m_wheelAngle += std::abs(angle.x()) > std::abs(angle.y()) ? angle.x() : angle.y();
+        lines = m_wheelAngle / 120 * 3;
+        m_wheelAngle -= m_wheelAngle / 120 * 120;
+    }
+    bool moved = false;
+    for (int i = 0; i < std::abs(lines); ++i)
+        moved = ::scroll(*m_frame, lines > 0 ? ScrollRequest::LineLeft : ScrollRequest::LineRight) || moved;
+    if (moved)
+        changed();
+    event->accept();
 }
 
 void ChildFrameWindow::closeEvent(QCloseEvent* event)

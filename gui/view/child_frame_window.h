@@ -57,6 +57,7 @@ protected:
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
@@ -68,6 +69,9 @@ private:
     void paintVideo(QPainter& p);
 
     std::unique_ptr<CChildFrame> m_frame;
+    // Wheel turns and touchpad pixels not yet amounting to a line.
+    int m_wheelAngle = 0;
+    int m_wheelPixels = 0;
     WaveformRenderer m_renderer;
     QImage m_client;
     QToolBar* m_playBar;

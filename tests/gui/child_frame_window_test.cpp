@@ -5,6 +5,8 @@
 
 #include <QAction>
 #include <QScrollBar>
+#include <QSignalSpy>
+#include <QWheelEvent>
 #include <QToolBar>
 
 // A 10 s stereo tone (882000 units, ten levels) in a 1000 x 400 window.
@@ -145,4 +147,54 @@ TEST_F(ChildFrameWindowTest, ClosingAModifiedDocumentAsks)
     EXPECT_EQ(host.shown().back().text, "OK to close tone.wav?");
     host.scriptAnswers({IDOK});
     EXPECT_TRUE(window->close());
+}
+
+// The wheel scrolls (plain, with Shift, and a touchpad's sideways swipe in
+// pixels), Ctrl+wheel zooms, and Space plays and stops like p and o.
+TEST_F(ChildFrameWindowTest, TheWheelScrollsAndZoomsAndSpacePlays)
+{
+    auto wheel = [&](QPoint angle, QPoint pixels = {}, Qt::KeyboardModifiers mods = Qt::NoModifier) {
+        const QPointF at(500, 200);
+        QWheelEvent event(at, window->mapToGlobal(at), pixels, angle, Qt::NoButton, mods, Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(window.get(), &event);
+    };
+    window->command(87);
+    QTest::keyClick(window.get(), Qt::Key_Home);
+    ASSERT_EQ(f().nFirstSample, 0u);
+    wheel({0, -120});  // a notch towards the user: later in the file, three lines
+    const std::uint32_t notch = f().nFirstSample;
+    EXPECT_GT(notch, 0u);
+    QTest::keyClick(window.get(), Qt::Key_Home);
+    for (int i = 0; i < 3; ++i)
+        QTest::keyClick(window.get(), Qt::Key_Right);
+    EXPECT_EQ(f().nFirstSample, notch) << "a notch is three lines";
+    wheel({0, 120});
+    EXPECT_EQ(f().nFirstSample, 0u);
+    wheel({-120, 0}, {}, Qt::ShiftModifier);  // sideways
+    EXPECT_EQ(f().nFirstSample, notch);
+    wheel({0, 120}, {}, Qt::ShiftModifier);
+    EXPECT_EQ(f().nFirstSample, 0u);
+    // A touchpad: 40 pixels a line, small swipes add up.
+    wheel({0, -15}, {-20, 0});
+    EXPECT_EQ(f().nFirstSample, 0u);
+    wheel({0, -15}, {-20, 0});
+    QTest::keyClick(window.get(), Qt::Key_Home);
+    QTest::keyClick(window.get(), Qt::Key_Right);
+    const std::uint32_t line = f().nFirstSample;
+    QTest::keyClick(window.get(), Qt::Key_Home);
+    wheel({0, -15}, {-40, 0});
+    EXPECT_EQ(f().nFirstSample, line);
+
+    // Ctrl+wheel away zooms in a level, towards the user out again.
+    window->command(88);
+    const int level = f().nZoomLevel;
+    wheel({0, 120}, {}, Qt::ControlModifier);
+    EXPECT_EQ(f().nZoomLevel, level + 1);
+    wheel({0, -120}, {}, Qt::ControlModifier);
+    EXPECT_EQ(f().nZoomLevel, level);
+
+    QSignalSpy commands(window.get(), &ChildFrameWindow::commandRequested);
+    QTest::keyClick(window.get(), Qt::Key_Space);
+    ASSERT_EQ(commands.size(), 1);
+    EXPECT_EQ(commands.front().front().toInt(), 11401);
 }
