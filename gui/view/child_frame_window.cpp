@@ -264,6 +264,7 @@ void ChildFrameWindow::mousePressEvent(QMouseEvent* event)
         return;
     }
     if (event->button() == Qt::LeftButton) {
+        m_pressAt = at;
         if (left_button_down(*m_frame, at.x(), at.y(), event->modifiers() & Qt::ShiftModifier))
             changed();
         // The pointer stays with the strip until it is released (where the
@@ -356,7 +357,22 @@ void ChildFrameWindow::mouseReleaseEvent(QMouseEvent* event)
     const bool strip = m_frame->bStripDrag;
     if (strip && QWidget::mouseGrabber() == this)
         releaseMouse();
-    if (left_button_up(*m_frame, at.x(), at.y()))
+    const bool wasHighlighted = m_frame->bHighlight != 0;
+    const bool insideHighlight = wasHighlighted && at.x() >= static_cast<int>(m_frame->fSelStartPixel) &&
+                                 at.x() <= static_cast<int>(m_frame->fSelEndPixel);
+    bool redraw = left_button_up(*m_frame, at.x(), at.y());
+    // A click without a drag places the caret where Play starts (inside a
+    // highlight too: only a drag takes a highlight out as data).
+    const bool click = (at - m_pressAt).manhattanLength() <= 2 && !strip && !(event->modifiers() & Qt::ShiftModifier);
+    if (click && !transport_state().busy() && (!m_frame->bHighlight || insideHighlight)) {
+        m_frame->bHighlight = 0;
+        m_frame->nCaretX = std::max(0, at.x());
+        PlaybackEngine::instance().play_from_unit = m_frame->pixel_to_sample(static_cast<float>(m_frame->nCaretX));
+        m_frame->bRedrawAll = true;
+        redraw = true;
+        emit selectionChanged();
+    }
+    if (redraw)
         changed();
 }
 

@@ -71,6 +71,8 @@ private:
     std::unique_ptr<CChildFrame> m_frame;
     // Wheel turns and touchpad pixels not yet amounting to a line.
     int m_wheelAngle = 0;
+    // Where the left button went down, to tell a click from a drag.
+    QPoint m_pressAt;
     int m_wheelPixels = 0;
     WaveformRenderer m_renderer;
     QImage m_client;

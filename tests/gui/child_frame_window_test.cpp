@@ -1,3 +1,4 @@
+#include "audio/playback_engine.h"
 #include "view/child_frame_window.h"
 #include "view/view_navigation.h"
 
@@ -197,4 +198,27 @@ TEST_F(ChildFrameWindowTest, TheWheelScrollsAndZoomsAndSpacePlays)
     QTest::keyClick(window.get(), Qt::Key_Space);
     ASSERT_EQ(commands.size(), 1);
     EXPECT_EQ(commands.front().front().toInt(), 11401);
+}
+
+// A left click places the caret where Play starts, outside a highlight and
+// inside one (only a drag takes a highlight out as data).
+TEST_F(ChildFrameWindowTest, ALeftClickPlacesTheCaretWherePlayStarts)
+{
+    window->command(88);
+    PlaybackEngine::instance().play_from_unit.reset();
+    QTest::mouseClick(window.get(), Qt::LeftButton, Qt::NoModifier, QPoint(300, 200));
+    EXPECT_FALSE(f().bHighlight);
+    EXPECT_EQ(f().nCaretX, 300);
+    ASSERT_TRUE(PlaybackEngine::instance().play_from_unit.has_value());
+    EXPECT_EQ(*PlaybackEngine::instance().play_from_unit, f().pixel_to_sample(300.0f));
+
+    drag({200, 200}, {600, 200});
+    ASSERT_TRUE(f().bHighlight);
+    PlaybackEngine::instance().play_from_unit.reset();
+    QTest::mouseClick(window.get(), Qt::LeftButton, Qt::NoModifier, QPoint(400, 200));
+    EXPECT_FALSE(f().bHighlight) << "a click inside the highlight places the caret";
+    EXPECT_EQ(f().nCaretX, 400);
+    ASSERT_TRUE(PlaybackEngine::instance().play_from_unit.has_value());
+    EXPECT_EQ(*PlaybackEngine::instance().play_from_unit, f().pixel_to_sample(400.0f));
+    PlaybackEngine::instance().play_from_unit.reset();
 }
