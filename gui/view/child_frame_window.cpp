@@ -30,6 +30,7 @@
 #include <QPainter>
 #include <QScrollBar>
 #include <QToolBar>
+#include <cmath>
 #include <cstdlib>
 
 namespace {
@@ -191,9 +192,23 @@ void ChildFrameWindow::paintEvent(QPaintEvent*)
     p.fillRect(QRect(0, height() - nControlRowHeight, width(), nControlRowHeight), palette().window());
     if (m_playCursor >= 0) {
         const float x = m_frame->sample_to_pixel(static_cast<std::uint32_t>(m_playCursor));
-        if (x >= 0 && x < width()) {
-            p.setPen(QPen(Qt::red, 1));
-            p.drawLine(QPointF(x, m_frame->nInfoHeight), QPointF(x, height() - nControlRowHeight - 1));
+        if (x >= 0 && x < width() && x < m_client.width()) {
+            // A red line, but never red on red: over a reddish pixel (the
+            // highlight) the cursor takes that pixel's opposite colour, so it
+            // stays visible over any background.
+            const int top = std::max(0, m_frame->nInfoHeight);
+            const int bottom = std::min(m_client.height(), height() - nControlRowHeight);
+            if (bottom > top) {
+                QImage column(1, bottom - top, QImage::Format_RGB32);
+                for (int y = top; y < bottom; ++y) {
+                    const QColor under = m_client.pixelColor(static_cast<int>(x), y);
+                    const bool reddish = under.red() > 150 && under.green() < 110 && under.blue() < 110;
+                    column.setPixelColor(0, y - top,
+                                         reddish ? QColor(255 - under.red(), 255 - under.green(), 255 - under.blue())
+                                                 : QColor(Qt::red));
+                }
+                p.drawImage(QRectF(std::floor(x), top, 1, bottom - top), column);
+            }
         }
     }
     paintVideo(p);

@@ -5,6 +5,7 @@
 #include "gui_test.h"
 
 #include <QAction>
+#include <cmath>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QWheelEvent>
@@ -221,4 +222,35 @@ TEST_F(ChildFrameWindowTest, ALeftClickPlacesTheCaretWherePlayStarts)
     ASSERT_TRUE(PlaybackEngine::instance().play_from_unit.has_value());
     EXPECT_EQ(*PlaybackEngine::instance().play_from_unit, f().pixel_to_sample(400.0f));
     PlaybackEngine::instance().play_from_unit.reset();
+}
+
+// The play cursor stays visible over any background: red over the waveform,
+// the opposite colour over the (reddish) highlight, never red on red.
+TEST_F(ChildFrameWindowTest, ThePlayCursorIsVisibleOverTheHighlight)
+{
+    window->command(88);
+    drag({200, 200}, {600, 200});
+    ASSERT_TRUE(f().bHighlight);
+    auto columnDiffers = [&](int x) {
+        const QImage shot = window->grab().toImage();
+        int differing = 0;
+        for (int y = f().nInfoHeight + 5; y < shot.height() - 40; y += 5)
+            differing += shot.pixelColor(x, y) != shot.pixelColor(x - 3, y);
+        return differing;
+    };
+    const int inside = 400;
+    window->setPlayCursor(f().pixel_to_sample(static_cast<float>(inside)));
+    QCoreApplication::processEvents();
+    const int cursorX = static_cast<int>(std::floor(f().sample_to_pixel(f().pixel_to_sample(static_cast<float>(inside)))));
+    EXPECT_GT(columnDiffers(cursorX), 20) << "the cursor vanishes over the highlight";
+    const QImage shot = window->grab().toImage();
+    const QColor highlight = shot.pixelColor(cursorX - 3, 200);
+    EXPECT_NE(shot.pixelColor(cursorX, 200), highlight);
+    // Outside the highlight it is the red line.
+    const int outside = 800;
+    window->setPlayCursor(f().pixel_to_sample(static_cast<float>(outside)));
+    QCoreApplication::processEvents();
+    const int outsideX = static_cast<int>(std::floor(f().sample_to_pixel(f().pixel_to_sample(static_cast<float>(outside)))));
+    EXPECT_EQ(window->grab().toImage().pixelColor(outsideX, 200), QColor(Qt::red));
+    window->setPlayCursor(-1);
 }
