@@ -19,7 +19,7 @@ void PlayCursorHost::startCursorTimer(CChildFrame& frame)
     // The range the engine plays (the highlight, the file, or from a click).
     const PlaybackEngine& engine = PlaybackEngine::instance();
     const std::uint32_t bps = static_cast<std::uint32_t>(std::max(1, frame.bytesPerSample()));
-    m_rangeStart = engine.play_start_offset / bps;
+    m_rangeStart = engine.play_shown_start;
     m_rangeEnd = m_rangeStart + engine.play_total_bytes / bps;
     m_frame = &frame;
     m_timer.start();

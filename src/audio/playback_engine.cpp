@@ -70,12 +70,17 @@ int PlaybackEngine::play_the_wavefile(CChildFrame& f)
     return 1;
 }
 
-int PlaybackEngine::play_file(CChildFrame& f, const std::string& path, std::uint32_t startByte, std::uint32_t endByte)
+int PlaybackEngine::play_file(CChildFrame& f, const std::string& path, std::uint32_t startByte, std::uint32_t endByte,
+                              std::optional<std::uint32_t> shownAt)
 {
     if (is_playing || endByte < startByte + 4 || !openDevice(false))
         return 0;
     const StreamFormat format{f.wfx.nChannels, f.wfx.nSamplesPerSec, f.wfx.wBitsPerSample};
-    return openStream(f, format, path, startByte, endByte, false) ? 1 : 0;
+    if (!openStream(f, format, path, startByte, endByte, false))
+        return 0;
+    if (shownAt)
+        play_shown_start = *shownAt;
+    return 1;
 }
 
 bool PlaybackEngine::openDevice(bool looping)
@@ -151,6 +156,7 @@ bool PlaybackEngine::openStream(CChildFrame& f, const StreamFormat& format, cons
     }
     play_total_bytes = rangeBytes;
     play_start_offset = startByte & ~3u;
+    play_shown_start = play_start_offset / static_cast<std::uint32_t>(std::max(1, format.bits / 8));
     m_queuedWritten = false;
     play_bytes_read = 0;
     play_buffers_queued = 0;
@@ -540,6 +546,7 @@ void PlaybackEngine::moveStartForAlignment(StartAlignment& alignment)
     if (shift == 0)
         return;
     play_start_offset += shift;
+    play_shown_start += shift / static_cast<std::uint32_t>(std::max(1, m_format.bits / 8));
     play_total_bytes -= shift;
     play_bytes_read = 0;
     play_buffers_queued = 0;

@@ -54,7 +54,11 @@ public:
     int play_clipboard(CChildFrame& frame);
     // Plays bytes [startByte, endByte) of a headerless data file in the
     // frame's format: the record dialog's take.
-    int play_file(CChildFrame& frame, const std::string& path, std::uint32_t startByte, std::uint32_t endByte);
+    // `shownAt` is where those bytes lie in the document (in sample units)
+    // when the file is not the document's own (an effect's preview of the
+    // highlight): the cursor and the time show from there.
+    int play_file(CChildFrame& frame, const std::string& path, std::uint32_t startByte, std::uint32_t endByte,
+                  std::optional<std::uint32_t> shownAt = std::nullopt);
     // Stops playback (and a running cue sequence).
     void stop_playback();
     // Plays the cue sequence from entry `first` on: each entry when the one
@@ -129,6 +133,9 @@ public:
     int play_current_buffer = 0;
     int play_buffers_queued = 0;
     std::uint32_t play_start_offset = 0;
+    // Where the played range begins in the document, in sample units: the
+    // play cursor, the time and marks set while playing count from here.
+    std::uint32_t play_shown_start = 0;
     std::uint32_t play_total_bytes = 0;
     std::uint32_t play_bytes_read = 0;
     int loop_pass = 0;

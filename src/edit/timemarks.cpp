@@ -26,7 +26,7 @@ int placementColumn(const CChildFrame& f)
     if (engine.playing_frame() == &f) {
         // Play time scaled to the document's length, plus where play began.
         const double unitsPerMs = static_cast<double>(f.wfx.nSamplesPerSec) * f.wfx.nChannels / 1000.0;
-        const double start = static_cast<double>(engine.play_start_offset) / std::max(1, f.bytesPerSample());
+        const double start = engine.play_shown_start;
         const double units = std::min<double>(start + engine.get_play_position_ms() * unitsPerMs, f.nTotalSamples);
         return static_cast<int>(f.level_index_to_pixel(static_cast<std::uint32_t>(units)));
     }

@@ -338,5 +338,6 @@ int preview_selection(CChildFrame& f, const StreamKernel& kernel, double seconds
             return 0;
     }
     dest.reset();
-    return playback.play_file(f, preview_file_path(), 0, static_cast<std::uint32_t>(written));
+    // The preview is the start of the highlight: the cursor and the time show there.
+    return playback.play_file(f, preview_file_path(), 0, static_cast<std::uint32_t>(written), f.nSelStart);
 }

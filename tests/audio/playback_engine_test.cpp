@@ -123,6 +123,29 @@ TEST_F(PlaybackTest, AStartInsideAFrameMovesDownToFourBytes)
     EXPECT_EQ(SimulatedWaveOut::state().played, Bytes(data.begin() + 2000, data.begin() + 42000));
 }
 
+// Where the played range is shown in the document: the highlight's start for
+// the document's own file, and the given place for a file of its own (an
+// effect's preview of the highlight), not the document's start.
+TEST_F(PlaybackTest, ThePlayedRangeIsShownWhereItLiesInTheDocument)
+{
+    CChildFrame& f = open(1, 16, 22050, 30000);
+    f.bHighlight = 1;
+    set_selection_units(f, 10000, 20000);
+    ASSERT_EQ(engine().play_the_wavefile(f), 1);
+    EXPECT_EQ(engine().play_shown_start, 10000u);
+    playToTheEnd();
+    // A preview: its own file from byte 0, shown at the highlight.
+    writeFile(path("preview.pcm"), Bytes(data.begin(), data.begin() + 8000));
+    ASSERT_EQ(engine().play_file(f, path("preview.pcm"), 0, 8000, f.nSelStart), 1);
+    EXPECT_EQ(engine().play_start_offset, 0u);
+    EXPECT_EQ(engine().play_shown_start, 10000u);
+    playToTheEnd();
+    // Without a place given, a file plays shown from where its bytes begin.
+    ASSERT_EQ(engine().play_file(f, path("preview.pcm"), 4000, 8000), 1);
+    EXPECT_EQ(engine().play_shown_start, 2000u);
+    playToTheEnd();
+}
+
 TEST_F(PlaybackTest, ALoopCountPlaysTheRangeThatManyTimesAndStopEndsALoop)
 {
     CChildFrame& f = open(1, 8, 11025, 11025 * 2);
