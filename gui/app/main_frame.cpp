@@ -162,13 +162,11 @@ CMainFrame::CMainFrame() : m_mdi(new QMdiArea(this)), m_timer(new QTimer(this))
         set_active_frame(doc ? &doc->frame() : nullptr);
         m_timemarkBars->showActive();
         updateCommandStates();
-        updatePositionDisplays();
     });
     // The frame timer: menu states and displays follow the documents.
     connect(m_timer, &QTimer::timeout, this, [this] {
         ++m_ticks;
         updateCommandStates();
-        updatePositionDisplays();
     });
     // The new file made from a highlight comes back through command 11310.
     set_open_opened_file_handler([this] { onCommand(kCommandOpenOpened); });
@@ -553,7 +551,6 @@ void CMainFrame::editCommand(int id)
     }
     doc->refreshAfterEdit();
     updateCommandStates();
-    updatePositionDisplays();
 }
 
 void CMainFrame::newFromSelection()
@@ -749,7 +746,6 @@ void CMainFrame::effectCommand(int id)
     if (run_effect_command(doc->frame(), id, handle_of(this)))
         doc->refreshAfterEdit();
     updateCommandStates();
-    updatePositionDisplays();
 }
 
 void CMainFrame::openRecordDialog()
@@ -772,7 +768,6 @@ void CMainFrame::openRecordDialog()
     for (ChildFrameWindow* w : documents())
         w->refreshAfterEdit();
     updateCommandStates();
-    updatePositionDisplays();
 }
 
 void CMainFrame::showBigTime(const QString& time)

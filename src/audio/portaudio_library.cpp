@@ -94,6 +94,16 @@ PaDeviceIndex portaudio_preferred_device(bool output)
 
 void portaudio_stream_lost() { ++g_lostStreams; }
 
+std::vector<double> portaudio_fallback_rates(PaDeviceIndex device, double refused)
+{
+    const PaDeviceInfo* info = Pa_GetDeviceInfo(device);
+    std::vector<double> rates;
+    for (const double rate : {info ? info->defaultSampleRate : 0.0, 48000.0, 44100.0})
+        if (rate > 0 && rate != refused && std::find(rates.begin(), rates.end(), rate) == rates.end())
+            rates.push_back(rate);
+    return rates;
+}
+
 bool portaudio_device_is_jack(PaDeviceIndex device)
 {
     const PaDeviceInfo* info = Pa_GetDeviceInfo(device);
@@ -161,30 +171,46 @@ JackConnections jack_port_connections(const std::string& prefix)
 void restore_jack_port_connections(const std::string& prefix, const JackConnections& connections)
 {
     const JackPeek peek;
+    // The server's physical ports, where the library joins new ports by
+    // itself (maybe not seen in a port's connections yet): sources for our
+    // inputs, destinations for our outputs.
+    auto physical = [&](unsigned long flags) {
+        std::vector<std::string> names;
+        const char** found = jack_get_ports(peek.client, nullptr, JACK_DEFAULT_AUDIO_TYPE, JackPortIsPhysical | flags);
+        for (int i = 0; found && found[i]; ++i)
+            names.emplace_back(found[i]);
+        jack_free(found);
+        return names;
+    };
     const std::vector<std::string> ports = peek.ports(prefix);
+    std::vector<std::string> physicalSources, physicalDestinations;
+    if (!ports.empty()) {
+        physicalSources = physical(JackPortIsOutput);
+        physicalDestinations = physical(JackPortIsInput);
+    }
     for (std::size_t index = 0; index < ports.size(); ++index) {
         const std::string& port = ports[index];
         const int channel = static_cast<int>(index);
         jack_port_t* p = jack_port_by_name(peek.client, port.c_str());
-        const bool input = p && (jack_port_flags(p) & JackPortIsInput);
-        // Those the library made by itself (to the server's physical ports,
-        // maybe not seen here yet) that the user did not have.
-        std::vector<std::string> others;
-        const char** peers = p ? jack_port_get_all_connections(peek.client, p) : nullptr;
+        if (!p)
+            continue;
+        const bool input = (jack_port_flags(p) & JackPortIsInput) != 0;
+        // JACK joins a source to a destination: which end ours is.
+        const auto source = [&](const std::string& other) { return input ? other : port; };
+        const auto destination = [&](const std::string& other) { return input ? port : other; };
+        // What the port is joined to, and what the library may have joined it
+        // to: all that the user did not have goes.
+        std::vector<std::string> others = input ? physicalSources : physicalDestinations;
+        const char** peers = jack_port_get_all_connections(peek.client, p);
         for (int i = 0; peers && peers[i]; ++i)
             others.emplace_back(peers[i]);
         jack_free(peers);
-        const char** physical = jack_get_ports(peek.client, nullptr, JACK_DEFAULT_AUDIO_TYPE,
-                                               JackPortIsPhysical | (input ? JackPortIsOutput : JackPortIsInput));
-        for (int i = 0; physical && physical[i]; ++i)
-            others.emplace_back(physical[i]);
-        jack_free(physical);
         for (const std::string& other : others)
             if (std::find(connections.begin(), connections.end(), std::make_pair(channel, other)) == connections.end())
-                jack_disconnect(peek.client, input ? other.c_str() : port.c_str(), input ? port.c_str() : other.c_str());
+                jack_disconnect(peek.client, source(other).c_str(), destination(other).c_str());
         for (const auto& [ours, other] : connections)
             if (ours == channel && !jack_port_connected_to(p, other.c_str()))
-                jack_connect(peek.client, input ? other.c_str() : port.c_str(), input ? port.c_str() : other.c_str());
+                jack_connect(peek.client, source(other).c_str(), destination(other).c_str());
     }
 }
 

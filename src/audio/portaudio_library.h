@@ -23,6 +23,9 @@ void portaudio_stream_lost();
 // Closes the output stream kept open between playbacks (before the library
 // goes).
 void portaudio_close_output_stream();
+// The rates to try, in order, for a stream the device refused at `refused`
+// Hz: the device's own rate, then 48 and 44.1 kHz (never `refused`).
+std::vector<double> portaudio_fallback_rates(PaDeviceIndex device, double refused);
 // Whether the device is on JACK.
 bool portaudio_device_is_jack(PaDeviceIndex device);
 

@@ -47,18 +47,17 @@ public:
         m_bits = format.bits;
         m_channels = format.channels;
         if (!openStream(format, format.rate)) {
-            // The device cannot run the document's rate: its own, converted.
-            const PaDeviceInfo* info = Pa_GetDeviceInfo(m_device);
-            bool opened = false;
-            for (const double rate : {info ? info->defaultSampleRate : 0.0, 48000.0, 44100.0})
-                if (!opened && rate > 0 && rate != format.rate && openStream(format, rate))
-                    opened = m_resampler.open(rate, format.rate, format.channels);
-            if (!opened) {
-                if (m_stream)
-                    Pa_CloseStream(m_stream);
+            // The device cannot run the document's rate: one it can, converted.
+            for (const double rate : portaudio_fallback_rates(m_device, format.rate)) {
+                if (!openStream(format, rate))
+                    continue;
+                if (m_resampler.open(rate, format.rate, format.channels))
+                    break;
+                Pa_CloseStream(m_stream);
                 m_stream = nullptr;
-                return false;
             }
+            if (!m_stream)
+                return false;
         }
         g_overruns = 0;
         g_dropped = 0;

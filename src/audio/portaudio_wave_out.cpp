@@ -139,14 +139,11 @@ SharedOutput* sharedOutput(PaDeviceIndex device, std::uint32_t rate)
         closeSharedOutput();
     if (g_output)
         return g_output;
-    const PaDeviceInfo* info = Pa_GetDeviceInfo(device);
-    if (!info)
-        return nullptr;
     if (openSharedOutput(device, rate))
         return g_output;
-    // The device cannot run the document's rate: its own rate, converted to.
-    for (const double fallback : {info->defaultSampleRate, 48000.0, 44100.0})
-        if (fallback > 0 && fallback != rate && openSharedOutput(device, fallback))
+    // The device cannot run the document's rate: one it can, converted to.
+    for (const double fallback : portaudio_fallback_rates(device, rate))
+        if (openSharedOutput(device, fallback))
             return g_output;
     return nullptr;
 }
@@ -160,13 +157,14 @@ void scheduleIdleClose()
         g_idleTimer = new QTimer(QCoreApplication::instance());
         g_idleTimer->setSingleShot(true);
         QObject::connect(g_idleTimer, &QTimer::timeout, [] {
-            if (g_output && !g_output->jack) {
+            if (!g_output || g_output->jack)
+                return;
+            {
                 std::lock_guard<std::mutex> guard(g_output->lock);
                 if (g_output->session)
                     return;
             }
-            if (g_output && !g_output->jack)
-                closeSharedOutput();
+            closeSharedOutput();
         });
     }
     g_idleTimer->start(kIdleCloseMs);
@@ -225,7 +223,6 @@ public:
         SharedOutput* output = sharedOutput(m_device, format.rate);
         if (!output)
             return false;
-        m_bits = format.bits;
         m_channels = std::clamp(format.channels, 1, 2);
         m_sampleBytes = std::max(1, format.bits / 8);
         m_frameBytes = static_cast<std::size_t>(m_channels * m_sampleBytes);
@@ -607,7 +604,6 @@ private:
     // The document's format.
     std::size_t m_frameBytes = 4;
     int m_sampleBytes = 2;
-    int m_bits = 16;
     int m_channels = 2;
     std::uint32_t m_rate = 44100;
     float m_gain[2] = {1.0f, 1.0f};
