@@ -251,6 +251,7 @@ void CMainFrame::buildMenus()
     addCommand(view, 1899, tr("Zoom &Out"), QKeySequence(QStringLiteral("Ctrl+-")));
     addCommand(view, 87, QString());
     addCommand(view, 88, QString());
+    addCommand(view, ChildFrameWindow::kCommandFitToWindow, tr("&Fit to window"), QKeySequence(QStringLiteral("Ctrl+F")));
     view->addSeparator();
     addCommand(view, 11800, QString());
     addCommand(view, 11801, QString());
@@ -789,7 +790,8 @@ void CMainFrame::updateCommandStates()
     ChildFrameWindow* doc = activeDocument();
     const bool hasDocument = doc != nullptr;
     const bool hasHighlight = doc && doc->frame().bHighlight;
-    for (int id : {1898, 1899, 87, 88, 11800, 11801, 1020, 1813, kCommandClose, kCommandSave, kCommandSaveAs})
+    for (int id : {1898, 1899, 87, 88, ChildFrameWindow::kCommandFitToWindow, 11800, 11801, 1020, 1813, kCommandClose,
+                   kCommandSave, kCommandSaveAs})
         if (QAction* a = action(id))
             a->setEnabled(hasDocument);
     for (int id : {11906, 11900, 11901, 11902, 11903, 11904, 11905, kCommandSaveSelection, kCommandNewFromSelection})

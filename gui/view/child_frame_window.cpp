@@ -94,6 +94,7 @@ ChildFrameWindow::ChildFrameWindow(std::unique_ptr<CChildFrame> frame, QWidget* 
     setMinimumSize(160, nRulerHeight + nControlRowHeight + 40);
     m_frame->bColorDisplay = preferences().colorDisplay;
     m_frame->bToolTips = preferences().toolTips;
+    m_fitted = !preferences().zoomedInitialDisplay;
 
     // The play bar: Play, Pause, Stop, Loop, a separator, Zoom In, Zoom Out.
     m_playBar->setObjectName(QStringLiteral("PLAYBAR"));
@@ -256,6 +257,13 @@ void ChildFrameWindow::resizeEvent(QResizeEvent*)
     m_frame->nClientWidth = width();
     m_frame->nClientHeight = height();
     m_frame->bSizeChanged = true;
+    const bool stillFitted = m_fitted && m_frame->nFirstSample == 0 &&
+                             (m_fittedLevel == 0 || m_frame->nZoomLevel == m_fittedLevel);
+    if (stillFitted && !transport_state().busy()) {
+        zoom_to_fit(*m_frame);
+        m_fittedLevel = m_frame->nZoomLevel;
+    }
+    m_fitted = stillFitted;
     compute_scroll_range(*m_frame, true);
     update_highlight_pixels(*m_frame);
     layoutControls();
@@ -416,13 +424,21 @@ void ChildFrameWindow::keyPressEvent(QKeyEvent* event)
 void ChildFrameWindow::wheelEvent(QWheelEvent* event)
 {
     if (event->modifiers() & Qt::ControlModifier) {
-        // Ctrl+wheel zooms: a notch a level.
+        // Ctrl+wheel zooms a level a notch, around the pointer: what is
+        // under it stays under it.
         m_wheelAngle += event->angleDelta().y() + event->angleDelta().x();
+        const int x = static_cast<int>(event->position().x());
+        bool zoomed = false;
         while (std::abs(m_wheelAngle) >= 120) {
-            const int command = m_wheelAngle > 0 ? 1898 : 1899;
-            m_wheelAngle -= m_wheelAngle > 0 ? 120 : -120;
-            this->command(command);
+            const bool in = m_wheelAngle > 0;
+            m_wheelAngle -= in ? 120 : -120;
+            if (!transport_state().busy()) {
+                m_frame->nClientWidth = width();
+                zoomed = zoom_at(*m_frame, x, in) || zoomed;
+            }
         }
+        if (zoomed)
+            changed();
         event->accept();
         return;
     }
@@ -477,7 +493,7 @@ void ChildFrameWindow::closeEvent(QCloseEvent* event)
 bool ChildFrameWindow::isViewCommand(int id)
 {
     switch (id) {
-    case 1898: case 1899: case 87: case 88: case 11800: case 11801: case 11906: case 1020:
+    case 1898: case 1899: case 87: case 88: case 11800: case 11801: case 11906: case 1020: case kCommandFitToWindow:
     case 11900: case 11901: case 11902: case 11903: case 11904: case 11905:
         return true;
     default:
@@ -498,6 +514,11 @@ bool ChildFrameWindow::command(int id)
     case 1899: zoom_out(f); break;
     case 87: zoom_maximum(f); break;
     case 88: zoom_minimum(f); break;
+    case kCommandFitToWindow:
+        zoom_to_fit(f);
+        m_fitted = true;
+        m_fittedLevel = f.nZoomLevel;
+        break;
     case 11800: go_to_beginning(f); break;
     case 11801: go_to_end(f); break;
     case 11906: go_to_highlight(f); break;

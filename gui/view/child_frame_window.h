@@ -20,6 +20,9 @@ class QToolBar;
 class ChildFrameWindow : public QWidget {
     Q_OBJECT
 public:
+    // View ▸ Fit to window: the level at which the whole file fills the width.
+    static constexpr int kCommandFitToWindow = 32930;
+
     ChildFrameWindow(std::unique_ptr<CChildFrame> frame, QWidget* parent = nullptr);
     ~ChildFrameWindow() override;
 
@@ -74,6 +77,10 @@ private:
     // Where the left button went down, to tell a click from a drag.
     QPoint m_pressAt;
     int m_wheelPixels = 0;
+    // A window opens fitted to its width and follows its size while the
+    // user has not zoomed or scrolled away from that view.
+    bool m_fitted = false;
+    int m_fittedLevel = 0;
     WaveformRenderer m_renderer;
     QImage m_client;
     QToolBar* m_playBar;

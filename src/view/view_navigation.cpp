@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace {
 
@@ -29,11 +30,20 @@ std::int64_t frame_mask(const CChildFrame& f)
     return bytesPerFrame == 1 ? ~std::int64_t{0} : bytesPerFrame == 2 ? ~std::int64_t{1} : ~std::int64_t{3};
 }
 
-void first_sample_from_scroll(CChildFrame& f)
+// Document units in one scroll position: a tenth of the window at the current
+// level. At the overview (fZoom 1.0) the level's units are the overview's
+// entries, 128 document units each.
+static std::int64_t scroll_unit(const CChildFrame& f)
 {
     std::int64_t tenth = unitsTo(f, 0.1);
     if (f.fZoom == 1.0f)
         tenth *= 128;
+    return tenth;
+}
+
+void first_sample_from_scroll(CChildFrame& f)
+{
+    const std::int64_t tenth = scroll_unit(f);
     const auto first =
         static_cast<std::int64_t>(static_cast<double>(f.nScrollPos) * tenth / f.fScrollScale) & frame_mask(f);
     f.nFirstSample = static_cast<std::uint32_t>(std::max<std::int64_t>(0, first));
@@ -45,14 +55,16 @@ void compute_scroll_range(CChildFrame& f, bool sizeChange)
     const std::int64_t tenth = unitsTo(f, 0.1);
     if (tenth == 0)
         return;
+    // The range counts every tenth of a window to the end of the data, however
+    // long the file: the scroll bar's coarser step (for its 32767 positions)
+    // only divides what the bar shows, so its far right is the end.
     std::int64_t max = std::max<std::int64_t>(0, (static_cast<std::int64_t>(f.nLevelLength[f.nZoomLevel]) - window) / tenth);
+    max = std::min<std::int64_t>(max, std::numeric_limits<int>::max() / 2);
     f.nScrollStep = 1;
-    while (max > 32767) {
-        max /= 2;
+    while (max / f.nScrollStep > 32767)
         f.nScrollStep *= 2;
-    }
     f.nScrollMax = static_cast<int>(max);
-    f.nScrollPos = static_cast<int>(f.nFirstSample / tenth);
+    f.nScrollPos = static_cast<int>(std::min<std::int64_t>(f.nFirstSample / scroll_unit(f), max));
     f.fScrollScale = 1.0f;
 
     if (!sizeChange && showsPastEnd(f) && f.fZoom != 1.0f) {
@@ -72,8 +84,15 @@ void compute_scroll_range(CChildFrame& f, bool sizeChange)
     f.bRecomputeScroll = false;
 }
 
-int scroll_bar_position(const CChildFrame& f) { return f.nScrollPos / std::max(1, f.nScrollStep); }
-int scroll_bar_maximum(const CChildFrame& f) { return f.nScrollMax / std::max(1, f.nScrollStep); }
+int scroll_bar_position(const CChildFrame& f)
+{
+    return f.nScrollPos >= f.nScrollMax ? scroll_bar_maximum(f) : f.nScrollPos / std::max(1, f.nScrollStep);
+}
+int scroll_bar_maximum(const CChildFrame& f)
+{
+    const int step = std::max(1, f.nScrollStep);
+    return (f.nScrollMax + step - 1) / step;
+}
 
 bool scroll(CChildFrame& f, ScrollRequest request, int thumb)
 {
@@ -114,7 +133,9 @@ bool scroll(CChildFrame& f, ScrollRequest request, int thumb)
         break;
     }
     pos = std::clamp(pos, 0, f.nScrollMax);
-    if (f.nScrollStep > 1 && f.nScrollMax - pos < f.nScrollStep)
+    // A thumb within one bar step of the end means the end; lines move on
+    // from there one at a time.
+    if (request == ScrollRequest::Thumb && f.nScrollStep > 1 && f.nScrollMax - pos < f.nScrollStep)
         pos = f.nScrollMax;
     f.nScrollPos = pos;
     first_sample_from_scroll(f);
@@ -162,9 +183,57 @@ bool zoom_maximum(CChildFrame& f)
 
 bool zoom_minimum(CChildFrame& f)
 {
+    // The coarsest level shows the file from its start, wherever the view was.
+    f.nFirstSample = 0;
     f.fZoom = 2.0f;
     f.nZoomLevel = 2;
     return zoom_out(f);
+}
+
+int fitting_zoom_level(const CChildFrame& f)
+{
+    // The file's width at level L is nTotalSamples x 2^(L-1) / (channels x
+    // fMaxZoom) pixels: the finest level at which that still fits the window.
+    const double unitsPerPixelAtMax = static_cast<double>(f.wfx.nChannels);
+    int level = 1;
+    for (int l = 2; l <= f.nMaxZoomLevel; ++l) {
+        const double scale = std::ldexp(1.0, l - 1) / f.fMaxZoom;  // pixels per frame at level l
+        if (static_cast<double>(f.nTotalSamples) / unitsPerPixelAtMax * scale > f.nClientWidth)
+            break;
+        level = l;
+    }
+    return level;
+}
+
+bool zoom_to_fit(CChildFrame& f)
+{
+    if (f.nClientWidth <= 0)
+        return false;
+    f.nZoomLevel = fitting_zoom_level(f);
+    f.fZoom = std::ldexp(1.0f, f.nZoomLevel - 1);
+    f.nFirstSample = 0;
+    compute_scroll_range(f);
+    f.bRedrawAll = true;
+    update_highlight_pixels(f);
+    return true;
+}
+
+bool zoom_at(CChildFrame& f, int x, bool in)
+{
+    // The document unit under the pointer stays under it.
+    const double at = f.pixel_to_sample(static_cast<float>(x));
+    const float before = f.fZoom;
+    if (!(in ? zoom_in(f) : zoom_out(f)))
+        return false;
+    if (f.fZoom == before)
+        return true;
+    const double unitsPerPixel = static_cast<double>(f.wfx.nChannels) * f.fMaxZoom / f.fZoom;
+    const double first = std::clamp(at - x * unitsPerPixel, 0.0, static_cast<double>(f.nTotalSamples));
+    f.nFirstSample = static_cast<std::uint32_t>(static_cast<std::int64_t>(first) & frame_mask(f));
+    compute_scroll_range(f);
+    f.bRedrawAll = true;
+    update_highlight_pixels(f);
+    return true;
 }
 
 void go_to_beginning(CChildFrame& f)
@@ -195,9 +264,7 @@ bool go_to_highlight(CChildFrame& f)
         return false;
     }
     f.nFirstSample = (f.nZoomLevel == 1 && f.fZoom == 1.0f) ? 0 : f.nSelStart - lead;
-    std::int64_t tenth = unitsTo(f, 0.1);
-    if (f.fZoom == 1.0f)
-        tenth *= 128;
+    const std::int64_t tenth = scroll_unit(f);
     if (tenth > 0)
         f.nScrollPos = static_cast<int>(static_cast<double>(f.nFirstSample) * f.fScrollScale / tenth);
     f.bRedrawAll = true;

@@ -31,6 +31,12 @@ bool zoom_in(CChildFrame& frame);
 bool zoom_out(CChildFrame& frame);
 bool zoom_maximum(CChildFrame& frame);
 bool zoom_minimum(CChildFrame& frame);
+// Zoom in or out a level keeping the document position under pixel x where it is.
+bool zoom_at(CChildFrame& frame, int x, bool in);
+// The finest level at which the whole file fits the client width, and
+// Fit to window: that level, from the file's start.
+int fitting_zoom_level(const CChildFrame& frame);
+bool zoom_to_fit(CChildFrame& frame);
 
 // Navigation: go to beginning (11800), end (11801), highlight (11906), select all (1020).
 void go_to_beginning(CChildFrame& frame);

@@ -6,6 +6,8 @@
 
 #include <QAction>
 #include <cmath>
+#include <cstdio>
+#include <unistd.h>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QWheelEvent>
@@ -187,13 +189,24 @@ TEST_F(ChildFrameWindowTest, TheWheelScrollsAndZoomsAndSpacePlays)
     wheel({0, -15}, {-40, 0});
     EXPECT_EQ(f().nFirstSample, line);
 
-    // Ctrl+wheel away zooms in a level, towards the user out again.
+    // Ctrl+wheel away zooms in a level, towards the user out again, around
+    // the pointer (at x 500): the position under it stays under it.
     window->command(88);
+    window->command(1898);
+    window->command(1898);
+    window->command(1898);
+    QTest::keyClick(window.get(), Qt::Key_PageDown);
     const int level = f().nZoomLevel;
+    const double under = f().pixel_to_sample(500.0f);
+    const double unitsPerPixel = 2.0 * f().fMaxZoom / f().fZoom;
     wheel({0, 120}, {}, Qt::ControlModifier);
     EXPECT_EQ(f().nZoomLevel, level + 1);
+    EXPECT_NEAR(f().pixel_to_sample(500.0f), under, 4.0);
+    EXPECT_NEAR(f().sample_to_pixel(static_cast<std::uint32_t>(under)), 500.0, 1.0);
     wheel({0, -120}, {}, Qt::ControlModifier);
     EXPECT_EQ(f().nZoomLevel, level);
+    EXPECT_NEAR(f().pixel_to_sample(500.0f), under, unitsPerPixel);
+    EXPECT_EQ(window->scrollBar()->value(), scroll_bar_position(f()));
 
     QSignalSpy commands(window.get(), &ChildFrameWindow::commandRequested);
     QTest::keyClick(window.get(), Qt::Key_Space);
@@ -253,4 +266,100 @@ TEST_F(ChildFrameWindowTest, ThePlayCursorIsVisibleOverTheHighlight)
     const int outsideX = static_cast<int>(std::floor(f().sample_to_pixel(f().pixel_to_sample(static_cast<float>(outside)))));
     EXPECT_EQ(window->grab().toImage().pixelColor(outsideX, 200), QColor(Qt::red));
     window->setPlayCursor(-1);
+}
+
+// A fresh window shows the whole file across its width and keeps doing so as
+// it is resized, until the user zooms; View > Fit to window brings it back.
+TEST_F(ChildFrameWindowTest, AWindowOpensFittedAndFitToWindowRefits)
+{
+    // 441000 frames: 861 pixels at level 1, 1723 at level 2, 3445 at level 3.
+    EXPECT_EQ(f().nZoomLevel, 1);
+    window->resize(1800, 400);
+    EXPECT_EQ(f().nZoomLevel, 2);
+    window->resize(3500, 400);
+    EXPECT_EQ(f().nZoomLevel, 3);
+    window->resize(1000, 400);
+    EXPECT_EQ(f().nZoomLevel, 1);
+    window->command(1898);
+    window->resize(1800, 400);
+    EXPECT_EQ(f().nZoomLevel, 2) << "zoomed by hand";
+    window->resize(3500, 400);
+    EXPECT_EQ(f().nZoomLevel, 2) << "a zoom by hand stays";
+    window->command(87);
+    QTest::keyClick(window.get(), Qt::Key_End);
+    window->command(ChildFrameWindow::kCommandFitToWindow);
+    EXPECT_EQ(f().nZoomLevel, 3);
+    EXPECT_EQ(f().nFirstSample, 0u);
+    window->repaint();
+    // The data runs to within the last tenth of the window; bricks after it.
+    const int end = static_cast<int>(f().sample_to_pixel(f().nTotalSamples));
+    EXPECT_GT(end, 3500 / 2);
+    EXPECT_LE(end, 3500);
+
+    // Opened fresh in a wide window, a document fills it.
+    auto frame = openTone(1, 16, 44100, 441000);
+    ASSERT_TRUE(frame);
+    ChildFrameWindow wide(std::move(frame));
+    wide.resize(1800, 300);
+    wide.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&wide));
+    // Mono: 441000 frames at 512 frames a pixel at level 1, 1723 pixels at level 2.
+    EXPECT_EQ(wide.frame().fMaxZoom, 512.0f);
+    EXPECT_EQ(wide.frame().nZoomLevel, 2);
+}
+
+// A two-hour document: at every level, Go to end, the End key and the scroll
+// bar's far right show its last sample.
+TEST_F(GuiTest, TheEndOfATwoHourDocumentIsReachableAtEveryLevel)
+{
+    // 8 kHz mono 8-bit: 57600000 frames of silence, written sparse.
+    const std::uint32_t frames = 7200u * 8000u;
+    WavBuilder::Bytes header = WavBuilder::pcm(1, 8000, 8, {});
+    writeFile(path("long.wav"), header);
+    {
+        const std::string name = path("long.wav");
+        FILE* file = std::fopen(name.c_str(), "r+b");
+        ASSERT_NE(file, nullptr);
+        const auto put32 = [&](long at, std::uint32_t v) {
+            std::fseek(file, at, SEEK_SET);
+            for (int i = 0; i < 4; ++i)
+                std::fputc(static_cast<int>((v >> (8 * i)) & 0xFF), file);
+        };
+        put32(4, static_cast<std::uint32_t>(header.size()) - 8 + frames);
+        put32(static_cast<long>(header.size()) - 4, frames);
+        std::fclose(file);
+        ASSERT_EQ(truncate(name.c_str(), static_cast<off_t>(header.size() + frames)), 0);
+    }
+    auto frame = open_document_file(path("long.wav"));
+    ASSERT_TRUE(frame);
+    ASSERT_EQ(frame->nTotalSamples, frames);
+    ChildFrameWindow window(std::move(frame));
+    window.resize(1000, 300);
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    CChildFrame& f = window.frame();
+    ASSERT_GE(f.nMaxZoomLevel, 17);
+    auto span = [&] { return window.width() * f.fMaxZoom / f.fZoom; };  // mono: a unit is a frame
+    auto showsTheEnd = [&](const char* how) {
+        EXPECT_LT(f.nFirstSample, frames) << how;
+        EXPECT_GE(f.nFirstSample + span(), frames) << how;
+    };
+    window.command(88);
+    for (int level = 1; level <= f.nMaxZoomLevel; ++level) {
+        SCOPED_TRACE(level);
+        ASSERT_EQ(f.nZoomLevel, level);
+        window.command(11801);
+        showsTheEnd("Go to end");
+        QTest::keyClick(&window, Qt::Key_Home);
+        EXPECT_EQ(f.nFirstSample, 0u);
+        QTest::keyClick(&window, Qt::Key_End);
+        showsTheEnd("End");
+        QTest::keyClick(&window, Qt::Key_Home);
+        QScrollBar* bar = window.scrollBar();
+        bar->setSliderPosition(bar->maximum());
+        QCoreApplication::processEvents();
+        showsTheEnd("the scroll bar at the far right");
+        EXPECT_EQ(bar->value(), bar->maximum());
+        window.command(1898);
+    }
 }

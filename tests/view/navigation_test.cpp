@@ -176,6 +176,63 @@ TEST_F(NavigationTest, ZoomCommandsStopAtTheEnds)
     EXPECT_EQ(f->fZoom, 512.0f);
 }
 
+TEST_F(NavigationTest, MinimumZoomAndFitToWindowShowTheFileFromItsStart)
+{
+    atLevel(8);
+    go_to_end(*f);
+    ASSERT_GT(f->nFirstSample, 0u);
+    EXPECT_TRUE(zoom_minimum(*f));
+    EXPECT_EQ(f->nZoomLevel, 1);
+    EXPECT_EQ(f->nFirstSample, 0u);
+
+    // The file is 441000 frames; at level L a pixel is 512 / 2^(L-1) frames.
+    auto widthAt = [](int level) { return 441000.0 * std::ldexp(1.0, level - 1) / 512.0; };
+    for (const int client : {500, 1000, 1800, 3500, 20000}) {
+        SCOPED_TRACE(client);
+        atLevel(9);
+        go_to_end(*f);
+        f->nClientWidth = client;
+        EXPECT_TRUE(zoom_to_fit(*f));
+        EXPECT_EQ(f->nFirstSample, 0u);
+        EXPECT_EQ(f->fZoom, std::ldexp(1.0f, f->nZoomLevel - 1));
+        if (f->nZoomLevel > 1) {
+            EXPECT_LE(widthAt(f->nZoomLevel), client);
+        }
+        if (f->nZoomLevel < f->nMaxZoomLevel) {
+            EXPECT_GT(widthAt(f->nZoomLevel + 1), client);
+        }
+    }
+    f->nClientWidth = 1800;
+    zoom_to_fit(*f);
+    EXPECT_EQ(f->nZoomLevel, 2);  // 1723 pixels of data in 1800
+    EXPECT_EQ(f->nScrollPos, 0);
+}
+
+TEST_F(NavigationTest, ZoomingAtThePointerKeepsThePositionUnderIt)
+{
+    atLevel(5);  // 64 units a pixel (two channels, 512 / 16 frames)
+    f->nFirstSample = 100000;
+    compute_scroll_range(*f);
+    const std::uint32_t under = f->pixel_to_sample(300.0f);
+    ASSERT_EQ(under, 100000u + 300u * 64u);
+    EXPECT_TRUE(zoom_at(*f, 300, true));
+    EXPECT_EQ(f->nZoomLevel, 6);
+    EXPECT_NEAR(static_cast<double>(f->pixel_to_sample(300.0f)), under, 4.0);
+    EXPECT_TRUE(zoom_at(*f, 300, false));
+    EXPECT_TRUE(zoom_at(*f, 300, false));
+    EXPECT_EQ(f->nZoomLevel, 4);
+    EXPECT_NEAR(static_cast<double>(f->pixel_to_sample(300.0f)), under, 4.0);
+    // Near the start the view cannot go before the first sample.
+    atLevel(8);
+    f->nFirstSample = 800;
+    compute_scroll_range(*f);
+    EXPECT_TRUE(zoom_at(*f, 900, false));
+    EXPECT_EQ(f->nFirstSample, 0u);
+    // At the coarsest level there is nothing to zoom out to.
+    atLevel(1);
+    EXPECT_FALSE(zoom_at(*f, 10, false));
+}
+
 TEST_F(NavigationTest, ScrollingFollowsTheRangeArithmetic)
 {
     atLevel(10);
@@ -259,7 +316,7 @@ TEST_F(NavigationTest, NudgesMoveOneEdgeByFiftyOrFiveMilliseconds)
     EXPECT_FALSE(nudge(*f, 11903));
 }
 
-TEST_F(DocumentTest, LongDocumentsGetCoarserScrollSteps)
+TEST_F(DocumentTest, LongDocumentsGetCoarserScrollBarSteps)
 {
     // 8 kHz mono 8-bit for 1000 s: 8000000 units, fMaxZoom 8192.
     auto f = openTone(1, 8, 8000, 8000000);
@@ -267,12 +324,75 @@ TEST_F(DocumentTest, LongDocumentsGetCoarserScrollSteps)
     f->nZoomLevel = f->nMaxZoomLevel;
     f->fZoom = f->fMaxZoom;
     compute_scroll_range(*f);
-    // (8000000 - 900) / 100 = 79991, halved twice to fit 32767.
+    // (8000000 - 900) / 100 = 79991 tenths of the window; the bar counts
+    // them four at a time to stay within 32767 positions.
+    EXPECT_EQ(f->nScrollMax, 79991);
     EXPECT_EQ(f->nScrollStep, 4);
-    EXPECT_EQ(f->nScrollMax, 19997);
-    EXPECT_EQ(scroll_bar_maximum(*f), 4999);
-    scroll(*f, ScrollRequest::Thumb, 4998);
-    EXPECT_EQ(f->nScrollPos, 19992);
-    scroll(*f, ScrollRequest::Thumb, 4999);  // within one step of the end: snaps to it
-    EXPECT_EQ(f->nScrollPos, 19997);
+    EXPECT_EQ(scroll_bar_maximum(*f), 19998);
+    scroll(*f, ScrollRequest::Thumb, 19996);
+    EXPECT_EQ(f->nScrollPos, 79984);
+    EXPECT_EQ(f->nFirstSample, 7998400u);
+    scroll(*f, ScrollRequest::Thumb, 19998);  // the bar's far right is the end
+    EXPECT_EQ(f->nScrollPos, 79991);
+    EXPECT_EQ(f->nFirstSample, 7999100u);  // the last 900 units and a tenth of bricks
+}
+
+// A two-hour 44.1 kHz stereo document, laid out as opening it would: every
+// level, the Go to end command and the scroll bar's far right show the last
+// sample, and the scroll bar never needs more than 32767 positions.
+TEST(LongDocumentNavigation, TheEndIsReachableAtEveryLevelOfATwoHourFile)
+{
+    for (const int channels : {2, 1}) {
+        CChildFrame f;
+        f.wfx.nChannels = static_cast<std::uint16_t>(channels);
+        f.wfx.nSamplesPerSec = 44100;
+        f.wfx.wBitsPerSample = 16;
+        f.nTotalSamples = 7200u * 44100u * static_cast<std::uint32_t>(channels);
+        compute_display_levels(f, 1920);
+        ASSERT_GE(f.nMaxZoomLevel, 18);
+        for (int l = 1; l < f.nMaxZoomLevel; ++l)
+            f.nLevelLength[l] = f.nTotalSamples;
+        f.nLevelLength[1] = f.nTotalSamples / 128;  // the overview: 2 values per 256 frames and channel
+        f.nClientWidth = 1000;
+        f.nClientHeight = 400;
+
+        for (int level = 1; level <= f.nMaxZoomLevel; ++level) {
+            SCOPED_TRACE(testing::Message() << channels << " channels, level " << level);
+            f.nZoomLevel = level;
+            f.fZoom = std::ldexp(1.0f, level - 1);
+            f.nFirstSample = 0;
+            compute_scroll_range(f);
+            // Units across the window at this level: one frame a pixel at the finest.
+            const double span = 1000.0 * channels * std::ldexp(1.0, f.nMaxZoomLevel - level);
+            const double total = f.nTotalSamples;
+            auto showsTheEnd = [&] {
+                EXPECT_LE(f.nFirstSample, total - 1) << "the window shows only bricks";
+                EXPECT_GE(f.nFirstSample + span, total) << "the end is right of the window";
+            };
+            EXPECT_LE(scroll_bar_maximum(f), 32767);
+
+            go_to_end(f);
+            showsTheEnd();
+            go_to_beginning(f);
+            EXPECT_EQ(f.nFirstSample, 0u);
+
+            scroll(f, ScrollRequest::Thumb, scroll_bar_maximum(f));
+            showsTheEnd();
+            EXPECT_EQ(scroll_bar_position(f), scroll_bar_maximum(f));
+
+            // Line by line from the far right back: each step moves less than a window.
+            const std::uint32_t before = f.nFirstSample;
+            scroll(f, ScrollRequest::LineLeft);
+            if (span < total) {
+                EXPECT_LT(f.nFirstSample, before);
+                EXPECT_LE(before - f.nFirstSample, span);
+            }
+            // A second before the end is inside the window after Go to end.
+            go_to_end(f);
+            const double second = total - 44100.0 * channels;
+            if (span >= 44100.0 * channels) {
+                EXPECT_LE(f.nFirstSample, second);
+            }
+        }
+    }
 }

@@ -72,6 +72,45 @@ TEST_F(RendererTest, BandsGridCentreLinesAndTheBrickPastTheEnd)
     EXPECT_EQ(r.waveformImage().pixel(3, height - 2) & 0xFFFFFF, 0u);
 }
 
+TEST_F(RendererTest, AtEveryLevelTheEndOfTheDataIsInViewAndTheBricksStartRightAfterIt)
+{
+    // Two minutes of 44.1 kHz mono: 5292000 units, 13 levels, too many tenths
+    // of a window at the finest levels for a 32767-position scroll bar.
+    auto f = openTone(1, 16, 44100, 120 * 44100, 1000, 400);
+    ASSERT_TRUE(f);
+    ASSERT_EQ(f->nMaxZoomLevel, 13);
+    WaveformRenderer r(1920);
+    const QRgb trace = qRgb(0, 0, 128) & 0xFFFFFF;
+    const QRgb brick = qRgb(160, 64, 48) & 0xFFFFFF;
+    for (int level = 1; level <= f->nMaxZoomLevel; ++level) {
+        SCOPED_TRACE(level);
+        f->nZoomLevel = level;
+        f->fZoom = std::ldexp(1.0f, level - 1);
+        f->nFirstSample = 0;
+        compute_scroll_range(*f);
+        go_to_end(*f);
+        f->bRedrawAll = true;
+        const QImage image = paint(*f, r);
+        int lastTrace = -1;
+        int firstBrick = -1;
+        for (int x = 0; x < image.width(); ++x) {
+            bool traced = false;
+            bool bricked = false;
+            for (int y = 46 + 3; y < 46 + 300; ++y) {
+                traced = traced || at(image, x, y) == trace;
+                bricked = bricked || at(image, x, y) == brick;
+            }
+            if (traced)
+                lastTrace = x;
+            if (bricked && firstBrick < 0)
+                firstBrick = x;
+        }
+        ASSERT_GE(firstBrick, 0) << "the end of the data is not in view";
+        EXPECT_EQ(lastTrace + 1, firstBrick);
+        EXPECT_GE(firstBrick, 500) << "Go to end shows mostly bricks";
+    }
+}
+
 TEST_F(RendererTest, TheTraceReachesTheLevelOfTheSignalInEachChannel)
 {
     auto f = openTone(2, 16, 44100, 441000);
