@@ -3,8 +3,14 @@
 #include "app/app_paths.h"
 #include "app/preferences.h"
 
+#include "app/ini_file.h"
+
 #include <QSettings>
 #include <QString>
+#include <QStringList>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
 
 namespace {
 
@@ -42,59 +48,133 @@ constexpr const char* kColourKeys[kDisplayColourCount] = {
     "Data color", "Bkgnd color", "Grid color", "Wavecrest color", "Marker color", "Marker text",
 };
 
-QString key(const char* section, const char* name)
+std::string barSection(int bar) { return "General-Bar" + std::to_string(bar); }
+
+// A value as text: one pair of enclosing double quotes is taken off, so that
+// a comma list written with quotes (as some editors and older versions do)
+// and one written without both read the same.
+std::string readText(const IniFile& profile, const std::string& section, const std::string& name)
 {
-    return QString::fromUtf8(section) + '/' + QString::fromUtf8(name);
+    std::string text = profile.value(section, name).value_or(std::string());
+    if (text.size() >= 2 && text.front() == '"' && text.back() == '"')
+        text = text.substr(1, text.size() - 2);
+    return text;
 }
 
-QString barSection(int bar) { return QStringLiteral("General-Bar%1").arg(bar); }
-
-int readInt(QSettings& profile, const QString& k, int fallback)
+int readInt(const IniFile& profile, const std::string& section, const std::string& name, int fallback)
 {
-    bool ok = false;
-    const int value = profile.value(k, fallback).toInt(&ok);
-    return ok ? value : fallback;
+    const std::string text = readText(profile, section, name);
+    if (text.empty())
+        return fallback;
+    char* end = nullptr;
+    errno = 0;
+    const long value = std::strtol(text.c_str(), &end, 10);
+    if (errno != 0 || end == text.c_str() || *end != '\0' || value < INT_MIN || value > INT_MAX)
+        return fallback;
+    return static_cast<int>(value);
 }
 
-std::string readText(QSettings& profile, const char* section, const char* name)
+void writeInt(IniFile& profile, const std::string& section, const std::string& name, int value)
 {
-    return profile.value(key(section, name), QString()).toString().toStdString();
+    profile.set(section, name, std::to_string(value));
+}
+
+// A name as Qt's settings class wrote it: "%General" for the section
+// "General", "%20" for a space and so on.
+bool writtenByQtSettings(const IniFile& profile)
+{
+    for (const std::string& section : profile.sectionNames()) {
+        if (section.find('%') != std::string::npos)
+            return true;
+        for (const std::string& key : profile.keyNames(section))
+            if (key.find('%') != std::string::npos)
+                return true;
+    }
+    return false;
+}
+
+// Reads a profile in Qt's settings encoding into plain sections and keys.
+IniFile convertedFromQtSettings(const std::string& path)
+{
+    QSettings old(QString::fromStdString(path), QSettings::IniFormat);
+    IniFile profile;
+    auto copyGroup = [&](const QString& section) {
+        for (const QString& key : old.childKeys()) {
+            const QVariant value = old.value(key);
+            const QString text = value.typeId() == QMetaType::QStringList ? value.toStringList().join(',')
+                                                                          : value.toString();
+            profile.set(section.toStdString(), key.toStdString(), text.toStdString());
+        }
+    };
+    copyGroup(QStringLiteral("General"));  // keys outside any group
+    for (const QString& group : old.childGroups()) {
+        old.beginGroup(group);
+        copyGroup(group);
+        old.endGroup();
+    }
+    return profile;
 }
 
 }  // namespace
 
-std::unique_ptr<QSettings> open_profile()
+std::string profile_path()
 {
-    return std::make_unique<QSettings>(QSettings::IniFormat, QSettings::UserScope,
-                                       QStringLiteral("Ondrava"), QStringLiteral("Ondrava"));
+    const char* config = std::getenv("XDG_CONFIG_HOME");
+    std::string base;
+    if (config && *config == '/')
+        base = config;
+    else if (const char* home = std::getenv("HOME"); home && *home)
+        base = std::string(home) + "/.config";
+    else
+        base = ".config";
+    return base + "/Ondrava/Ondrava.ini";
 }
 
-bool yes_no_setting(QSettings& profile, const char* section, const char* name, bool defaultOn)
+IniFile load_profile()
 {
-    const QString text =
-        profile.value(key(section, name), QString::fromLatin1(defaultOn ? "yes" : "no")).toString();
-    return text == QLatin1String("yes");
+    const std::string path = profile_path();
+    IniFile profile;
+    if (!profile.load(path))
+        return profile;
+    if (writtenByQtSettings(profile)) {
+        profile = convertedFromQtSettings(path);
+        save_profile(profile);
+    }
+    return profile;
 }
 
-void write_yes_no(QSettings& profile, const char* section, const char* name, bool on)
+bool save_profile(const IniFile& profile)
 {
-    profile.setValue(key(section, name), QString::fromLatin1(on ? "yes" : "no"));
+    const std::string path = profile_path();
+    make_directories(path.substr(0, path.rfind('/')));
+    return profile.save(path);
 }
 
-void read_preferences(QSettings& profile, Preferences& prefs)
+bool yes_no_setting(const IniFile& profile, const char* section, const char* name, bool defaultOn)
+{
+    const auto text = profile.value(section, name);
+    return text ? *text == "yes" : defaultOn;
+}
+
+void write_yes_no(IniFile& profile, const char* section, const char* name, bool on)
+{
+    profile.set(section, name, on ? "yes" : "no");
+}
+
+void read_preferences(IniFile& profile, Preferences& prefs)
 {
     for (const YesNoKey& k : kYesNoKeys)
         prefs.*k.field = yes_no_setting(profile, "Preferences", k.key, k.defaultOn);
-    prefs.timeFormat = readInt(profile, key("Preferences", "Time format"), kTimeFormatSeconds);
+    prefs.timeFormat = readInt(profile, "Preferences", "Time format", kTimeFormatSeconds);
     prefs.markerNameOnTheFly = yes_no_setting(profile, "Preferences", "Marker name on the fly", false);
     prefs.compensateTimeCodeDelay = yes_no_setting(profile, "Preferences", "Compensate time code delay", false);
     for (int bar = 0; bar < kControlBarCount; ++bar) {
-        prefs.barVisible[bar] = readInt(profile, barSection(bar) + "/Visible", 100) != 0;
-        prefs.barDocking[bar] = readInt(profile, barSection(bar) + "/Docking", 0);
-        prefs.barFloating[bar] = readInt(profile, barSection(bar) + "/Floating", 0) != 0;
+        prefs.barVisible[bar] = readInt(profile, barSection(bar), "Visible", 100) != 0;
+        prefs.barDocking[bar] = readInt(profile, barSection(bar), "Docking", 0);
+        prefs.barFloating[bar] = readInt(profile, barSection(bar), "Floating", 0) != 0;
     }
     for (const DeviceKey& k : kDeviceKeys)
-        prefs.*k.field = readInt(profile, key("Preferences", k.key), 0);
+        prefs.*k.field = readInt(profile, "Preferences", k.key, 0);
     prefs.waveInputDeviceName = readText(profile, "Preferences", "Wave input device");
     prefs.waveOutputDeviceName = readText(profile, "Preferences", "Wave output device");
     prefs.openFolder = readText(profile, "Preferences", "Open folder");
@@ -102,16 +182,15 @@ void read_preferences(QSettings& profile, Preferences& prefs)
     prefs.lastUsedDirectory = readText(profile, "Data directory", "Last used directory");
     if (prefs.lastUsedDirectory.empty()) {
         prefs.lastUsedDirectory = default_data_directory();
-        profile.setValue(key("Data directory", "Last used directory"),
-                         QString::fromStdString(prefs.lastUsedDirectory));
+        profile.set("Data directory", "Last used directory", prefs.lastUsedDirectory);
     }
     set_data_directory(prefs.lastUsedDirectory);
 
     prefs.preferredBrowser = readText(profile, "Internet browser", "Preferred browser");
     prefs.browserChosen = !prefs.preferredBrowser.empty();
 
-    prefs.colorDisplay = readInt(profile, key("General", "Color"), 1) != 0;
-    prefs.toolTips = readInt(profile, key("General", "ToolTips"), 1) != 0;
+    prefs.colorDisplay = readInt(profile, "General", "Color", 1) != 0;
+    prefs.toolTips = readInt(profile, "General", "ToolTips", 1) != 0;
 
     const auto defaults = Preferences::defaultColours();
     for (int c = 0; c < kDisplayColourCount; ++c) {
@@ -123,58 +202,55 @@ void read_preferences(QSettings& profile, Preferences& prefs)
     prefs.windowPos = readText(profile, "Settings", "WindowPos");
     prefs.recentFiles.clear();
     for (int i = 1; i <= kRecentFileCount; ++i) {
-        const std::string name =
-            profile.value(QStringLiteral("Recent File List/File%1").arg(i)).toString().toStdString();
+        const std::string name = readText(profile, "Recent File List", "File" + std::to_string(i));
         if (name.empty())
             break;
         prefs.recentFiles.push_back(name);
     }
 }
 
-void write_preferences(QSettings& profile, const Preferences& prefs)
+void write_preferences(IniFile& profile, const Preferences& prefs)
 {
     for (const YesNoKey& k : kYesNoKeys)
         write_yes_no(profile, "Preferences", k.key, prefs.*k.field);
-    profile.setValue(key("Preferences", "Time format"), prefs.timeFormat);
+    writeInt(profile, "Preferences", "Time format", prefs.timeFormat);
     write_yes_no(profile, "Preferences", "Marker name on the fly", prefs.markerNameOnTheFly);
     write_yes_no(profile, "Preferences", "Compensate time code delay", prefs.compensateTimeCodeDelay);
     for (int bar = 0; bar < kControlBarCount; ++bar) {
-        profile.setValue(barSection(bar) + "/Visible", prefs.barVisible[bar] ? 100 : 0);
-        profile.setValue(barSection(bar) + "/Docking", prefs.barDocking[bar]);
-        profile.setValue(barSection(bar) + "/Floating", prefs.barFloating[bar] ? 1 : 0);
+        writeInt(profile, barSection(bar), "Visible", prefs.barVisible[bar] ? 100 : 0);
+        writeInt(profile, barSection(bar), "Docking", prefs.barDocking[bar]);
+        writeInt(profile, barSection(bar), "Floating", prefs.barFloating[bar] ? 1 : 0);
     }
     for (const DeviceKey& k : kDeviceKeys)
-        profile.setValue(key("Preferences", k.key), prefs.*k.field);
-    profile.setValue(key("Preferences", "Wave input device"), QString::fromStdString(prefs.waveInputDeviceName));
-    profile.setValue(key("Preferences", "Wave output device"), QString::fromStdString(prefs.waveOutputDeviceName));
-    profile.setValue(key("Preferences", "Open folder"), QString::fromStdString(prefs.openFolder));
-    profile.setValue(key("Data directory", "Last used directory"),
-                     QString::fromStdString(prefs.lastUsedDirectory));
-    profile.setValue(key("Internet browser", "Preferred browser"),
-                     QString::fromStdString(prefs.browserChosen ? prefs.preferredBrowser : ""));
-    profile.setValue(key("General", "Color"), prefs.colorDisplay ? 1 : 0);
-    profile.setValue(key("General", "ToolTips"), prefs.toolTips ? 1 : 0);
+        writeInt(profile, "Preferences", k.key, prefs.*k.field);
+    profile.set("Preferences", "Wave input device", prefs.waveInputDeviceName);
+    profile.set("Preferences", "Wave output device", prefs.waveOutputDeviceName);
+    profile.set("Preferences", "Open folder", prefs.openFolder);
+    profile.set("Data directory", "Last used directory", prefs.lastUsedDirectory);
+    profile.set("Internet browser", "Preferred browser", prefs.browserChosen ? prefs.preferredBrowser : "");
+    writeInt(profile, "General", "Color", prefs.colorDisplay ? 1 : 0);
+    writeInt(profile, "General", "ToolTips", prefs.toolTips ? 1 : 0);
     for (int c = 0; c < kDisplayColourCount; ++c)
-        profile.setValue(key("Colors", kColourKeys[c]),
-                         QString::fromStdString(colour_name(prefs.colours[c])));
+        profile.set("Colors", kColourKeys[c], colour_name(prefs.colours[c]));
     if (!prefs.windowPos.empty())
-        profile.setValue(key("Settings", "WindowPos"), QString::fromStdString(prefs.windowPos));
-    profile.remove(QStringLiteral("Recent File List"));
+        profile.set("Settings", "WindowPos", prefs.windowPos);
+    profile.removeSection("Recent File List");
     for (size_t i = 0; i < prefs.recentFiles.size() && i < kRecentFileCount; ++i)
-        profile.setValue(QStringLiteral("Recent File List/File%1").arg(i + 1),
-                         QString::fromStdString(prefs.recentFiles[i]));
-    profile.sync();
+        profile.set("Recent File List", "File" + std::to_string(i + 1), prefs.recentFiles[i]);
 }
 
 void read_preferences()
 {
-    auto profile = open_profile();
-    read_preferences(*profile, preferences());
-    profile->sync();
+    IniFile profile = load_profile();
+    const bool hadDataDirectory = !readText(profile, "Data directory", "Last used directory").empty();
+    read_preferences(profile, preferences());
+    if (!hadDataDirectory)
+        save_profile(profile);
 }
 
 void write_preferences()
 {
-    auto profile = open_profile();
-    write_preferences(*profile, preferences());
+    IniFile profile = load_profile();
+    write_preferences(profile, preferences());
+    save_profile(profile);
 }

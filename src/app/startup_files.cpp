@@ -1,8 +1,8 @@
 #include "app/startup_files.h"
 
 #include "app/app_paths.h"
+#include "app/ini_file.h"
 
-#include <QSettings>
 #include <QString>
 #include <algorithm>
 #include <cstdio>
@@ -48,14 +48,14 @@ bool write_tutorial_handles(const std::string& userDir, unsigned long long mainW
                             unsigned long long transportRecord, unsigned long long transportPlay)
 {
     make_directories(userDir);
-    QSettings ini(QString::fromStdString(join_path(userDir, "HVNTUTOR.INI")), QSettings::IniFormat);
-    ini.beginGroup(QStringLiteral("Tutorials"));
-    ini.setValue(QStringLiteral("MainWindow"), QString::number(mainWindow));
-    ini.setValue(QStringLiteral("TransportRecord"), QString::number(transportRecord));
-    ini.setValue(QStringLiteral("TransportPlay"), QString::number(transportPlay));
-    ini.endGroup();
-    ini.sync();
-    return ini.status() == QSettings::NoError;
+    const std::string path = join_path(userDir, "HVNTUTOR.INI");
+    IniFile ini;
+    if (!ini.load(path))
+        return false;
+    ini.set("Tutorials", "MainWindow", std::to_string(mainWindow));
+    ini.set("Tutorials", "TransportRecord", std::to_string(transportRecord));
+    ini.set("Tutorials", "TransportPlay", std::to_string(transportPlay));
+    return ini.save(path);
 }
 
 bool companion_program_running()
@@ -82,8 +82,9 @@ bool companion_program_running()
 
 std::string autostart_file(const std::string& userDir)
 {
-    QSettings ini(QString::fromStdString(join_path(userDir, "HVNDFALT.INI")), QSettings::IniFormat);
-    std::string file = ini.value(QStringLiteral("Autostart/LoadFile")).toString().toStdString();
+    IniFile ini;
+    ini.load(join_path(userDir, "HVNDFALT.INI"));
+    std::string file = ini.value("Autostart", "LoadFile").value_or(std::string());
     if (file.size() > 260)
         file.resize(260);
     return file;

@@ -3,7 +3,7 @@
 #include "app/app_paths.h"
 #include "app/messages.h"
 #include "app/ui_host.h"
-#include "edit/ini_file.h"
+#include "app/ini_file.h"
 
 #include <cstring>
 #include <filesystem>

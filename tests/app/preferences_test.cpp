@@ -3,24 +3,38 @@
 
 #include "support/temp_dir_test.h"
 
+#include "app/ini_file.h"
+
 #include <QSettings>
+#include <filesystem>
 
 class PreferencesTest : public TempDirTest {
 protected:
     void SetUp() override
     {
         TempDirTest::SetUp();
-        profile = std::make_unique<QSettings>(QString::fromStdString(path("Ondrava.ini")),
-                                              QSettings::IniFormat);
+        profile = std::make_unique<IniFile>();
         setenv("ONDRAVA_HOME", path("home").c_str(), 1);
+        setenv("XDG_CONFIG_HOME", path("config").c_str(), 1);
     }
     void TearDown() override
     {
         profile.reset();
         unsetenv("ONDRAVA_HOME");
+        unsetenv("XDG_CONFIG_HOME");
         TempDirTest::TearDown();
     }
-    std::unique_ptr<QSettings> profile;
+    std::string profileText()
+    {
+        const auto bytes = readFile(path("config/Ondrava/Ondrava.ini"));
+        return {bytes.begin(), bytes.end()};
+    }
+    static void writeText(const std::string& name, const std::string& text)
+    {
+        writeFile(name, std::vector<std::uint8_t>(text.begin(), text.end()));
+    }
+    std::string value(const char* section, const char* key) { return profile->value(section, key).value_or("(none)"); }
+    std::unique_ptr<IniFile> profile;
 };
 
 TEST_F(PreferencesTest, AFreshProfileGivesTheDefaults)
@@ -58,19 +72,19 @@ TEST_F(PreferencesTest, AnEmptyDataDirectoryIsFilledInAndWrittenBack)
     const std::string expected = path("home") + "/work";
     EXPECT_EQ(prefs.lastUsedDirectory, expected);
     EXPECT_EQ(data_directory(), expected);
-    EXPECT_EQ(profile->value("Data directory/Last used directory").toString().toStdString(), expected);
+    EXPECT_EQ(value("Data directory", "Last used directory"), expected);
 
-    profile->setValue("Data directory/Last used directory", QString::fromStdString(path("mine")));
+    profile->set("Data directory", "Last used directory", path("mine"));
     read_preferences(*profile, prefs);
     EXPECT_EQ(data_directory(), path("mine"));
 }
 
 TEST_F(PreferencesTest, OnlyLowerCaseYesSwitchesOn)
 {
-    profile->setValue("Preferences/Show logo", "Yes");
-    profile->setValue("Preferences/Voice message", "yes");
-    profile->setValue("Preferences/Tip of the day", "YES");
-    profile->setValue("Preferences/Big time display", "true");
+    profile->set("Preferences", "Show logo", "Yes");
+    profile->set("Preferences", "Voice message", "yes");
+    profile->set("Preferences", "Tip of the day", "YES");
+    profile->set("Preferences", "Big time display", "true");
     Preferences prefs;
     read_preferences(*profile, prefs);
     EXPECT_FALSE(prefs.showLogo);
@@ -111,11 +125,11 @@ TEST_F(PreferencesTest, EveryPreferenceSurvivesAWriteAndARead)
     written.recentFiles = {"/a.wav", "/b.wav"};
     write_preferences(*profile, written);
 
-    EXPECT_EQ(profile->value("Preferences/Show logo").toString(), "no");
-    EXPECT_EQ(profile->value("Preferences/Voice message").toString(), "yes");
-    EXPECT_EQ(profile->value("Preferences/Compensate time code delay").toString(), "yes");
-    EXPECT_EQ(profile->value("Colors/Bkgnd color").toString(), "Black");
-    EXPECT_EQ(profile->value("Colors/Data color").toString(), "#0c2238");
+    EXPECT_EQ(value("Preferences", "Show logo"), "no");
+    EXPECT_EQ(value("Preferences", "Voice message"), "yes");
+    EXPECT_EQ(value("Preferences", "Compensate time code delay"), "yes");
+    EXPECT_EQ(value("Colors", "Bkgnd color"), "Black");
+    EXPECT_EQ(value("Colors", "Data color"), "#0c2238");
 
     Preferences read;
     read_preferences(*profile, read);
@@ -148,9 +162,9 @@ TEST_F(PreferencesTest, EveryPreferenceSurvivesAWriteAndARead)
 
 TEST_F(PreferencesTest, BarsCountAsVisibleForAnyNonZeroValue)
 {
-    profile->setValue("General-Bar0/Visible", 0);
-    profile->setValue("General-Bar1/Visible", 1);
-    profile->setValue("General-Bar2/Visible", "junk");
+    profile->set("General-Bar0", "Visible", "0");
+    profile->set("General-Bar1", "Visible", "1");
+    profile->set("General-Bar2", "Visible", "junk");
     Preferences prefs;
     read_preferences(*profile, prefs);
     EXPECT_FALSE(prefs.barVisible[0]);
@@ -161,13 +175,73 @@ TEST_F(PreferencesTest, BarsCountAsVisibleForAnyNonZeroValue)
 TEST_F(PreferencesTest, RecentFilesStopAtTheFirstGapAndAtSix)
 {
     for (int i = 1; i <= 8; ++i)
-        profile->setValue(QStringLiteral("Recent File List/File%1").arg(i), QStringLiteral("/f%1.wav").arg(i));
+        profile->set("Recent File List", "File" + std::to_string(i), "/f" + std::to_string(i) + ".wav");
     Preferences prefs;
     read_preferences(*profile, prefs);
     EXPECT_EQ(prefs.recentFiles.size(), 6u);
-    profile->setValue("Recent File List/File3", "");
+    profile->set("Recent File List", "File3", "");
     read_preferences(*profile, prefs);
     EXPECT_EQ(prefs.recentFiles, (std::vector<std::string>{"/f1.wav", "/f2.wav"}));
+}
+
+// The profile holds the program's names as they are, is read back by a new
+// run, takes hand-written sections and unquoted lists, and a profile written
+// the old way (Qt's encoding) is read once and rewritten plainly.
+TEST_F(PreferencesTest, TheProfileFileHoldsTheProgramsNamesLiterally)
+{
+    Preferences written;
+    written.bigVolumeIndicators = false;
+    written.lastUsedDirectory = path("data dir");
+    written.windowPos = "0,1,-1,-1,-1,-1,10,20,810,620";
+    written.colorDisplay = false;
+    preferences() = written;
+    write_preferences();
+    const std::string text = profileText();
+    for (const char* line : {"[General]\n", "Color=0\n", "[Data directory]\n", "Big volume indicators=no\n",
+                             "WindowPos=0,1,-1,-1,-1,-1,10,20,810,620\n", "[Settings]\n", "[Preferences]\n"})
+        EXPECT_NE(text.find(line), std::string::npos) << line << " in\n" << text;
+    EXPECT_EQ(text.find('%'), std::string::npos) << text;
+    EXPECT_NE(text.find("Last used directory=" + path("data dir") + "\n"), std::string::npos);
+
+    // Written by hand: a [General] section, a quoted and an unquoted list.
+    writeText(path("config/Ondrava/Ondrava.ini"),
+              std::string("[General]\nToolTips=0\nColor=1\n\n[Settings]\nWindowPos=\"0,3,-1,-1,-1,-1,5,6,700,500\"\n"
+                          "[Preferences]\nTime format=30\nBig volume indicators=no\n"));
+    read_preferences();
+    EXPECT_FALSE(preferences().toolTips);
+    EXPECT_TRUE(preferences().colorDisplay);
+    EXPECT_EQ(preferences().windowPos, "0,3,-1,-1,-1,-1,5,6,700,500");
+    EXPECT_EQ(preferences().timeFormat, 30);
+    EXPECT_FALSE(preferences().bigVolumeIndicators);
+    writeText(path("config/Ondrava/Ondrava.ini"), std::string("[Settings]\nWindowPos=0,3,-1,-1,-1,-1,5,6,700,500\n"));
+    read_preferences();
+    EXPECT_EQ(preferences().windowPos, "0,3,-1,-1,-1,-1,5,6,700,500");
+
+    // A profile as Qt's settings class writes it.
+    std::filesystem::remove(path("config/Ondrava/Ondrava.ini"));
+    {
+        QSettings old(QString::fromStdString(path("config/Ondrava/Ondrava.ini")), QSettings::IniFormat);
+        old.setValue("General/ToolTips", 0);
+        old.setValue("Data directory/Last used directory", QString::fromStdString(path("old data")));
+        old.setValue("Preferences/Big volume indicators", "no");
+        old.setValue("Preferences/Time format", 25);
+        old.setValue("Settings/WindowPos", "0,1,-1,-1,-1,-1,10,20,810,620");
+        old.setValue("Recent File List/File1", "/music/a, b.wav");
+        old.sync();
+    }
+    ASSERT_NE(profileText().find("[%General]"), std::string::npos) << profileText();
+    read_preferences();
+    EXPECT_FALSE(preferences().toolTips);
+    EXPECT_EQ(preferences().lastUsedDirectory, path("old data"));
+    EXPECT_FALSE(preferences().bigVolumeIndicators);
+    EXPECT_EQ(preferences().timeFormat, 25);
+    EXPECT_EQ(preferences().windowPos, "0,1,-1,-1,-1,-1,10,20,810,620");
+    EXPECT_EQ(preferences().recentFiles, std::vector<std::string>{"/music/a, b.wav"});
+    const std::string rewritten = profileText();
+    EXPECT_EQ(rewritten.find('%'), std::string::npos) << rewritten;
+    EXPECT_NE(rewritten.find("[General]\nToolTips=0\n"), std::string::npos) << rewritten;
+    EXPECT_NE(rewritten.find("Big volume indicators=no\n"), std::string::npos) << rewritten;
+    preferences() = Preferences{};
 }
 
 TEST(Colours, NamesAndHexTextsParse)

@@ -2,7 +2,7 @@
 // hundred-entry limit, the replace question, and files that are missing,
 // malformed or read-only.
 
-#include "edit/ini_file.h"
+#include "app/ini_file.h"
 #include "edit/presets.h"
 
 #include "support/temp_dir_test.h"

@@ -43,7 +43,7 @@ TEST_F(ClosingE2eTest, QuittingWithAnEditedDocumentAsksAndNeverCrashes)
     writeFile(path("tone.wav"), original);
     std::filesystem::create_directories(path("config/Ondrava"));
     std::ofstream(path("config/Ondrava/Ondrava.ini"))
-        << "[Preferences]\nShow%20logo=no\nTip%20of%20the%20day=no\n";
+        << "[Preferences]\nShow logo=no\nTip of the day=no\n";
 
     const std::string shot = path("shot");
     std::ofstream(path("drive.sh"))
@@ -109,7 +109,7 @@ TEST_F(ClosingE2eTest, SigtermWithABoxOpenEndsTheProgram)
     writeFile(path("broken.wav"), WavBuilder::Bytes(300, 0x55));
     std::filesystem::create_directories(path("config/Ondrava"));
     std::ofstream(path("config/Ondrava/Ondrava.ini"))
-        << "[Preferences]\nShow%20logo=no\nTip%20of%20the%20day=no\n";
+        << "[Preferences]\nShow logo=no\nTip of the day=no\n";
     for (const std::string which : {"about", "message"}) {
         const std::string shot = path(which + ".png");
         std::ofstream(path("drive.sh"))

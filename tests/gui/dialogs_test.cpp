@@ -150,13 +150,13 @@ TEST_F(DialogTest, ThePreferenceSheetStoresEveryPage)
     dialog.accept();
     EXPECT_EQ(preferences().timeFormat, 30);
     EXPECT_EQ(preferences().colours[0], rgb(255, 0, 0));
-    EXPECT_NE(profileText().find("Time%20format=30"), std::string::npos) << profileText();
-    EXPECT_NE(profileText().find("Data%20color=Red"), std::string::npos);
+    EXPECT_NE(profileText().find("Time format=30"), std::string::npos) << profileText();
+    EXPECT_NE(profileText().find("Data color=Red"), std::string::npos);
 
     // Devices by name, "System default" first; a device the profile names
     // that is not here now stays chosen; the system mixer is left alone
     // unless the box is ticked.
-    EXPECT_EQ(profileText().find("Control%20the%20system%20mixer=yes"), std::string::npos);
+    EXPECT_EQ(profileText().find("Control the system mixer=yes"), std::string::npos);
     preferences().waveOutputDeviceName = "ALSA: USB Audio (hw:9,0)";
     PreferencesDialog devices;
     auto* output = devices.page(0)->findChild<QComboBox*>("outputDevice");
@@ -170,9 +170,9 @@ TEST_F(DialogTest, ThePreferenceSheetStoresEveryPage)
     EXPECT_EQ(preferences().waveOutputDeviceName, "ALSA: USB Audio (hw:9,0)");
     EXPECT_EQ(preferences().waveInputDeviceName, "");
     EXPECT_TRUE(preferences().controlSystemMixer);
-    EXPECT_NE(profileText().find("Wave%20output%20device=\"ALSA: USB Audio (hw:9,0)\""), std::string::npos)
+    EXPECT_NE(profileText().find("Wave output device=ALSA: USB Audio (hw:9,0)\n"), std::string::npos)
         << profileText();
-    EXPECT_NE(profileText().find("Control%20the%20system%20mixer=yes"), std::string::npos);
+    EXPECT_NE(profileText().find("Control the system mixer=yes"), std::string::npos);
 
     PreferencesDialog again;
     auto* colourPage = static_cast<CColors*>(again.page(6));

@@ -24,7 +24,7 @@ TEST_F(ScreenshotTest, TheProgramShowsTheWaveformOfAFileNamedOnItsCommandLine)
     // A profile without logo and tip, so that nothing covers the window.
     std::filesystem::create_directories(path("config/Ondrava"));
     std::ofstream(path("config/Ondrava/Ondrava.ini"))
-        << "[Preferences]\nShow%20logo=no\nTip%20of%20the%20day=no\n";
+        << "[Preferences]\nShow logo=no\nTip of the day=no\n";
 
     // Screenshots once a second until the data colour shows, ten at most;
     // then the program is asked to end, as a window manager would.

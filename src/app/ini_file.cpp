@@ -1,4 +1,6 @@
-#include "edit/ini_file.h"
+#include "app/ini_file.h"
+
+#include "app/atomic_file.h"
 
 #include <algorithm>
 #include <fstream>
@@ -71,12 +73,21 @@ std::string IniFile::text() const
 
 bool IniFile::save(const std::string& path) const
 {
-    std::ofstream out(path, std::ios::trunc);
-    if (!out)
+    // Written beside the old file and renamed over it: a full disk or a kill
+    // halfway leaves the previous file whole.
+    AtomicFile file;
+    if (!file.begin(path))
         return false;
-    out << text();
-    out.flush();
-    return static_cast<bool>(out);
+    {
+        std::ofstream out(file.temporaryPath(), std::ios::trunc);
+        if (!out)
+            return false;
+        out << text();
+        out.flush();
+        if (!out)
+            return false;
+    }
+    return file.commit();
 }
 
 IniFile::Section* IniFile::find(const std::string& section)
@@ -128,3 +139,20 @@ void IniFile::removeSection(const std::string& section)
 }
 
 bool IniFile::hasSection(const std::string& section) const { return find(section) != nullptr; }
+
+std::vector<std::string> IniFile::sectionNames() const
+{
+    std::vector<std::string> names;
+    for (const Section& s : m_sections)
+        names.push_back(s.name);
+    return names;
+}
+
+std::vector<std::string> IniFile::keyNames(const std::string& section) const
+{
+    std::vector<std::string> names;
+    if (const Section* s = find(section))
+        for (const auto& entry : s->entries)
+            names.push_back(entry.first);
+    return names;
+}

@@ -7,14 +7,15 @@
 
 // A small INI file kept exactly as the program writes it: "[Section]" lines
 // and "Key=Value" lines, keys written as they are (spaces and all, no
-// escaping), sections and keys in their order. Used for the preset files,
-// which other programs read by these exact keys.
+// escaping), sections and keys in their order. Used for the profile and the
+// preset files, which people and other programs read by these exact keys.
 class IniFile {
 public:
     // Reads a file; a missing file is an empty one. false when it exists but
     // cannot be read.
     bool load(const std::string& path);
-    // Writes the whole file; false when it cannot be written (read-only, full).
+    // Writes the whole file, replacing the old one only once the new one is
+    // complete; false when it cannot be written (read-only, full).
     bool save(const std::string& path) const;
 
     std::optional<std::string> value(const std::string& section, const std::string& key) const;
@@ -22,6 +23,8 @@ public:
     void remove(const std::string& section, const std::string& key);
     void removeSection(const std::string& section);
     bool hasSection(const std::string& section) const;
+    std::vector<std::string> sectionNames() const;
+    std::vector<std::string> keyNames(const std::string& section) const;
     std::string text() const;
 
 private:
