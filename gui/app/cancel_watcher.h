@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QObject>
 
 class QAbstractButton;
@@ -22,5 +23,5 @@ protected:
 private:
     QAbstractButton* m_button;
     bool m_clicked = false;
-    qint64 m_lastPoll = 0;
+    QElapsedTimer m_sincePass;
 };

@@ -7,6 +7,7 @@
 #include "app/logo_window.h"
 #include "app/messages.h"
 #include "app/preference_store.h"
+#include "app/timing_trace.h"
 #include "app/preferences.h"
 #include "app/preferences_dialog.h"
 #include "app/qt_ui_host.h"
@@ -48,6 +49,7 @@
 #include "wavefile/wave_state.h"
 
 #include <QAction>
+#include <QElapsedTimer>
 #include <QComboBox>
 #include <QVBoxLayout>
 #include <QPlainTextEdit>
@@ -194,7 +196,20 @@ QAction* CMainFrame::addCommand(QMenu* menu, int id, const QString& fallback, co
     action->setShortcut(keys.isEmpty() ? t.keys : keys);
     if (!t.prompt.isEmpty())
         action->setStatusTip(t.prompt);
-    connect(action, &QAction::triggered, this, [this, id] { onCommand(id); });
+    connect(action, &QAction::triggered, this, [this, id] {
+        if (!timing_trace_enabled()) {
+            onCommand(id);
+            return;
+        }
+        // The command, how long it took, and the highlight it worked on.
+        QString highlight;
+        if (ChildFrameWindow* doc = activeDocument())
+            highlight = QStringLiteral("%1:%2").arg(doc->frame().nSelStart).arg(doc->frame().nSelEnd);
+        QElapsedTimer took;
+        took.start();
+        onCommand(id);
+        timing_trace(QStringLiteral("command"), QStringLiteral("%1 %2 %3").arg(id).arg(took.elapsed()).arg(highlight));
+    });
     if (menu)
         menu->addAction(action);
     m_actions[id] = action;
@@ -441,6 +456,7 @@ QMdiSubWindow* CMainFrame::addDocument(ChildFrameWindow* window)
 
 bool CMainFrame::openFile(const QString& path)
 {
+    timing_trace(QStringLiteral("open"), path);
     auto frame = open_document_file(path.toStdString());
     if (!frame)
         return false;

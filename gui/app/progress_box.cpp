@@ -11,11 +11,16 @@
 class ProgressBox::Bar : public QWidget {
 public:
     explicit Bar(QWidget* parent) : QWidget(parent) { setMinimumWidth(220); }
+    // Only a change is drawn, and at the next pass of the event loop (the
+    // operation lets it run about 30 times a second): an operation that
+    // reports every block must not wait for the screen at every block.
     void set(int percent, const QString& text)
     {
+        if (percent == m_percent && text == m_text)
+            return;
         m_percent = percent;
         m_text = text;
-        repaint();
+        update();
     }
 
 protected:
@@ -59,7 +64,11 @@ void ProgressBox::setBar(int percent, const QString& barText)
     m_bar->set(percent, barText);
 }
 
-void ProgressBox::setTimeLeft(const QString& text) { m_timeLeft->setText(text); }
+void ProgressBox::setTimeLeft(const QString& text)
+{
+    if (m_timeLeft->text() != text)
+        m_timeLeft->setText(text);
+}
 QString ProgressBox::timeLeft() const { return m_timeLeft->text(); }
 
 bool ProgressBox::pollCancel() { return m_watcher->poll(); }

@@ -4,6 +4,7 @@
 #include "app/progress.h"
 #include "app/qt_ui_host.h"
 #include "app/string_table.h"
+#include "app/timing_trace.h"
 #include "audio/playback_engine.h"
 #include "audio/transport_state.h"
 #include "edit/copy_selection_dialog.h"
@@ -188,6 +189,10 @@ void ChildFrameWindow::paintEvent(QPaintEvent*)
     m_frame->nClientHeight = height();
     m_renderer.setColours(DisplayColours::fromPreferences(preferences()));
     m_renderer.paint(*m_frame, m_client, timeFormat());
+    if (!m_tracedWaveform && m_renderer.columnsDrawn() > 0 && timing_trace_enabled()) {
+        m_tracedWaveform = true;
+        timing_trace(QStringLiteral("waveform"), QString::fromStdString(m_frame->szDisplayName));
+    }
     QPainter p(this);
     p.drawImage(0, 0, m_client);
     p.fillRect(QRect(0, height() - nControlRowHeight, width(), nControlRowHeight), palette().window());

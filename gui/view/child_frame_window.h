@@ -80,6 +80,7 @@ private:
     // A window opens fitted to its width and follows its size while the
     // user has not zoomed or scrolled away from that view.
     bool m_fitted = false;
+    bool m_tracedWaveform = false;  // the first picture with data went to the timing trace
     int m_fittedLevel = 0;
     WaveformRenderer m_renderer;
     QImage m_client;

@@ -15,6 +15,7 @@
 #include <QListWidget>
 
 #include <QCheckBox>
+#include <QElapsedTimer>
 #include <QComboBox>
 #include <QLabel>
 #include <QPushButton>
@@ -81,6 +82,53 @@ TEST_F(QtHostTest, TheProgressBoxLiesOverTheStatusBar)
     terminate_message_dialog(box);
     restore_wait_cursor();
     EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+}
+
+// An operation reports and polls Cancel at every block, thousands of times a
+// second: the box is drawn only when the event loop passes, about 30 times a
+// second, and still shows the latest figure and takes a click on Cancel.
+TEST_F(QtHostTest, TheProgressBoxRepaintsAtMostAboutThirtyTimesASecond)
+{
+    HWND box = display_message_dialog("Opening file ...", 1);
+    current_progress_box = box;
+    ProgressBox* widget = qtHost->progressBox();
+    ASSERT_NE(widget, nullptr);
+    struct PaintCounter : QObject {
+        int paints = 0;
+        bool eventFilter(QObject*, QEvent* event) override
+        {
+            paints += event->type() == QEvent::Paint;
+            return false;
+        }
+    } counter;
+    widget->installEventFilter(&counter);
+    for (QWidget* child : widget->findChildren<QWidget*>())
+        child->installEventFilter(&counter);
+    QApplication::processEvents();
+    counter.paints = 0;
+
+    QElapsedTimer clock;
+    clock.start();
+    long blocks = 0;
+    while (clock.elapsed() < 500) {
+        show_percent_done(box, static_cast<int>(blocks % 100));
+        EXPECT_EQ(cancel_button_pressed(box), 0);
+        ++blocks;
+    }
+    const qint64 elapsed = clock.elapsed();
+    // Three widgets in the box (bar, time left, Cancel) may each be drawn
+    // once a pass; a pass every 33 ms at most.
+    EXPECT_LE(counter.paints, 3 * (elapsed / 33 + 2)) << blocks << " blocks";
+    EXPECT_GT(counter.paints, 0) << "the box was never drawn";
+    EXPECT_GT(blocks, 1000);
+
+    show_percent_done(box, 77);
+    EXPECT_EQ(widget->percent(), 77);
+    QTest::mousePress(widget->cancelButton(), Qt::LeftButton, Qt::NoModifier, widget->cancelButton()->rect().center());
+    QTest::qWait(40);
+    EXPECT_EQ(cancel_button_pressed(box), 1);
+    terminate_message_dialog(box);
+    restore_wait_cursor();
 }
 
 TEST_F(QtHostTest, BitmapButtonsFollowTheTransportState)

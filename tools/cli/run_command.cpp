@@ -1,3 +1,4 @@
+#include "app/timing_trace.h"
 #include "cli_args.h"
 
 #include "app/headless_ui_host.h"
@@ -12,6 +13,7 @@
 #include "view/child_frame.h"
 #include "view/document_save.h"
 
+#include <QElapsedTimer>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -84,6 +86,8 @@ int run_run_command(const std::vector<std::string>& argv)
         CChildFrame& f = *session.active();
         const std::string& step = argv[i];
         const std::string value = kSteps.at(step) ? argv[++i] : std::string();
+        QElapsedTimer took;
+        took.start();
         int ok = 1;
         if (step == "--select") {
             if (!select_from_argument(f, value))
@@ -288,6 +292,8 @@ int run_run_command(const std::vector<std::string>& argv)
         } else if (step == "--save" || step == "--save-selection") {
             ok = save_waveform_file(f, value, step == "--save-selection", 0);
         }
+        timing_trace(QStringLiteral("step"),
+                     QStringLiteral("%1 %2").arg(QString::fromStdString(step)).arg(took.elapsed()));
         if (!ok)
             return kExitFailed;
     }
