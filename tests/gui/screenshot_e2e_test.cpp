@@ -64,3 +64,133 @@ TEST_F(ScreenshotTest, TheProgramShowsTheWaveformOfAFileNamedOnItsCommandLine)
     // The document's files go when the program ends.
     EXPECT_TRUE(filesIn(path("ondrava/work")).empty());
 }
+
+namespace {
+
+// Pixels of one colour in a column of a screenshot, between two rows.
+int colourInColumn(const QImage& shot, int x, int top, int bottom, QRgb colour)
+{
+    int count = 0;
+    for (int y = top; y < bottom; ++y)
+        count += (shot.pixel(x, y) & 0xFFFFFF) == (colour & 0xFFFFFF);
+    return count;
+}
+
+long colourCount(const QImage& shot, QRgb colour, QRect area)
+{
+    long count = 0;
+    for (int y = area.top(); y <= area.bottom(); ++y)
+        for (int x = area.left(); x <= area.right(); ++x)
+            count += (shot.pixel(x, y) & 0xFFFFFF) == (colour & 0xFFFFFF);
+    return count;
+}
+
+}  // namespace
+
+// A user's session with the real program, the mouse and the keys: File >
+// Open and a typed name, a drag that highlights, Operations > Reverse,
+// closing the window and answering its question. Each step is checked on a
+// screenshot; the file on disk is never touched.
+TEST_F(ScreenshotTest, OpenSelectReverseCloseAndAnswerThePrompt)
+{
+    // A crescendo: the trace grows from left to right, so a reversed passage
+    // shows as a wedge pointing the other way.
+    WavBuilder::Bytes samples;
+    const int frames = 441000;
+    for (int i = 0; i < frames; ++i) {
+        const double s = std::sin(i * 2 * M_PI * 440 / 44100) * 30000.0 * i / frames;
+        WavBuilder::put16(samples, static_cast<std::uint16_t>(static_cast<std::int16_t>(s)));
+        WavBuilder::put16(samples, static_cast<std::uint16_t>(static_cast<std::int16_t>(s / 2)));
+    }
+    const WavBuilder::Bytes original = WavBuilder::pcm(2, 44100, 16, samples);
+    writeFile(path("crescendo.wav"), original);
+    std::filesystem::create_directories(path("config/Ondrava"));
+    std::ofstream(path("config/Ondrava/Ondrava.ini")) << "[Preferences]\nShow logo=no\nTip of the day=no\n";
+
+    const std::string shot = path("shot-");
+    std::ofstream(path("drive.sh"))
+        << "openbox >/dev/null 2>&1 &\n"
+        << "sleep 1\n"
+        << "'" ONDRAVA_GUI "' &\n"
+        << "pid=$!\n"
+        << "win=$(xdotool search --sync --onlyvisible --name '^Ondrava$' | head -1)\n"
+        << "sleep 1.5\n"
+        << "xdotool key ctrl+o\n"
+        << "sleep 1.5\n"
+        << "import -window root '" << shot << "dialog.png'\n"
+        << "xdotool type --delay 20 '" << path("crescendo.wav") << "'\n"
+        << "xdotool key Return\n"
+        << "sleep 2\n"
+        << "import -window root '" << shot << "open.png'\n"
+        << "eval $(xdotool getwindowgeometry --shell $win)\n"
+        << "xdotool mousemove $((X + 200)) $((Y + 250)) mousedown 1 mousemove $((X + 300)) $((Y + 250)) "
+           "mousemove $((X + 450)) $((Y + 250)) mouseup 1\n"
+        << "sleep 0.7\n"
+        << "import -window root '" << shot << "select.png'\n"
+        << "xdotool key alt+shift+g\n"  // Operations > Reverse
+        << "sleep 2\n"
+        << "import -window root '" << shot << "reverse.png'\n"
+        << "xdotool key ctrl+F4\n"
+        << "sleep 1.5\n"
+        << "import -window root '" << shot << "prompt.png'\n"
+        << "xdotool key Return\n"
+        << "sleep 1.5\n"
+        << "import -window root '" << shot << "closed.png'\n"
+        << "kill -TERM $pid\n"
+        << "wait $pid\n"
+        << "echo exit=$?\n";
+    const std::string command = "cd '" + path("") + "' && HOME='" + path("") + "' XDG_CONFIG_HOME='" +
+                                path("config") + "' ONDRAVA_HOME='" + path("ondrava") +
+                                "' xvfb-run -a -s '-screen 0 1280x800x24' bash '" + path("drive.sh") + "' > '" +
+                                path("run.log") + "' 2>&1";
+    ASSERT_EQ(std::system(command.c_str()), 0) << command;
+    const auto log = readFile(path("run.log"));
+    EXPECT_NE(std::string(log.begin(), log.end()).find("exit=0"), std::string::npos);
+
+    auto load = [&](const char* name) {
+        QImage image(QString::fromStdString(shot + name + ".png"));
+        EXPECT_FALSE(image.isNull()) << name;
+        return image.convertToFormat(QImage::Format_RGB32);
+    };
+    const QRect screen(0, 0, 1280, 800);
+    const QRgb data = qRgb(0, 0, 128), red = qRgb(255, 0, 0), yellow = qRgb(255, 255, 127);
+    const QImage dialog = load("dialog"), opened = load("open"), selected = load("select"),
+                 reversed = load("reverse"), prompt = load("prompt"), closed = load("closed");
+    ASSERT_FALSE(closed.isNull());
+    // The file dialog is up before the document is; the document shows its trace.
+    EXPECT_LT(colourCount(dialog, data, screen), 100);
+    EXPECT_GT(colourCount(opened, data, screen), 20000);
+
+    // The highlight: red around the trace, which turns yellow. Its columns:
+    int left = -1, right = -1;
+    const int top = 150, bottom = 560;
+    for (int x = 0; x < 1280; ++x)
+        if (colourInColumn(selected, x, top, bottom, red) > 20) {
+            left = left < 0 ? x : left;
+            right = x;
+        }
+    ASSERT_GT(right - left, 100) << "no highlight after the drag";
+    const int beforeLeft = colourInColumn(selected, left + 3, top, bottom, yellow);
+    const int beforeRight = colourInColumn(selected, right - 3, top, bottom, yellow);
+    const int afterLeft = colourInColumn(reversed, left + 3, top, bottom, yellow);
+    const int afterRight = colourInColumn(reversed, right - 3, top, bottom, yellow);
+    // Growing left to right before, shrinking after; the same heights swapped.
+    EXPECT_GT(beforeRight, beforeLeft + 20);
+    EXPECT_GT(afterLeft, afterRight + 20);
+    EXPECT_NEAR(afterLeft, beforeRight, 6);
+    EXPECT_NEAR(afterRight, beforeLeft, 6);
+    // Outside the highlight nothing changed.
+    for (const int x : {left - 20, right + 20})
+        EXPECT_EQ(colourInColumn(selected, x, top, bottom, data), colourInColumn(reversed, x, top, bottom, data)) << x;
+
+    // The question stands over the window (its light face in the middle of
+    // the screen); after OK the document is gone.
+    const QRect middle(440, 300, 400, 200);
+    EXPECT_GT(colourCount(prompt, qRgb(239, 239, 239), middle), colourCount(reversed, qRgb(239, 239, 239), middle) + 3000);
+    EXPECT_LT(colourCount(closed, data, screen), 100);
+    EXPECT_LT(colourCount(closed, yellow, screen), 100);
+
+    // Closing without saving leaves the file as it was, and no working files.
+    EXPECT_EQ(readFile(path("crescendo.wav")), original);
+    EXPECT_TRUE(filesIn(path("ondrava/work")).empty());
+}
