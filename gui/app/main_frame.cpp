@@ -6,6 +6,7 @@
 #include "app/control_drawing.h"
 #include "app/logo_window.h"
 #include "app/messages.h"
+#include "app/command_icons.h"
 #include "app/preference_store.h"
 #include "app/timing_trace.h"
 #include "app/preferences.h"
@@ -49,6 +50,8 @@
 #include "wavefile/wave_state.h"
 
 #include <QAction>
+#include <QGuiApplication>
+#include <QScreen>
 #include <QElapsedTimer>
 #include <QComboBox>
 #include <QVBoxLayout>
@@ -362,29 +365,26 @@ void CMainFrame::buildControlBars()
     commands[0] = {kCommandNew, kCommandOpen};
     commands[1] = {1020};
     commands[2] = {1813, 11401, 11402, 11403};
-    commands[3] = {11800, 11801, 11906, 0, 11900, 11902, 11903, 11904, 11905, 11901, 0, 1898, 1899, 87, 88};
-    // Short labels on the bars: the tool-tip part of a command's prompt, or a
-    // word; the menus keep the full texts.
-    const std::map<int, QString> shortLabels = {
-        {kCommandNew, tr("New")},   {kCommandOpen, tr("Open")},  {1020, tr("All")},
-        {11800, tr("|<")},          {11801, tr(">|")},           {11906, tr("[>]")},
-        {87, tr("Max")},            {88, tr("Min")},             {1898, tr("Zoom +")},
-        {1899, tr("Zoom -")},
-    };
-    for (const auto& [id, label] : shortLabels)
-        if (QAction* a = action(id)) {
-            a->setIconText(label);
-            a->setToolTip(a->text().remove('&'));
-        }
-    for (int id = 11900; id <= 11905; ++id)
-        if (QAction* a = action(id)) {
-            const QString prompt = QString::fromStdString(load_string(id));
-            a->setIconText(prompt.section('\n', 1));
-            a->setToolTip(prompt.section('\n', 0, 0));
-        }
+    commands[3] = {11800, 11801, 11906, 0, 11900, 11902, 11903, 11904, 11905, 11901, 0, 1898, 1899, 87, 88,
+                   ChildFrameWindow::kCommandFitToWindow};
+    // The bars show each command as a vector icon (sharp at any pixel
+    // density) with its full text as the tool tip; the menus keep the texts.
+    for (const auto& ids : commands)
+        for (int id : ids)
+            if (QAction* a = id ? action(id) : nullptr) {
+                a->setIcon(command_icon(id));
+                QString tip = a->text().remove('&');
+                if (id >= 11900 && id <= 11905)
+                    tip = QString::fromStdString(load_string(id)).section('\n', 0, 0);
+                if (!a->shortcut().isEmpty())
+                    tip += QStringLiteral(" (%1)").arg(a->shortcut().toString(QKeySequence::NativeText));
+                a->setToolTip(tip);
+            }
     for (int i = 0; i < kControlBarCount; ++i) {
         auto* bar = new QToolBar(tr(kBarNames[i]), this);
         bar->setObjectName(QStringLiteral("General-Bar%1").arg(i));
+        bar->setToolButtonStyle(Qt::ToolButtonIconOnly);
+        bar->setIconSize(QSize(20, 20));
         for (int id : commands[static_cast<size_t>(i)]) {
             if (id == 0)
                 bar->addSeparator();
@@ -856,13 +856,23 @@ void CMainFrame::updatePositionDisplays()
 
 void CMainFrame::applyWindowPlacement()
 {
+    // The window never opens larger than the screen's free area (a scaled
+    // display has fewer logical pixels than the numbers suggest), nor off it.
+    const QScreen* screen = this->screen() ? this->screen() : QGuiApplication::primaryScreen();
+    const QRect free = screen ? screen->availableGeometry() : QRect(0, 0, 1280, 800);
     const auto placement = parse_window_placement(preferences().windowPos);
-    if (!placement) {
-        resize(1100, 700);
+    QRect wanted = placement ? QRect(QPoint(placement->left, placement->top),
+                                     QPoint(placement->right - 1, placement->bottom - 1))
+                             : QRect(0, 0, 1100, 700);
+    wanted.setWidth(std::min(wanted.width(), free.width() * 95 / 100));
+    wanted.setHeight(std::min(wanted.height(), free.height() * 90 / 100));
+    if (!placement)
+        wanted.moveCenter(free.center());
+    wanted.moveLeft(std::clamp(wanted.left(), free.left(), free.right() - wanted.width() + 1));
+    wanted.moveTop(std::clamp(wanted.top(), free.top(), free.bottom() - wanted.height() + 1));
+    setGeometry(wanted);
+    if (!placement)
         return;
-    }
-    setGeometry(placement->left, placement->top, placement->right - placement->left,
-                placement->bottom - placement->top);
     if (placement->showCommand == kShowMaximized)
         setWindowState(windowState() | Qt::WindowMaximized);
 }

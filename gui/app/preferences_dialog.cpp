@@ -4,6 +4,7 @@
 #include "app/preference_store.h"
 
 #include <QDialogButtonBox>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QVBoxLayout>
 
@@ -27,6 +28,12 @@ PreferencesDialog::PreferencesDialog(QWidget* parent) : QDialog(parent), m_tabs(
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     layout->addWidget(m_tabs);
     layout->addWidget(buttons);
+    // Every tab's title shows at once (no scrolling tab row) and the dialog
+    // opens large enough for its largest page.
+    m_tabs->tabBar()->setUsesScrollButtons(false);
+    m_tabs->tabBar()->setExpanding(false);
+    m_tabs->setElideMode(Qt::ElideNone);
+    resize(sizeHint().expandedTo(minimumSizeHint()));
 }
 
 PreferencePage* PreferencesDialog::page(int index) const

@@ -1,5 +1,6 @@
 #include "edit/timemark_bars.h"
 
+#include "app/command_icons.h"
 #include "edit/timemarks.h"
 #include "view/child_frame.h"
 #include "view/child_frame_window.h"
@@ -7,6 +8,7 @@
 #include <QAction>
 #include <QComboBox>
 #include <QToolBar>
+#include <map>
 
 TimemarkBars::TimemarkBars(QToolBar* timemarkBar, QToolBar* cueListBar,
                            std::function<ChildFrameWindow*()> activeDocument, QObject* parent)
@@ -14,7 +16,12 @@ TimemarkBars::TimemarkBars(QToolBar* timemarkBar, QToolBar* cueListBar,
 {
     auto add = [this](QToolBar* bar, const QString& name, const QString& text, const QString& tip,
                       std::function<void(ChildFrameWindow&)> action) {
-        QAction* a = bar->addAction(text);
+        static const std::map<QString, QString> icons = {
+            {QStringLiteral("markAdd"), QStringLiteral("mark")},       {QStringLiteral("markPair"), QStringLiteral("mark-pair")},
+            {QStringLiteral("markClear"), QStringLiteral("mark-clear")}, {QStringLiteral("cuePlay"), QStringLiteral("cue-play")},
+            {QStringLiteral("cueSequence"), QStringLiteral("cue-sequence")},
+        };
+        QAction* a = bar->addAction(command_icon(icons.at(name)), text);
         a->setObjectName(name);
         a->setToolTip(tip);
         connect(a, &QAction::triggered, this, [this, action] { withDocument(action); });

@@ -3,6 +3,7 @@
 #include "app/preferences.h"
 #include "app/progress.h"
 #include "app/qt_ui_host.h"
+#include "app/command_icons.h"
 #include "app/string_table.h"
 #include "app/timing_trace.h"
 #include "audio/playback_engine.h"
@@ -39,37 +40,6 @@ namespace {
 const char* const kHighlightMime = "application/x-ondrava-highlight";
 
 // The play bar's 10 x 10 images, drawn anew.
-QIcon playBarIcon(int id)
-{
-    QPixmap pixmap(10, 10);
-    pixmap.fill(Qt::transparent);
-    QPainter p(&pixmap);
-    p.setPen(Qt::NoPen);
-    p.setBrush(Qt::black);
-    switch (id) {
-    case 11401: p.drawPolygon(QPolygon({QPoint(1, 0), QPoint(9, 5), QPoint(1, 10)})); break;
-    case 11402: p.drawRect(1, 1, 3, 8); p.drawRect(6, 1, 3, 8); break;
-    case 11403: p.drawRect(1, 1, 8, 8); break;
-    case 11404:
-        p.setPen(QPen(Qt::black, 1.5));
-        p.setBrush(Qt::NoBrush);
-        p.drawArc(QRect(1, 1, 8, 8), 30 * 16, 300 * 16);
-        break;
-    case 1898:
-    case 1899:
-        p.setPen(QPen(Qt::black, 1));
-        p.setBrush(Qt::NoBrush);
-        p.drawEllipse(0, 0, 7, 7);
-        p.drawLine(2, 3, 5, 3);
-        if (id == 1898)
-            p.drawLine(3, 2, 3, 5);
-        p.drawLine(6, 6, 9, 9);
-        break;
-    default: break;
-    }
-    return QIcon(pixmap);
-}
-
 QString toolTipOf(int id)
 {
     const QString text = QString::fromStdString(load_string(id));
@@ -99,14 +69,14 @@ ChildFrameWindow::ChildFrameWindow(std::unique_ptr<CChildFrame> frame, QWidget* 
 
     // The play bar: Play, Pause, Stop, Loop, a separator, Zoom In, Zoom Out.
     m_playBar->setObjectName(QStringLiteral("PLAYBAR"));
-    m_playBar->setIconSize(QSize(10, 10));
+    m_playBar->setIconSize(QSize(12, 12));
     m_playBar->setStyleSheet(QStringLiteral("QToolBar { spacing: 0px; padding: 0px; } QToolButton { padding: 1px; }"));
     for (int id : {11401, 11402, 11403, 11404, 0, 1898, 1899}) {
         if (id == 0) {
             m_playBar->addSeparator();
             continue;
         }
-        QAction* action = m_playBar->addAction(playBarIcon(id), QString());
+        QAction* action = m_playBar->addAction(command_icon(id), QString());
         action->setData(id);
         action->setObjectName(QString::number(id));
         if (m_frame->bToolTips)

@@ -20,6 +20,10 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QGridLayout>
+#include <QGuiApplication>
+#include <QScreen>
+#include <QTreeView>
+#include <QHeaderView>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
@@ -52,11 +56,28 @@ QString user_file_folder()
 
 namespace {
 
-// Adds a panel below the file dialog's own controls.
+// Adds a panel below the file dialog's own controls, and sizes the dialog so
+// that the panel and every column of the file list show whole: the name
+// column takes the room left, the size, type and date columns their text's
+// width. Never larger than the screen's free area.
 void addPanel(QFileDialog* dialog, QWidget* panel)
 {
     if (auto* grid = qobject_cast<QGridLayout*>(dialog->layout()))
         grid->addWidget(panel, grid->rowCount(), 0, 1, grid->columnCount());
+    if (auto* list = dialog->findChild<QTreeView*>(QStringLiteral("treeView"))) {
+        QHeaderView* header = list->header();
+        header->setStretchLastSection(false);
+        header->setSectionResizeMode(0, QHeaderView::Stretch);
+        for (int column = 1; column < header->count(); ++column)
+            header->setSectionResizeMode(column, QHeaderView::ResizeToContents);
+    }
+    QSize size = dialog->sizeHint().expandedTo(QSize(880, 520));
+    size.setWidth(std::max(size.width(), panel->sizeHint().width() + 40));
+    if (const QScreen* screen = dialog->screen() ? dialog->screen() : QGuiApplication::primaryScreen()) {
+        const QRect free = screen->availableGeometry();
+        size = size.boundedTo(QSize(free.width() * 95 / 100, free.height() * 90 / 100));
+    }
+    dialog->resize(size);
 }
 
 }  // namespace

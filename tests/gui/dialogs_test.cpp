@@ -21,7 +21,11 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QStatusBar>
+#include <QTabBar>
 #include <QTabWidget>
+#include <QToolButton>
+#include <QGuiApplication>
+#include <QScreen>
 
 class QtHostTest : public GuiTest {
 protected:
@@ -284,4 +288,34 @@ TEST_F(DialogTest, PresetSelectAndSaveDialogs)
     EXPECT_NE(again.result(), 1);
     EXPECT_EQ(again.nameEdit()->text(), "");  // the text before this try
     EXPECT_EQ(list_presets(context), (std::vector<std::string>{"Jet", "Chorus", "Wide"}));
+}
+
+// At 1280 x 800 the preferences show every tab's title at once, and every
+// page fits the dialog without being cut.
+TEST_F(DialogTest, ThePreferencePagesFitWithoutScrollingTabs)
+{
+    PreferencesDialog dialog;
+    dialog.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&dialog));
+    const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+    EXPECT_LE(dialog.frameGeometry().width(), screen.width());
+    EXPECT_LE(dialog.frameGeometry().height(), screen.height());
+    auto* tabs = dialog.findChild<QTabWidget*>();
+    ASSERT_NE(tabs, nullptr);
+    QTabBar* bar = tabs->tabBar();
+    ASSERT_EQ(bar->count(), 7);
+    for (int i = 0; i < bar->count(); ++i) {
+        EXPECT_TRUE(bar->rect().contains(bar->tabRect(i))) << bar->tabText(i).toStdString();
+        EXPECT_GE(bar->tabRect(i).width(), bar->fontMetrics().horizontalAdvance(bar->tabText(i)))
+            << bar->tabText(i).toStdString();
+    }
+    for (auto* scroll : bar->findChildren<QToolButton*>())
+        EXPECT_FALSE(scroll->isVisible()) << "the tab row scrolls";
+    for (int i = 0; i < tabs->count(); ++i) {
+        tabs->setCurrentIndex(i);
+        QWidget* page = tabs->widget(i);
+        QCoreApplication::processEvents();
+        EXPECT_GE(page->width(), page->minimumSizeHint().width()) << tabs->tabText(i).toStdString();
+        EXPECT_GE(page->height(), page->minimumSizeHint().height()) << tabs->tabText(i).toStdString();
+    }
 }

@@ -13,6 +13,11 @@
 
 #include <QComboBox>
 #include <QDir>
+#include <QFileDialog>
+#include <QGuiApplication>
+#include <QHeaderView>
+#include <QScreen>
+#include <QTreeView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -200,4 +205,55 @@ TEST_F(FileDialogsTest, TheOpenDialogStartsWhereTheUserLastOpenedFrom)
     preferences() = Preferences{};
     read_preferences();
     EXPECT_EQ(preferences().openFolder, path("music/takes"));
+}
+
+// At 1280 x 800 the open and save dialogs fit the screen, show their own
+// panel whole, and no column of the file list is cut short.
+TEST_F(FileDialogsTest, TheFileDialogsAndTheirColumnsFitTheScreen)
+{
+    auto f = openTone(2, 16, 44100, 1000);
+    ASSERT_TRUE(f);
+    f->szPathName = path("tone.wav");
+    writeFile(path("a file with a rather long name for the list.wav"), WavBuilder::pcm(1, 8000, 8, {1, 2, 3}));
+    const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+    ASSERT_EQ(screen.size(), QSize(1280, 800));
+    SaveWaveDialog save(*f, nullptr);
+    OpenWaveDialog open(nullptr);
+    open.setDirectory(QString::fromStdString(path("")));
+    for (QFileDialog* dialog : {static_cast<QFileDialog*>(&save), static_cast<QFileDialog*>(&open)}) {
+        SCOPED_TRACE(dialog->windowTitle().toStdString());
+        dialog->setViewMode(QFileDialog::Detail);
+        dialog->show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(dialog));
+        QTest::qWait(300);  // the file list is read in the background
+        EXPECT_LE(dialog->frameGeometry().width(), screen.width());
+        EXPECT_LE(dialog->frameGeometry().height(), screen.height());
+        // Every widget of the dialog lies inside it at no less than its minimum.
+        for (QWidget* w : dialog->findChildren<QWidget*>()) {
+            if (!w->isVisible() || w->isWindow())
+                continue;
+            const QRect inDialog(w->mapTo(dialog, QPoint(0, 0)), w->size());
+            EXPECT_TRUE(dialog->rect().contains(inDialog)) << w->metaObject()->className() << " "
+                                                           << w->objectName().toStdString();
+        }
+        auto* list = dialog->findChild<QTreeView*>(QStringLiteral("treeView"));
+        ASSERT_NE(list, nullptr);
+        QHeaderView* header = list->header();
+        int used = 0;
+        for (int column = 0; column < header->count(); ++column) {
+            if (header->isSectionHidden(column))
+                continue;
+            used += header->sectionSize(column);
+            if (column > 0) {
+                // Size, type and date: as wide as their widest text.
+                int widest = header->sectionSizeHint(column);
+                for (int row = 0; row < list->model()->rowCount(list->rootIndex()); ++row)
+                    widest = std::max(widest, list->sizeHintForIndex(list->model()->index(row, column, list->rootIndex())).width());
+                EXPECT_GE(header->sectionSize(column), widest) << "column " << column;
+            }
+        }
+        EXPECT_LE(used, list->viewport()->width()) << "the list scrolls sideways";
+        EXPECT_GE(header->sectionSize(0), 250) << "the name column is squeezed";
+        dialog->hide();
+    }
 }
