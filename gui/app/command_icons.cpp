@@ -33,13 +33,15 @@ public:
         return scaledPixmap(size, mode, state, 1.0);
     }
 
+    // `size` is already in device pixels here; `scale` is the ratio the
+    // pixmap is for.
     QPixmap scaledPixmap(const QSize& size, QIcon::Mode mode, QIcon::State state, qreal scale) override
     {
-        QPixmap pixmap(size * scale);
+        QPixmap pixmap(size);
         pixmap.fill(Qt::transparent);
         {
             QPainter p(&pixmap);
-            paint(&p, QRect(QPoint(0, 0), size * scale), mode, state);
+            paint(&p, QRect(QPoint(0, 0), size), mode, state);
         }
         pixmap.setDevicePixelRatio(scale);
         return pixmap;

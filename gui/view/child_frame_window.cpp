@@ -70,7 +70,7 @@ ChildFrameWindow::ChildFrameWindow(std::unique_ptr<CChildFrame> frame, QWidget* 
     // The play bar: Play, Pause, Stop, Loop, a separator, Zoom In, Zoom Out.
     m_playBar->setObjectName(QStringLiteral("PLAYBAR"));
     m_playBar->setIconSize(QSize(12, 12));
-    m_playBar->setStyleSheet(QStringLiteral("QToolBar { spacing: 0px; padding: 0px; } QToolButton { padding: 1px; }"));
+    m_playBar->setStyleSheet(QStringLiteral("QToolBar { spacing: 0px; padding: 0px; } QToolButton { padding: 0px; margin: 0px; }"));
     for (int id : {11401, 11402, 11403, 11404, 0, 1898, 1899}) {
         if (id == 0) {
             m_playBar->addSeparator();
@@ -158,6 +158,7 @@ void ChildFrameWindow::paintEvent(QPaintEvent*)
     m_frame->nClientWidth = width();
     m_frame->nClientHeight = height();
     m_renderer.setColours(DisplayColours::fromPreferences(preferences()));
+    m_renderer.setScale(static_cast<int>(std::ceil(devicePixelRatioF() - 0.01)));
     m_renderer.paint(*m_frame, m_client, timeFormat());
     if (!m_tracedWaveform && m_renderer.columnsDrawn() > 0 && timing_trace_enabled()) {
         m_tracedWaveform = true;
@@ -168,21 +169,24 @@ void ChildFrameWindow::paintEvent(QPaintEvent*)
     p.fillRect(QRect(0, height() - nControlRowHeight, width(), nControlRowHeight), palette().window());
     if (m_playCursor >= 0) {
         const float x = m_frame->sample_to_pixel(static_cast<std::uint32_t>(m_playCursor));
-        if (x >= 0 && x < width() && x < m_client.width()) {
-            // A red line, but never red on red: over a reddish pixel (the
-            // highlight) the cursor takes that pixel's opposite colour, so it
-            // stays visible over any background.
+        const int s = m_renderer.scale();
+        if (x >= 0 && x < width() && static_cast<int>(x) * s < m_client.width()) {
+            // A red line a window pixel wide (two device pixels on a
+            // double-density screen), but never red on red: over a reddish
+            // pixel (the highlight) the cursor takes that pixel's opposite
+            // colour, so it stays visible over any background.
             const int top = std::max(0, m_frame->nInfoHeight);
-            const int bottom = std::min(m_client.height(), height() - nControlRowHeight);
+            const int bottom = std::min(m_client.height() / s, height() - nControlRowHeight);
             if (bottom > top) {
-                QImage column(1, bottom - top, QImage::Format_RGB32);
-                for (int y = top; y < bottom; ++y) {
-                    const QColor under = m_client.pixelColor(static_cast<int>(x), y);
-                    const bool reddish = under.red() > 150 && under.green() < 110 && under.blue() < 110;
-                    column.setPixelColor(0, y - top,
-                                         reddish ? QColor(255 - under.red(), 255 - under.green(), 255 - under.blue())
-                                                 : QColor(Qt::red));
-                }
+                QImage column(s, (bottom - top) * s, QImage::Format_RGB32);
+                for (int y = 0; y < column.height(); ++y)
+                    for (int dx = 0; dx < s; ++dx) {
+                        const QColor under = m_client.pixelColor(static_cast<int>(x) * s + dx, top * s + y);
+                        const bool reddish = under.red() > 150 && under.green() < 110 && under.blue() < 110;
+                        column.setPixelColor(dx, y,
+                                             reddish ? QColor(255 - under.red(), 255 - under.green(), 255 - under.blue())
+                                                     : QColor(Qt::red));
+                    }
                 p.drawImage(QRectF(std::floor(x), top, 1, bottom - top), column);
             }
         }

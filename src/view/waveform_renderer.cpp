@@ -85,6 +85,20 @@ WaveformRenderer::WaveformRenderer(int screenWidth)
 
 void WaveformRenderer::setColours(const DisplayColours& colours) { m_colours = colours; }
 
+void WaveformRenderer::setScale(int scale)
+{
+    scale = scale <= 1 ? 1 : scale <= 2 ? 2 : 4;  // whole frames per column need a power of two
+    if (scale == m_scale)
+        return;
+    m_scale = scale;
+    m_wave = QImage();
+    m_ruler = QImage();
+    m_lastColumn = 0;
+    // The bricks keep their size in window pixels.
+    m_brick = makeBrickTile().scaled(8 * scale, 8 * scale);
+    m_brick.setDevicePixelRatio(scale);
+}
+
 int WaveformRenderer::drawingHeight(const CChildFrame& f, int clientHeight)
 {
     return std::max(4, clientHeight + 2 - f.nInfoHeight - nControlRowHeight - nRulerHeight);
@@ -93,23 +107,28 @@ int WaveformRenderer::drawingHeight(const CChildFrame& f, int clientHeight)
 void WaveformRenderer::paint(CChildFrame& f, QImage& client, int timeFormat)
 {
     const int height = drawingHeight(f, f.nClientHeight);
+    const int s = m_scale;
     bool full = f.bRedrawAll || f.bRedrawRuler || f.bSizeChanged || f.nLineScrollDirection != 0;
-    if (m_wave.isNull() || m_wave.height() != height) {
-        m_wave = QImage(m_screenWidth, height, QImage::Format_RGB32);
+    if (m_wave.isNull() || m_wave.height() != height * s || m_wave.width() != m_screenWidth * s) {
+        m_wave = QImage(m_screenWidth * s, height * s, QImage::Format_RGB32);
+        m_wave.setDevicePixelRatio(s);
         full = true;
     }
     drawWaveformBitmap(f, full);
     drawRuler(f, timeFormat);
 
-    if (client.size() != QSize(f.nClientWidth, f.nClientHeight))
-        client = QImage(f.nClientWidth, f.nClientHeight, QImage::Format_RGB32);
+    // The client image has the device's pixels; everything drawn with a
+    // painter below uses the window's own (logical) coordinates.
+    if (client.size() != QSize(f.nClientWidth * s, f.nClientHeight * s))
+        client = QImage(f.nClientWidth * s, f.nClientHeight * s, QImage::Format_RGB32);
+    client.setDevicePixelRatio(s);
     client.fill(kRulerGrey);
     QPainter p(&client);
     const int rulerTop = f.nInfoHeight + kStripHeight;
-    p.drawImage(QPoint(0, rulerTop), m_ruler, QRect(0, 0, f.nClientWidth, nRulerHeight - kStripHeight));
+    p.drawImage(QPoint(0, rulerTop), m_ruler, QRect(0, 0, f.nClientWidth * s, (nRulerHeight - kStripHeight) * s));
     const int waveTop = f.nInfoHeight + nRulerHeight;
     const int waveRows = std::max(0, f.nClientHeight - nControlRowHeight - waveTop);
-    p.drawImage(QPoint(0, waveTop), m_wave, QRect(0, 0, f.nClientWidth, std::min(waveRows, m_wave.height())));
+    p.drawImage(QPoint(0, waveTop), m_wave, QRect(0, 0, f.nClientWidth * s, std::min(waveRows, height) * s));
     p.end();
     drawStrip(f, client);
     drawTimemarks(f, client);
@@ -130,34 +149,39 @@ void WaveformRenderer::paint(CChildFrame& f, QImage& client, int timeFormat)
 
 void WaveformRenderer::drawWaveformBitmap(CChildFrame& f, bool full)
 {
+    // The bands, grid, full-scale lines and bricks are drawn in window
+    // coordinates (the painter scales them to the device); the trace and the
+    // centre dots address the device's pixels.
+    const int s = m_scale;
     const int bands = bandCount(f);
-    const int height = m_wave.height();
-    const int from = full ? 0 : std::max(0, m_lastColumn);
+    const int height = m_wave.height() / s;
+    const int from = full ? 0 : std::max(0, (m_lastColumn + s - 1) / s);
+    const double scale = (bands == 2 ? 0.5 : 1.0) * (height - 10) /
+                         (f.wfx.wBitsPerSample == 16 ? 65536.0 : f.wfx.wBitsPerSample == 8 ? 256.0 : 1.0);
+    const double fullScale = (f.wfx.wBitsPerSample == 16 ? 32767.0 : 127.0) * scale;
     {
         QPainter p(&m_wave);
+        auto row = [&](int y, const QColor& colour) {
+            if (y >= 0 && y < height)
+                p.fillRect(QRect(from, y, m_screenWidth - from, 1), colour);
+        };
         for (int ch = 0; ch < bands; ++ch) {
             const Band b = bandOf(ch, bands, height);
             const QRect area(from, b.top, m_screenWidth - from, b.height);
             p.fillRect(area, m_colours.background);
-            p.setPen(m_colours.grid);
             for (int k : {1, 3})
-                p.drawLine(from, b.top + k * b.height / 4, m_screenWidth - 1, b.top + k * b.height / 4);
-            p.drawLine(from, b.top + b.height - 1, m_screenWidth - 1, b.top + b.height - 1);
+                row(b.top + k * b.height / 4, m_colours.grid);
+            row(b.top + b.height - 1, m_colours.grid);
         }
-    }
-
-    // Full-scale lines: where the loudest sample of each channel would reach.
-    const double scale = (bands == 2 ? 0.5 : 1.0) * (height - 10) /
-                         (f.wfx.wBitsPerSample == 16 ? 65536.0 : f.wfx.wBitsPerSample == 8 ? 256.0 : 1.0);
-    const double fullScale = (f.wfx.wBitsPerSample == 16 ? 32767.0 : 127.0) * scale;
-    for (int ch = 0; ch < bands; ++ch) {
-        const Band b = bandOf(ch, bands, height);
-        for (int y : {static_cast<int>(b.centre() - fullScale), static_cast<int>(b.centre() + fullScale)})
-            if (y >= 0 && y < height)
-                line(from, y, m_screenWidth - 1, y, m_colours.wavecrest.rgb());
-        // The top band of each channel goes over everything else.
-        line(from, b.top, m_screenWidth - 1, b.top, kTopBand.rgb());
-        line(from, b.top + 1, m_screenWidth - 1, b.top + 1, kTopBand.rgb());
+        // Full-scale lines: where the loudest sample of each channel would
+        // reach; the top band of each channel goes over everything else.
+        for (int ch = 0; ch < bands; ++ch) {
+            const Band b = bandOf(ch, bands, height);
+            row(static_cast<int>(b.centre() - fullScale), m_colours.wavecrest);
+            row(static_cast<int>(b.centre() + fullScale), m_colours.wavecrest);
+            row(b.top, kTopBand);
+            row(b.top + 1, kTopBand);
+        }
     }
 
     m_maxValuesPerColumn = 0;
@@ -166,8 +190,7 @@ void WaveformRenderer::drawWaveformBitmap(CChildFrame& f, bool full)
         traceWaveform(f, full);
 
     QPainter p(&m_wave);
-    p.setPen(Qt::black);
-    p.drawLine(0, height - 2, m_screenWidth - 1, height - 2);
+    p.fillRect(QRect(0, height - 2, m_screenWidth, 1), Qt::black);
     const float end = f.sample_to_pixel(f.nTotalSamples);
     if (end < m_screenWidth) {
         const int x = std::max(0, static_cast<int>(end));
@@ -175,14 +198,17 @@ void WaveformRenderer::drawWaveformBitmap(CChildFrame& f, bool full)
     }
     p.end();
 
-    // Centre lines: grey dots with gaps in the data colour.
+    // Centre lines: grey dots with gaps in the data colour, a window pixel each.
     const QRgb grey = kCentreGrey.rgb();
     const QRgb gap = m_colours.data.rgb();
+    const int stop = std::min(m_screenWidth, std::max(0, static_cast<int>(end))) * s;
     for (int ch = 0; ch < bands; ++ch) {
-        auto* row = reinterpret_cast<QRgb*>(m_wave.scanLine(bandOf(ch, bands, height).centre()));
-        const int stop = std::min(m_screenWidth, std::max(0, static_cast<int>(end)));
-        for (int x = 0; x < stop; ++x)
-            row[x] = (x & 1) ? gap : grey;
+        const int centre = bandOf(ch, bands, height).centre() * s;
+        for (int dy = 0; dy < s; ++dy) {
+            auto* line = reinterpret_cast<QRgb*>(m_wave.scanLine(centre + dy));
+            for (int x = 0; x < stop; ++x)
+                line[x] = ((x / s) & 1) ? gap : grey;
+        }
     }
 }
 
@@ -202,13 +228,21 @@ void WaveformRenderer::traceWaveform(CChildFrame& f, bool full)
     int level = f.nMaxZoomLevel;
     int shift = 0;
     std::int64_t step = 1;
+    // The trace goes over the device's columns: `s` of them a window pixel.
+    // Where a window pixel holds fewer frames than that, each frame takes
+    // `repeat` columns.
+    const int s = m_scale;
+    int repeat = 1;
     if (f.nTotalSamples < static_cast<std::uint32_t>(m_screenWidth)) {
         // Very short documents always show one unit a column, whatever the zoom.
         f.fZoom = 1.0f;
         full = true;
+        repeat = s;
     } else {
-        const auto r = static_cast<std::int64_t>(f.fMaxZoom / f.fZoom);
-        if (f.fMaxZoom / 128.0f <= f.fZoom) {
+        const auto perPixel = static_cast<std::int64_t>(f.fMaxZoom / f.fZoom);
+        repeat = perPixel >= s ? 1 : static_cast<int>(s / perPixel);
+        const std::int64_t r = std::max<std::int64_t>(1, perPixel / s);
+        if (r <= 128) {
             step = r;
         } else if (r <= kCoarseGroupFrames || f.coarseOverview.empty()) {
             source = Source::Overview;
@@ -239,13 +273,13 @@ void WaveformRenderer::traceWaveform(CChildFrame& f, bool full)
     int startColumn = 1;
     if (!full) {
         const double startUnits = std::ldexp(static_cast<double>(start), shift);
-        startColumn = static_cast<int>(f.level_index_to_pixel(static_cast<std::uint32_t>(startUnits))) + 1;
+        startColumn = static_cast<int>(f.level_index_to_pixel(static_cast<std::uint32_t>(startUnits)) * s) + 1;
         startColumn = std::max({1, startColumn, m_lastColumn});
     }
 
-    const int height = m_wave.height();
+    const int height = m_wave.height();  // device rows
     const int bands = bandCount(f);
-    const double scale = (bands == 2 ? 0.5 : 1.0) * (height - 10) /
+    const double scale = (bands == 2 ? 0.5 : 1.0) * (height - 10 * s) /
                          (bps == 2 ? 65536.0 : bps == 1 ? 256.0 : 1.0);
     const QRgb colour = m_colours.data.rgb();
     const std::uint8_t* data8 = f.level8(level);
@@ -256,12 +290,13 @@ void WaveformRenderer::traceWaveform(CChildFrame& f, bool full)
 
     std::int64_t index = start;
     if (startColumn > 1 && !full)
-        index = start + static_cast<std::int64_t>(startColumn - 1) * block;
+        index = start + static_cast<std::int64_t>((startColumn - 1) / repeat) * block;
     bool havePrev = !full && startColumn > 1 && startColumn == m_lastColumn;
     int prevMax[2] = {m_prevMax[0], m_prevMax[1]};
     int x = startColumn;
     bool stop = false;
-    for (; x < m_screenWidth && index < end && !stop; ++x) {
+    const int columns = m_screenWidth * s;
+    for (; x < columns && index < end && !stop; x += repeat) {
         int lo[2] = {32767, 32767};
         int hi[2] = {-32767, -32767};
         long read = 0;
@@ -287,7 +322,7 @@ void WaveformRenderer::traceWaveform(CChildFrame& f, bool full)
             const int yMin = centre + static_cast<int>(lo[ch] * scale);
             const int yMax = centre + static_cast<int>(hi[ch] * scale);
             const int yPrev = havePrev ? centre + static_cast<int>(prevMax[ch] * scale) : yMin;
-            line(x - 1, yPrev, x, yMin, colour);
+            line(x - repeat, yPrev, x, yMin, colour);
             if (hi[ch] != lo[ch])
                 line(x, yMin, x, yMax, colour);
             prevMax[ch] = hi[ch];
@@ -357,8 +392,10 @@ void WaveformRenderer::line(int x0, int y0, int x1, int y1, QRgb colour)
 
 void WaveformRenderer::drawRuler(CChildFrame& f, int timeFormat)
 {
-    if (m_ruler.isNull())
-        m_ruler = QImage(m_screenWidth, nRulerHeight, QImage::Format_RGB32);
+    if (m_ruler.isNull()) {
+        m_ruler = QImage(m_screenWidth * m_scale, nRulerHeight * m_scale, QImage::Format_RGB32);
+        m_ruler.setDevicePixelRatio(m_scale);
+    }
     m_ruler.fill(kRulerGrey);
     QPainter p(&m_ruler);
     QFont font = p.font();
@@ -469,8 +506,11 @@ void WaveformRenderer::drawCaret(const CChildFrame& f, QImage& client)
         return;
     const int top = f.nInfoHeight + nRulerHeight;
     const int bottom = f.nClientHeight - nControlRowHeight;
+    const int s = m_scale;
     for (int y = top; y < bottom; y += 2)
-        reinterpret_cast<QRgb*>(client.scanLine(y))[f.nCaretX] = qRgb(255, 0, 0);
+        for (int dy = 0; dy < s; ++dy)
+            for (int dx = 0; dx < s; ++dx)
+                reinterpret_cast<QRgb*>(client.scanLine(y * s + dy))[f.nCaretX * s + dx] = qRgb(255, 0, 0);
 }
 
 void WaveformRenderer::drawTimemarks(const CChildFrame& f, QImage& client)

@@ -31,6 +31,12 @@ public:
     void paint(CChildFrame& frame, QImage& client, int timeFormat);
 
     void setColours(const DisplayColours& colours);
+    // Device pixels per window pixel (1, 2 or 4; a fractional ratio rounds
+    // up): the images have the device's resolution, the trace has a column
+    // for every device pixel, and everything else keeps its size in window
+    // pixels. The frame's arithmetic stays in window pixels.
+    void setScale(int scale);
+    int scale() const { return m_scale; }
     const QImage& waveformImage() const { return m_wave; }
     const QImage& rulerImage() const { return m_ruler; }
 
@@ -53,6 +59,7 @@ private:
     void line(int x0, int y0, int x1, int y1, QRgb colour);
 
     int m_screenWidth;
+    int m_scale = 1;
     DisplayColours m_colours;
     QImage m_wave;
     QImage m_ruler;
