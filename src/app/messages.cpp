@@ -22,30 +22,40 @@ std::string formatInto(size_t bufferSize, const char* format, va_list args)
     return text;
 }
 
-// The file the messages are about now ("" for none).
+// The file the messages are about now ("" for none), and what it holds.
 std::string g_messageFile;
+std::string g_messageContent;
 
 // The text with the file it is about, unless the text names it already
 // (by its path or its name).
 std::string aboutFile(std::string text)
 {
-    if (g_messageFile.empty() || text.find(g_messageFile) != std::string::npos)
+    if (g_messageFile.empty())
         return text;
     const std::size_t slash = g_messageFile.find_last_of('/');
     const std::string name = slash == std::string::npos ? g_messageFile : g_messageFile.substr(slash + 1);
-    if (!name.empty() && text.find(name) != std::string::npos)
-        return text;
-    return text + "\n\n" + g_messageFile;
+    const bool named = text.find(g_messageFile) != std::string::npos || (!name.empty() && text.find(name) != std::string::npos);
+    if (!named)
+        text += "\n\n" + g_messageFile;
+    if (!g_messageContent.empty() && text.find(g_messageContent) == std::string::npos)
+        text += "\n\n" + g_messageContent;
+    return text;
 }
 
 }  // namespace
 
-MessageFileScope::MessageFileScope(std::string path) : m_previous(std::move(g_messageFile))
+MessageFileScope::MessageFileScope(std::string path, std::string content)
+    : m_previous(std::move(g_messageFile)), m_previousContent(std::move(g_messageContent))
 {
     g_messageFile = std::move(path);
+    g_messageContent = std::move(content);
 }
 
-MessageFileScope::~MessageFileScope() { g_messageFile = std::move(m_previous); }
+MessageFileScope::~MessageFileScope()
+{
+    g_messageFile = std::move(m_previous);
+    g_messageContent = std::move(m_previousContent);
+}
 
 int ErrMsg(const char* format, ...)
 {

@@ -25,16 +25,19 @@ void message_beep();
 
 // While one lives, the messages and questions name the file they are about:
 // the program's text, then the file on a line of its own (unless the text
-// names it already). Scopes nest; the innermost file is named.
+// names it already), then what the file holds when that explains the
+// message (`content`, a sentence, may be empty). Scopes nest; the innermost
+// file is named.
 class MessageFileScope {
 public:
-    explicit MessageFileScope(std::string path);
+    explicit MessageFileScope(std::string path, std::string content = {});
     ~MessageFileScope();
     MessageFileScope(const MessageFileScope&) = delete;
     MessageFileScope& operator=(const MessageFileScope&) = delete;
 
 private:
     std::string m_previous;
+    std::string m_previousContent;
 };
 
 inline constexpr const char* kProductName = "Ondrava";

@@ -1,4 +1,5 @@
 #include "view/document_open.h"
+#include "wavefile/file_content.h"
 
 #include "app/app_paths.h"
 #include "app/clock.h"
@@ -183,7 +184,7 @@ int open_raw_document(CChildFrame& f, const std::string& raw, std::uint64_t byte
 std::unique_ptr<CChildFrame> open_document_file(const std::string& path)
 {
     // Every message of the open names the file.
-    const MessageFileScope about(path);
+    const MessageFileScope about(path, unopenable_content_description(path));
     if (!open_by_type(path, file_type_of(path)))
         return nullptr;
     auto frame = std::make_unique<CChildFrame>();

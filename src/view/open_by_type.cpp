@@ -1,4 +1,6 @@
 #include "view/open_by_type.h"
+#include "app/messages.h"
+#include "wavefile/file_content.h"
 
 #include "app/app_paths.h"
 #include "app/file_names.h"
@@ -20,8 +22,18 @@ int open_by_type(const std::string& name, int type)
     szOpenedAviFileName.clear();
     if (type >= 1 && type <= 15)
         return open_foreign_file(name);
-    if (type == kTypeRealMedia || type == kTypeMp3)
-        return 0;  // written only
+    if (type == kTypeRealMedia || type == kTypeMp3) {
+        // Types the program writes but does not read: say so, and what the
+        // file holds when its bytes tell.
+        std::string text = unopenable_content_description(name);
+        if (text.empty()) {
+            const std::size_t slash = name.find_last_of('/');
+            text = (slash == std::string::npos ? name : name.substr(slash + 1)) +
+                   " is of a type this version writes but cannot open.";
+        }
+        message_box(nullptr, text, kProductName, MB_OK | MB_ICONEXCLAMATION);
+        return 0;
+    }
     if (type == kTypeAvi) {
         // The sound track becomes "TESTAVI.WAV"; the document remembers its AVI.
         const std::string wave = exchange_file_path("TESTAVI.WAV");

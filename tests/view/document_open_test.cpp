@@ -2,6 +2,7 @@
 #include "view/child_frame.h"
 #include "view/display_levels.h"
 #include "view/document_open.h"
+#include "wavefile/file_content.h"
 #include "view/document_save.h"
 #include "wavefile/wave_header.h"
 
@@ -252,18 +253,23 @@ TEST_F(DocumentOpenTest, BadFilesGiveTheirMessageAndLeaveNothingBehind)
         EXPECT_EQ(openBytes(c.file), nullptr) << (c.message ? c.message : "unknown format");
         // The program's text, then the file it is about.
         const std::string message =
-            c.message ? c.message + std::string("\n\n") + path("in.wav") : path("in.wav") + " has an unknown (non-PCM) format.";
+            c.message ? c.message + std::string("\n\n") + path("in.wav")
+                      : path("in.wav") + " has an unknown (non-PCM) format.\n\nin.wav holds MP3 audio in a WAVE file, "
+                                         "which this version cannot open (it opens 8- and 16-bit PCM and ADPCM in mono "
+                                         "or stereo).";
         EXPECT_EQ(shownTexts(), std::vector<std::string>{message});
         EXPECT_TRUE(filesIn(workDir()).empty()) << message;
     }
-    for (const Bytes& file : {W::pcm(4, 22050, 16, W::randomBytes(800, 13)),
-                              W::pcm(2, 22050, 24, W::randomBytes(600, 14)),
-                              W::pcm(0, 22050, 8, W::randomBytes(600, 15))}) {
+    // The program's text, then what the file holds when that explains it.
+    const std::string only = "Cannot open in.wav: only 8-bit and 16-bit mono or stereo PCM files can be edited.";
+    const std::string cannot = ", which this version cannot open (it opens 8- and 16-bit PCM and ADPCM in mono or stereo).";
+    for (const auto& [file, message] :
+         {std::pair{W::pcm(4, 22050, 16, W::randomBytes(800, 13)), only + "\n\nin.wav holds 4-channel audio in a WAVE file" + cannot},
+          std::pair{W::pcm(2, 22050, 24, W::randomBytes(600, 14)), only + "\n\nin.wav holds 24-bit PCM in a WAVE file" + cannot},
+          std::pair{W::pcm(0, 22050, 8, W::randomBytes(600, 15)), only}}) {
         host.clearShown();
         EXPECT_EQ(openBytes(file), nullptr);
-        EXPECT_EQ(shownTexts(), std::vector<std::string>{
-                                    "Cannot open in.wav: only 8-bit and 16-bit mono or stereo PCM "
-                                    "files can be edited."});
+        EXPECT_EQ(shownTexts(), std::vector<std::string>{message});
         EXPECT_TRUE(filesIn(workDir()).empty());
     }
     host.clearShown();
@@ -342,4 +348,57 @@ TEST_F(DocumentOpenTest, OnlyAModifiedDocumentAsksBeforeClosing)
     EXPECT_EQ(host.shown()[0].text, "OK to close in.wav?");
     EXPECT_EQ(host.shown()[0].style, static_cast<unsigned>(MB_OKCANCEL | MB_ICONQUESTION));
     EXPECT_EQ(f->query_close(), 1);
+}
+
+// Audio this version cannot open is refused with the program's message, the
+// file's name, and what the file holds, judged by its bytes, not its name.
+TEST_F(DocumentOpenTest, FilesOfOtherFormatsAreRefusedSayingWhatTheyHold)
+{
+    auto fmt = [](std::uint16_t tag, std::uint16_t channels, std::uint16_t bits) {
+        return WavBuilder::fmtBody(tag, channels, 44100, bits);
+    };
+    WavBuilder::Bytes extensible = fmt(0xFFFE, 2, 24);
+    WavBuilder::put16(extensible, 22);  // the extension: valid bits, channel mask, sub-format
+    WavBuilder::put16(extensible, 24);
+    WavBuilder::put32(extensible, 3);
+    WavBuilder::put16(extensible, 1);  // PCM
+    for (std::uint8_t b : {0x00, 0x00, 0x00, 0x00, 0x10, 0x00, 0x80, 0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71})
+        extensible.push_back(b);
+    const WavBuilder::Bytes samples(600, 0);
+    auto riff = [&](const WavBuilder::Bytes& format) {
+        return WavBuilder::riff({WavBuilder::chunk("fmt ", format), WavBuilder::chunk("data", samples)});
+    };
+    auto bytes = [](std::string text) {
+        text.resize(600, '\0');
+        return WavBuilder::Bytes(text.begin(), text.end());
+    };
+    const struct {
+        const char* name;
+        WavBuilder::Bytes content;
+        const char* holds;
+    } cases[] = {
+        {"deep.wav", riff(extensible), "24-bit PCM in the extensible WAVE header"},
+        {"float.wav", riff(fmt(3, 2, 32)), "32-bit floating-point samples in a WAVE file"},
+        {"surround.wav", riff(fmt(1, 6, 16)), "6-channel audio in a WAVE file"},
+        {"song.flac", bytes("fLaC"), "FLAC audio"},
+        {"song.ogg", bytes(std::string("OggS") + std::string(24, '\x01') + "\x01vorbis"), "Ogg Vorbis audio"},
+        {"talk.opus", bytes(std::string("OggS") + std::string(24, '\x01') + "OpusHead"), "Opus audio"},
+        {"tune.mp3", bytes("ID3\x04"), "MP3 audio"},
+        {"tune.wav", bytes("\xFF\xFB\x90\x64"), "MP3 audio"},  // an MP3 under a WAVE name
+        {"song.m4a", bytes(std::string("\0\0\0\x20", 4) + "ftypM4A "), "MP4/M4A"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        writeFile(path(c.name), c.content);
+        host.clearShown();
+        EXPECT_EQ(open_document_file(path(c.name)), nullptr);
+        ASSERT_FALSE(host.shown().empty()) << "refused without a word";
+        const std::string text = host.shown().back().text;
+        EXPECT_NE(text.find(std::string(c.name) + " holds " + c.holds), std::string::npos) << text;
+        EXPECT_NE(text.find("cannot open"), std::string::npos) << text;
+    }
+    // A file it opens gets no such sentence, and a 16-bit file opens as before.
+    writeFile(path("plain.wav"), WavBuilder::pcm(2, 44100, 16, WavBuilder::indexedFrames(1000)));
+    EXPECT_EQ(unopenable_content_description(path("plain.wav")), "");
+    EXPECT_NE(open_document_file(path("plain.wav")), nullptr);
 }

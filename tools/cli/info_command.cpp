@@ -1,4 +1,5 @@
 #include "cli_args.h"
+#include "wavefile/file_content.h"
 
 #include "app/messages.h"
 #include "wavefile/riff_info.h"
@@ -18,7 +19,7 @@ int run_info_command(const std::vector<std::string>& argv)
         return kExitUsage;
     }
     const std::string& file = args->positionals()[0];
-    const MessageFileScope about(file);
+    const MessageFileScope about(file, unopenable_content_description(file));
     if (!ReadInputWaveformHeader(file, 1))
         return kExitFailed;
 
