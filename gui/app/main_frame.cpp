@@ -204,10 +204,15 @@ QAction* CMainFrame::addCommand(QMenu* menu, int id, const QString& fallback, co
             onCommand(id);
             return;
         }
-        // The command, how long it took, and the highlight it worked on.
+        // The command, how long it took, and the highlight (and channels) it worked on.
         QString highlight;
         if (ChildFrameWindow* doc = activeDocument())
-            highlight = QStringLiteral("%1:%2").arg(doc->frame().nSelStart).arg(doc->frame().nSelEnd);
+            highlight = QStringLiteral("%1:%2 %3")
+                            .arg(doc->frame().nSelStart)
+                            .arg(doc->frame().nSelEnd)
+                            .arg(doc->frame().bLeftChannel && doc->frame().bRightChannel ? QStringLiteral("both")
+                                 : doc->frame().bLeftChannel                              ? QStringLiteral("left")
+                                                                                          : QStringLiteral("right"));
         QElapsedTimer took;
         took.start();
         onCommand(id);
