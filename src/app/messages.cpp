@@ -1,5 +1,6 @@
 #include "app/messages.h"
 
+#include "app/app_paths.h"
 #include "app/string_table.h"
 #include "app/ui_host.h"
 
@@ -32,8 +33,7 @@ std::string aboutFile(std::string text)
 {
     if (g_messageFile.empty())
         return text;
-    const std::size_t slash = g_messageFile.find_last_of('/');
-    const std::string name = slash == std::string::npos ? g_messageFile : g_messageFile.substr(slash + 1);
+    const std::string name = file_name_part(g_messageFile);
     const bool named = text.find(g_messageFile) != std::string::npos || (!name.empty() && text.find(name) != std::string::npos);
     if (!named)
         text += "\n\n" + g_messageFile;

@@ -1,11 +1,10 @@
 #include "view/open_by_type.h"
-#include "app/messages.h"
-#include "wavefile/file_content.h"
 
 #include "app/app_paths.h"
 #include "app/file_names.h"
 #include "app/messages.h"
 #include "wavefile/avi_file.h"
+#include "wavefile/file_content.h"
 #include "wavefile/adpcm_open.h"
 #include "wavefile/file_types.h"
 #include "wavefile/foreign_formats.h"
@@ -26,11 +25,8 @@ int open_by_type(const std::string& name, int type)
         // Types the program writes but does not read: say so, and what the
         // file holds when its bytes tell.
         std::string text = unopenable_content_description(name);
-        if (text.empty()) {
-            const std::size_t slash = name.find_last_of('/');
-            text = (slash == std::string::npos ? name : name.substr(slash + 1)) +
-                   " is of a type this version writes but cannot open.";
-        }
+        if (text.empty())
+            text = file_name_part(name) + " is of a type this version writes but cannot open.";
         message_box(nullptr, text, kProductName, MB_OK | MB_ICONEXCLAMATION);
         return 0;
     }

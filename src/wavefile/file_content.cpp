@@ -1,5 +1,7 @@
 #include "wavefile/file_content.h"
 
+#include "app/app_paths.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -103,8 +105,7 @@ std::string unopenable_content_description(const std::string& path)
     const std::string what = describe(head);
     if (what.empty())
         return {};
-    const std::size_t slash = path.find_last_of('/');
-    const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+    const std::string name = file_name_part(path);
     const bool wave = what.find("WAVE") != std::string::npos;
     return name + " holds " + what + ", which this version cannot open" +
            (wave ? " (it opens 8- and 16-bit PCM and ADPCM in mono or stereo)." : ".");
