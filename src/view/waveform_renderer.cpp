@@ -44,6 +44,14 @@ struct Band {
 
 int bandCount(const CChildFrame& f) { return f.wfx.nChannels == 2 ? 2 : 1; }
 
+// Rows a sample value moves the trace in a drawing `rows` high, less a
+// margin of `margin` rows: half the height for each band of a stereo file.
+double rowsPerValue(const CChildFrame& f, int rows, int margin)
+{
+    return (bandCount(f) == 2 ? 0.5 : 1.0) * (rows - margin) /
+           (f.wfx.wBitsPerSample == 16 ? 65536.0 : f.wfx.wBitsPerSample == 8 ? 256.0 : 1.0);
+}
+
 Band bandOf(int channel, int bands, int height)
 {
     if (bands == 1)
@@ -156,9 +164,7 @@ void WaveformRenderer::drawWaveformBitmap(CChildFrame& f, bool full)
     const int bands = bandCount(f);
     const int height = m_wave.height() / s;
     const int from = full ? 0 : std::max(0, (m_lastColumn + s - 1) / s);
-    const double scale = (bands == 2 ? 0.5 : 1.0) * (height - 10) /
-                         (f.wfx.wBitsPerSample == 16 ? 65536.0 : f.wfx.wBitsPerSample == 8 ? 256.0 : 1.0);
-    const double fullScale = (f.wfx.wBitsPerSample == 16 ? 32767.0 : 127.0) * scale;
+    const double fullScale = (f.wfx.wBitsPerSample == 16 ? 32767.0 : 127.0) * rowsPerValue(f, height, 10);
     {
         QPainter p(&m_wave);
         auto row = [&](int y, const QColor& colour) {
@@ -279,8 +285,7 @@ void WaveformRenderer::traceWaveform(CChildFrame& f, bool full)
 
     const int height = m_wave.height();  // device rows
     const int bands = bandCount(f);
-    const double scale = (bands == 2 ? 0.5 : 1.0) * (height - 10 * s) /
-                         (bps == 2 ? 65536.0 : bps == 1 ? 256.0 : 1.0);
+    const double scale = rowsPerValue(f, height, 10 * s);
     const QRgb colour = m_colours.data.rgb();
     const std::uint8_t* data8 = f.level8(level);
     const std::int16_t* data16 = source == Source::Coarse ? f.coarseOverview.data() : f.level16(level);
@@ -506,11 +511,9 @@ void WaveformRenderer::drawCaret(const CChildFrame& f, QImage& client)
         return;
     const int top = f.nInfoHeight + nRulerHeight;
     const int bottom = f.nClientHeight - nControlRowHeight;
-    const int s = m_scale;
+    QPainter p(&client);
     for (int y = top; y < bottom; y += 2)
-        for (int dy = 0; dy < s; ++dy)
-            for (int dx = 0; dx < s; ++dx)
-                reinterpret_cast<QRgb*>(client.scanLine(y * s + dy))[f.nCaretX * s + dx] = qRgb(255, 0, 0);
+        p.fillRect(QRect(f.nCaretX, y, 1, 1), QColor(255, 0, 0));
 }
 
 void WaveformRenderer::drawTimemarks(const CChildFrame& f, QImage& client)
