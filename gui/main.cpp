@@ -13,12 +13,14 @@
 #include <QScreen>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 
 namespace {
 
-// --help, --version and unknown options, before any window: 0 to go on,
-// else the exit status. "--" ends the options (a file may begin with "-").
-int commandLineOptions(int argc, char** argv)
+// --help, --version and unknown options, before any window: the exit
+// status when the program ends here, nothing to go on. "--" ends the options
+// (a file may begin with "-").
+std::optional<int> commandLineOptions(int argc, char** argv)
 {
     for (int i = 1; i < argc; ++i) {
         const char* a = argv[i];
@@ -31,27 +33,27 @@ int commandLineOptions(int argc, char** argv)
                         "      --version  show the version and exit\n"
                         "  --             the names after it are files, even when they begin with '-'\n\n"
                         "The command line without windows is ondrava-cli (ondrava-cli --help).\n");
-            return 1;
+            return 0;
         }
         if (std::strcmp(a, "--version") == 0) {
             std::printf("Ondrava %s\n", ONDRAVA_VERSION);
-            return 1;
+            return 0;
         }
         // Qt's own options (-platform, -style ...) pass; other dashes do not.
         if (a[0] == '-' && a[1] == '-') {
             std::fprintf(stderr, "ondrava: unknown option %s (ondrava --help lists them)\n", a);
-            return 3;
+            return 2;
         }
     }
-    return 0;
+    return std::nullopt;
 }
 
 }  // namespace
 
 int main(int argc, char** argv)
 {
-    if (const int options = commandLineOptions(argc, argv))
-        return options == 1 ? 0 : 2;
+    if (const auto status = commandLineOptions(argc, argv))
+        return *status;
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Ondrava"));
     QApplication::setOrganizationName(QStringLiteral("Ondrava"));

@@ -39,7 +39,6 @@ namespace {
 
 const char* const kHighlightMime = "application/x-ondrava-highlight";
 
-// The play bar's 10 x 10 images, drawn anew.
 QString toolTipOf(int id)
 {
     const QString text = QString::fromStdString(load_string(id));
@@ -65,7 +64,7 @@ ChildFrameWindow::ChildFrameWindow(std::unique_ptr<CChildFrame> frame, QWidget* 
     setMinimumSize(160, nRulerHeight + nControlRowHeight + 40);
     m_frame->bColorDisplay = preferences().colorDisplay;
     m_frame->bToolTips = preferences().toolTips;
-    m_fitted = !preferences().zoomedInitialDisplay;
+    m_fittedLevel = preferences().zoomedInitialDisplay ? kNotFitted : kFitPending;
 
     // The play bar: Play, Pause, Stop, Loop, a separator, Zoom In, Zoom Out.
     m_playBar->setObjectName(QStringLiteral("PLAYBAR"));
@@ -236,13 +235,16 @@ void ChildFrameWindow::resizeEvent(QResizeEvent*)
     m_frame->nClientWidth = width();
     m_frame->nClientHeight = height();
     m_frame->bSizeChanged = true;
-    const bool stillFitted = m_fitted && m_frame->nFirstSample == 0 &&
-                             (m_fittedLevel == 0 || m_frame->nZoomLevel == m_fittedLevel);
-    if (stillFitted && !transport_state().busy()) {
+    // The view follows the size while it is still the fitted one: the level
+    // the fit chose, from the start of the file.
+    const bool stillFitted = m_fittedLevel == kFitPending ||
+                             (m_fittedLevel == m_frame->nZoomLevel && m_frame->nFirstSample == 0);
+    if (!stillFitted)
+        m_fittedLevel = kNotFitted;
+    else if (!transport_state().busy()) {
         zoom_to_fit(*m_frame);
         m_fittedLevel = m_frame->nZoomLevel;
     }
-    m_fitted = stillFitted;
     compute_scroll_range(*m_frame, true);
     update_highlight_pixels(*m_frame);
     layoutControls();
@@ -495,7 +497,6 @@ bool ChildFrameWindow::command(int id)
     case 88: zoom_minimum(f); break;
     case kCommandFitToWindow:
         zoom_to_fit(f);
-        m_fitted = true;
         m_fittedLevel = f.nZoomLevel;
         break;
     case 11800: go_to_beginning(f); break;

@@ -78,10 +78,12 @@ private:
     QPoint m_pressAt;
     int m_wheelPixels = 0;
     // A window opens fitted to its width and follows its size while the
-    // user has not zoomed or scrolled away from that view.
-    bool m_fitted = false;
+    // user has not zoomed or scrolled away from that view: the level the fit
+    // chose, or one of these.
+    static constexpr int kNotFitted = -1;
+    static constexpr int kFitPending = 0;  // fitted at the first size it gets
+    int m_fittedLevel = kNotFitted;
     bool m_tracedWaveform = false;  // the first picture with data went to the timing trace
-    int m_fittedLevel = 0;
     WaveformRenderer m_renderer;
     QImage m_client;
     QToolBar* m_playBar;

@@ -161,7 +161,7 @@ void write_yes_no(IniFile& profile, const char* section, const char* name, bool 
     profile.set(section, name, on ? "yes" : "no");
 }
 
-void read_preferences(IniFile& profile, Preferences& prefs)
+bool read_preferences(IniFile& profile, Preferences& prefs)
 {
     for (const YesNoKey& k : kYesNoKeys)
         prefs.*k.field = yes_no_setting(profile, "Preferences", k.key, k.defaultOn);
@@ -180,7 +180,8 @@ void read_preferences(IniFile& profile, Preferences& prefs)
     prefs.openFolder = readText(profile, "Preferences", "Open folder");
 
     prefs.lastUsedDirectory = readText(profile, "Data directory", "Last used directory");
-    if (prefs.lastUsedDirectory.empty()) {
+    const bool filledIn = prefs.lastUsedDirectory.empty();
+    if (filledIn) {
         prefs.lastUsedDirectory = default_data_directory();
         profile.set("Data directory", "Last used directory", prefs.lastUsedDirectory);
     }
@@ -207,6 +208,7 @@ void read_preferences(IniFile& profile, Preferences& prefs)
             break;
         prefs.recentFiles.push_back(name);
     }
+    return filledIn;
 }
 
 void write_preferences(IniFile& profile, const Preferences& prefs)
@@ -242,9 +244,7 @@ void write_preferences(IniFile& profile, const Preferences& prefs)
 void read_preferences()
 {
     IniFile profile = load_profile();
-    const bool hadDataDirectory = !readText(profile, "Data directory", "Last used directory").empty();
-    read_preferences(profile, preferences());
-    if (!hadDataDirectory)
+    if (read_preferences(profile, preferences()))
         save_profile(profile);
 }
 

@@ -20,9 +20,9 @@ IniFile load_profile();
 bool save_profile(const IniFile& profile);
 
 // Reads every preference into `prefs`. An empty data directory is replaced by
-// the default one, which is written into `profile`; the data directory in use
-// is set.
-void read_preferences(IniFile& profile, Preferences& prefs);
+// the default one, which is written into `profile` (true then: the profile
+// needs saving); the data directory in use is set.
+bool read_preferences(IniFile& profile, Preferences& prefs);
 // Writes every preference into `profile`.
 void write_preferences(IniFile& profile, const Preferences& prefs);
 

@@ -192,13 +192,12 @@ bool zoom_minimum(CChildFrame& f)
 
 int fitting_zoom_level(const CChildFrame& f)
 {
-    // The file's width at level L is nTotalSamples x 2^(L-1) / (channels x
-    // fMaxZoom) pixels: the finest level at which that still fits the window.
-    const double unitsPerPixelAtMax = static_cast<double>(f.wfx.nChannels);
+    // The file's width at level L is its frames x 2^(L-1) / fMaxZoom pixels:
+    // the finest level at which that still fits the window.
+    const double frames = static_cast<double>(f.nTotalSamples) / f.wfx.nChannels;
     int level = 1;
     for (int l = 2; l <= f.nMaxZoomLevel; ++l) {
-        const double scale = std::ldexp(1.0, l - 1) / f.fMaxZoom;  // pixels per frame at level l
-        if (static_cast<double>(f.nTotalSamples) / unitsPerPixelAtMax * scale > f.nClientWidth)
+        if (frames * std::ldexp(1.0, l - 1) / f.fMaxZoom > f.nClientWidth)
             break;
         level = l;
     }
