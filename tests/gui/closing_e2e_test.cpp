@@ -4,17 +4,16 @@
 // instead of crashing, keeps everything on Cancel, and ends cleanly on OK
 // without touching the file it opened.
 
-#include "support/temp_dir_test.h"
+#include "desktop_session.h"
 #include "support/wav_builder.h"
 
 #include <QImage>
 #include <cctype>
 #include <cmath>
 #include <cstdlib>
-#include <fstream>
 #include <sstream>
 
-using ClosingE2eTest = TempDirTest;
+using ClosingE2eTest = DesktopSessionTest;
 
 namespace {
 
@@ -41,12 +40,11 @@ TEST_F(ClosingE2eTest, QuittingWithAnEditedDocumentAsksAndNeverCrashes)
     }
     const WavBuilder::Bytes original = WavBuilder::pcm(2, 44100, 16, data);
     writeFile(path("tone.wav"), original);
-    std::filesystem::create_directories(path("config/Ondrava"));
-    std::ofstream(path("config/Ondrava/Ondrava.ini"))
-        << "[Preferences]\nShow logo=no\nTip of the day=no\n";
+    writeQuietProfile();
 
     const std::string shot = path("shot");
-    std::ofstream(path("drive.sh"))
+    std::ostringstream script;
+    script
         << "openbox >/dev/null 2>&1 &\n"
         << "sleep 1\n"
         << "'" ONDRAVA_GUI "' '" << path("tone.wav") << "' &\n"
@@ -74,12 +72,8 @@ TEST_F(ClosingE2eTest, QuittingWithAnEditedDocumentAsksAndNeverCrashes)
         << "xdotool key Return\n"
         << "wait $pid\n"
         << "echo exit=$?\n";
-    const std::string command = "cd '" + path("") + "' && XDG_CONFIG_HOME='" + path("config") + "' ONDRAVA_HOME='" +
-                                path("ondrava") + "' xvfb-run -a -s '-screen 0 1280x800x24' bash '" +
-                                path("drive.sh") + "' > '" + path("run.log") + "' 2>&1";
-    ASSERT_EQ(std::system(command.c_str()), 0) << command;
-    const auto log = readFile(path("run.log"));
-    const std::string text(log.begin(), log.end());
+    ASSERT_EQ(runOnDesktop(script.str()), 0) << runLog();
+    const std::string text = runLog();
     EXPECT_NE(text.find("alive-after-quit"), std::string::npos) << text;
     EXPECT_NE(text.find("alive-after-term"), std::string::npos) << text;
     EXPECT_NE(text.find("exit=0"), std::string::npos) << text;
@@ -107,12 +101,11 @@ TEST_F(ClosingE2eTest, SigtermWithABoxOpenEndsTheProgram)
 {
     writeFile(path("quiet.wav"), WavBuilder::pcm(2, 44100, 16, WavBuilder::indexedFrames(44100)));
     writeFile(path("broken.wav"), WavBuilder::Bytes(300, 0x55));
-    std::filesystem::create_directories(path("config/Ondrava"));
-    std::ofstream(path("config/Ondrava/Ondrava.ini"))
-        << "[Preferences]\nShow logo=no\nTip of the day=no\n";
+    writeQuietProfile();
     for (const std::string which : {"about", "message"}) {
         const std::string shot = path(which + ".png");
-        std::ofstream(path("drive.sh"))
+        std::ostringstream script;
+        script
             << "openbox >/dev/null 2>&1 &\n"
             << "sleep 1\n"
             << "'" ONDRAVA_GUI "' '" << path(which == "about" ? "quiet.wav" : "broken.wav") << "' &\n"
@@ -126,13 +119,8 @@ TEST_F(ClosingE2eTest, SigtermWithABoxOpenEndsTheProgram)
             << "if kill -0 $pid 2>/dev/null; then echo still-running; kill -9 $pid; fi\n"
             << "wait $pid\n"
             << "echo exit=$?\n";
-        const std::string command = "cd '" + path("") + "' && XDG_CONFIG_HOME='" + path("config") +
-                                    "' ONDRAVA_HOME='" + path("ondrava") +
-                                    "' xvfb-run -a -s '-screen 0 1280x800x24' bash '" + path("drive.sh") + "' > '" +
-                                    path("run.log") + "' 2>&1";
-        ASSERT_EQ(std::system(command.c_str()), 0) << command;
-        const auto log = readFile(path("run.log"));
-        const std::string text(log.begin(), log.end());
+        ASSERT_EQ(runOnDesktop(script.str()), 0) << runLog();
+        const std::string text = runLog();
         EXPECT_EQ(text.find("still-running"), std::string::npos) << which << ": " << text;
         EXPECT_NE(text.find("exit=0"), std::string::npos) << which << ": " << text;
         // The box was on screen when the signal came.

@@ -1,15 +1,14 @@
 // Starts the real program under a virtual X display with a file, takes a
 // screenshot of the whole screen and checks that a waveform is on it.
 
-#include "support/temp_dir_test.h"
+#include "desktop_session.h"
 #include "support/wav_builder.h"
 
 #include <QImage>
 #include <cmath>
-#include <cstdlib>
-#include <fstream>
+#include <sstream>
 
-using ScreenshotTest = TempDirTest;
+using ScreenshotTest = DesktopSessionTest;
 
 TEST_F(ScreenshotTest, TheProgramShowsTheWaveformOfAFileNamedOnItsCommandLine)
 {
@@ -21,29 +20,23 @@ TEST_F(ScreenshotTest, TheProgramShowsTheWaveformOfAFileNamedOnItsCommandLine)
         WavBuilder::put16(data, static_cast<std::uint16_t>(static_cast<std::int16_t>(s * 6000)));
     }
     writeFile(path("tone.wav"), WavBuilder::pcm(2, 44100, 16, data));
-    // A profile without logo and tip, so that nothing covers the window.
-    std::filesystem::create_directories(path("config/Ondrava"));
-    std::ofstream(path("config/Ondrava/Ondrava.ini"))
-        << "[Preferences]\nShow logo=no\nTip of the day=no\n";
+    writeQuietProfile();
 
     // Screenshots once a second until the data colour shows, ten at most;
     // then the program is asked to end, as a window manager would.
-    std::ofstream(path("look.sh")) << "'" ONDRAVA_GUI "' '" << path("tone.wav") << "' &\n"
-                                   << "pid=$!\n"
-                                   << "for i in $(seq 1 10); do\n"
-                                   << "  sleep 1\n"
-                                   << "  import -window root '" << path("shot.png") << "'\n"
-                                   << "  convert '" << path("shot.png")
-                                   << "' -format %c histogram:info:- | grep -qi '#000080' && break\n"
-                                   << "done\n"
-                                   << "kill -TERM $pid\n"
-                                   << "wait $pid\n"
-                                   << "exit 0\n";
-    const std::string command = "cd '" + path("") + "' && XDG_CONFIG_HOME='" + path("config") +
-                                "' ONDRAVA_HOME='" + path("ondrava") +
-                                "' xvfb-run -a -s '-screen 0 1280x800x24' bash '" + path("look.sh") + "' > '" +
-                                path("run.log") + "' 2>&1";
-    ASSERT_EQ(std::system(command.c_str()), 0) << command;
+    std::ostringstream script;
+    script << "'" ONDRAVA_GUI "' '" << path("tone.wav") << "' &\n"
+           << "pid=$!\n"
+           << "for i in $(seq 1 10); do\n"
+           << "  sleep 1\n"
+           << "  import -window root '" << path("shot.png") << "'\n"
+           << "  convert '" << path("shot.png")
+           << "' -format %c histogram:info:- | grep -qi '#000080' && break\n"
+           << "done\n"
+           << "kill -TERM $pid\n"
+           << "wait $pid\n"
+           << "exit 0\n";
+    ASSERT_EQ(runOnDesktop(script.str()), 0) << runLog();
 
     QImage shot(QString::fromStdString(path("shot.png")));
     ASSERT_FALSE(shot.isNull());
@@ -104,11 +97,11 @@ TEST_F(ScreenshotTest, OpenSelectReverseCloseAndAnswerThePrompt)
     }
     const WavBuilder::Bytes original = WavBuilder::pcm(2, 44100, 16, samples);
     writeFile(path("crescendo.wav"), original);
-    std::filesystem::create_directories(path("config/Ondrava"));
-    std::ofstream(path("config/Ondrava/Ondrava.ini")) << "[Preferences]\nShow logo=no\nTip of the day=no\n";
+    writeQuietProfile();
 
     const std::string shot = path("shot-");
-    std::ofstream(path("drive.sh"))
+    std::ostringstream script;
+    script
         << "openbox >/dev/null 2>&1 &\n"
         << "sleep 1\n"
         << "'" ONDRAVA_GUI "' &\n"
@@ -139,13 +132,8 @@ TEST_F(ScreenshotTest, OpenSelectReverseCloseAndAnswerThePrompt)
         << "kill -TERM $pid\n"
         << "wait $pid\n"
         << "echo exit=$?\n";
-    const std::string command = "cd '" + path("") + "' && HOME='" + path("") + "' XDG_CONFIG_HOME='" +
-                                path("config") + "' ONDRAVA_HOME='" + path("ondrava") +
-                                "' xvfb-run -a -s '-screen 0 1280x800x24' bash '" + path("drive.sh") + "' > '" +
-                                path("run.log") + "' 2>&1";
-    ASSERT_EQ(std::system(command.c_str()), 0) << command;
-    const auto log = readFile(path("run.log"));
-    EXPECT_NE(std::string(log.begin(), log.end()).find("exit=0"), std::string::npos);
+    ASSERT_EQ(runOnDesktop(script.str()), 0) << runLog();
+    EXPECT_NE(runLog().find("exit=0"), std::string::npos);
 
     auto load = [&](const char* name) {
         QImage image(QString::fromStdString(shot + name + ".png"));
