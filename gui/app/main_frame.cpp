@@ -8,6 +8,7 @@
 #include "app/messages.h"
 #include "app/command_icons.h"
 #include "app/preference_store.h"
+#include "app/screen_area.h"
 #include "app/timing_trace.h"
 #include "app/preferences.h"
 #include "app/preferences_dialog.h"
@@ -50,8 +51,6 @@
 #include "wavefile/wave_state.h"
 
 #include <QAction>
-#include <QGuiApplication>
-#include <QScreen>
 #include <QElapsedTimer>
 #include <QComboBox>
 #include <QVBoxLayout>
@@ -863,14 +862,13 @@ void CMainFrame::applyWindowPlacement()
 {
     // The window never opens larger than the screen's free area (a scaled
     // display has fewer logical pixels than the numbers suggest), nor off it.
-    const QScreen* screen = this->screen() ? this->screen() : QGuiApplication::primaryScreen();
-    const QRect free = screen ? screen->availableGeometry() : QRect(0, 0, 1280, 800);
+    const QRect free = free_screen_area(this);
+    const QSize largest = largest_window_size(this);
     const auto placement = parse_window_placement(preferences().windowPos);
     QRect wanted = placement ? QRect(QPoint(placement->left, placement->top),
                                      QPoint(placement->right - 1, placement->bottom - 1))
                              : QRect(0, 0, 1100, 700);
-    wanted.setWidth(std::min(wanted.width(), free.width() * 95 / 100));
-    wanted.setHeight(std::min(wanted.height(), free.height() * 90 / 100));
+    wanted.setSize(wanted.size().boundedTo(largest));
     if (!placement)
         wanted.moveCenter(free.center());
     wanted.moveLeft(std::clamp(wanted.left(), free.left(), free.right() - wanted.width() + 1));

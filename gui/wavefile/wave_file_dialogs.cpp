@@ -7,6 +7,7 @@
 #include "app/messages.h"
 #include "app/preferences.h"
 #include "app/qt_ui_host.h"
+#include "app/screen_area.h"
 #include "view/child_frame.h"
 #include "view/document_save.h"
 #include "wavefile/file_types.h"
@@ -20,8 +21,6 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QGridLayout>
-#include <QGuiApplication>
-#include <QScreen>
 #include <QTreeView>
 #include <QHeaderView>
 #include <QHBoxLayout>
@@ -73,11 +72,7 @@ void addPanel(QFileDialog* dialog, QWidget* panel)
     }
     QSize size = dialog->sizeHint().expandedTo(QSize(880, 520));
     size.setWidth(std::max(size.width(), panel->sizeHint().width() + 40));
-    if (const QScreen* screen = dialog->screen() ? dialog->screen() : QGuiApplication::primaryScreen()) {
-        const QRect free = screen->availableGeometry();
-        size = size.boundedTo(QSize(free.width() * 95 / 100, free.height() * 90 / 100));
-    }
-    dialog->resize(size);
+    dialog->resize(size.boundedTo(largest_window_size(dialog)));
 }
 
 }  // namespace
