@@ -1,6 +1,7 @@
 // ondrava [FILE...]: the windowed program. Opens the files named on the
 // command line once the main frame is up.
 
+#include "app/application.h"
 #include "app/instance_files.h"
 #include "app/main_frame.h"
 #include "app/qt_ui_host.h"
@@ -9,7 +10,6 @@
 #include "view/display_levels.h"
 #include "view/mp3_export.h"
 
-#include <QApplication>
 #include <QScreen>
 #include <cstdio>
 #include <cstring>
@@ -54,7 +54,7 @@ int main(int argc, char** argv)
 {
     if (const auto status = commandLineOptions(argc, argv))
         return *status;
-    QApplication app(argc, argv);
+    OndravaApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Ondrava"));
     QApplication::setOrganizationName(QStringLiteral("Ondrava"));
     if (QScreen* screen = QApplication::primaryScreen())

@@ -1,5 +1,7 @@
 #include "app/cancel_watcher.h"
 
+#include "app/vector_state.h"
+
 #include <QAbstractButton>
 #include <QApplication>
 #include <QMouseEvent>
@@ -19,6 +21,8 @@ bool CancelWatcher::poll()
     if (!m_sincePass.isValid() || m_sincePass.elapsed() >= 33) {
         m_sincePass.start();
         QApplication::processEvents();
+        // The pass painted; the operation's own code goes on after it.
+        clear_upper_vector_state();
     }
     const bool clicked = m_clicked;
     m_clicked = false;

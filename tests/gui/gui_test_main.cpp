@@ -3,8 +3,8 @@
 // changes it; QT_SCALE_FACTOR scales it as on a high-density display).
 
 #include "app/app_paths.h"
+#include "app/application.h"
 
-#include <QApplication>
 #include <QDir>
 #include <QFile>
 #include <cstdio>
@@ -32,7 +32,7 @@ int main(int argc, char** argv)
     qputenv("QT_QPA_PLATFORM", ("offscreen:configfile=" + config).toUtf8());
     int result = 0;
     {
-        QApplication app(argc, argv);
+        OndravaApplication app(argc, argv);
         QFile::remove(config);
         ::testing::InitGoogleTest(&argc, argv);
         result = RUN_ALL_TESTS();
