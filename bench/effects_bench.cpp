@@ -4,7 +4,7 @@
 // engine, for tempo and pitch). Prints each time, the ratio ours / theirs
 // and our real-time factor. Both sides read the file and write a new one.
 
-#include "edit/effect_commands.h"
+#include "modules/effect_commands.h"
 #include "edit/undo.h"
 #include "view/child_frame.h"
 #include "view/document_open.h"

@@ -1,6 +1,7 @@
 #include "edit/timemark_bars.h"
 
 #include "app/command_icons.h"
+#include "audio/timemark_playback.h"
 #include "edit/timemarks.h"
 #include "view/child_frame.h"
 #include "view/child_frame_window.h"

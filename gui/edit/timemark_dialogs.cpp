@@ -1,5 +1,6 @@
 #include "edit/timemark_dialogs.h"
 
+#include "audio/timemark_playback.h"
 #include "edit/timemarks.h"
 #include "view/child_frame.h"
 

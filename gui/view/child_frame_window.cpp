@@ -7,7 +7,7 @@
 #include "app/string_table.h"
 #include "app/timing_trace.h"
 #include "audio/playback_engine.h"
-#include "audio/transport_state.h"
+#include "app/transport_state.h"
 #include "edit/copy_selection_dialog.h"
 #include "edit/edit_operations.h"
 #include "edit/timemark_dialogs.h"

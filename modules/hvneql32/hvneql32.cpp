@@ -14,7 +14,7 @@
 #include "edit/transfer_helpers.h"
 #include "edit/undo.h"
 #include "view/mouse_selection.h"
-#include "edit/effect_commands.h"
+#include "modules/effect_commands.h"
 #include "edit/presets.h"
 #include "modules/module_entries.h"
 #include "modules/module_support.h"

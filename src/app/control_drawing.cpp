@@ -2,7 +2,7 @@
 
 #include "app/app_paths.h"
 #include "app/string_table.h"
-#include "audio/transport_state.h"
+#include "app/transport_state.h"
 
 bool alternate_view_button = false;
 

@@ -121,6 +121,18 @@ int cancel_button_pressed(HWND box)
     return box && uiHost().takeCancelClick(box) ? 1 : 0;
 }
 
+ProgressScope::ProgressScope(const char* text, bool showCancel) : m_box(display_message_dialog(text, showCancel ? 1 : 0))
+{
+    current_progress_box = m_box;
+    show_percent_done(m_box, 0);
+}
+
+ProgressScope::~ProgressScope()
+{
+    terminate_message_dialog(m_box);
+    restore_wait_cursor();
+}
+
 int long_operation_running() { return g_operations + (progress_dialog ? 1 : 0); }
 
 void request_operation_abort()

@@ -27,6 +27,25 @@ void put_up_wait_cursor();
 // Puts back the cursor that was current before the wait cursor went up.
 void restore_wait_cursor();
 
+// The progress box of one long operation: opened when made (the current
+// box, at 0 %), closed with the wait cursor put back however the operation
+// ends.
+class ProgressScope {
+public:
+    ProgressScope(const char* text, bool showCancel);
+    ~ProgressScope();
+    ProgressScope(const ProgressScope&) = delete;
+    ProgressScope& operator=(const ProgressScope&) = delete;
+
+    HWND box() const { return m_box; }
+    void show(int percent) const { show_percent_done(m_box, percent); }
+    // True when the user asked to cancel since the last poll.
+    bool cancelled() const { return cancel_button_pressed(m_box) != 0; }
+
+private:
+    HWND m_box;
+};
+
 // Long operations and the program's end. A long operation (one with a
 // progress box, a conversion box or a wait for a helper program) lets the
 // user interface run while it works, so the user may ask to quit or to

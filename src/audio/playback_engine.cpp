@@ -4,9 +4,10 @@
 #include "app/file_names.h"
 #include "app/messages.h"
 #include "app/posix_io.h"
-#include "audio/transport_state.h"
+#include "app/transport_state.h"
 #include "audio/volume.h"
 #include "edit/pseudo_clipboard.h"
+#include "edit/timemarks.h"
 #include "view/child_frame.h"
 
 #include <QCoreApplication>
@@ -29,6 +30,18 @@ bool sixteenToTwentyThree(int bits) { return bits >= 16 && bits <= 23; }
 void set_wave_out_factory(WaveOutFactory factory) { g_factory = factory; }
 
 std::unique_ptr<WaveOutDevice> open_wave_out_device() { return g_factory ? g_factory() : nullptr; }
+
+PlaybackEngine::PlaybackEngine()
+{
+    // A mark made while the document plays goes at the play position: play
+    // time scaled to the document's units, plus where play began.
+    set_playing_unit_source([this](const CChildFrame& f) -> std::optional<double> {
+        if (playing_frame() != &f)
+            return std::nullopt;
+        const double unitsPerMs = static_cast<double>(f.wfx.nSamplesPerSec) * f.wfx.nChannels / 1000.0;
+        return std::min<double>(play_shown_start + get_play_position_ms() * unitsPerMs, f.nTotalSamples);
+    });
+}
 
 PlaybackEngine& PlaybackEngine::instance()
 {

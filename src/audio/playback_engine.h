@@ -144,7 +144,7 @@ public:
     const std::vector<std::uint32_t>& bufferBytes() const { return m_bufferBytes; }
 
 private:
-    PlaybackEngine() = default;
+    PlaybackEngine();
     bool openStream(CChildFrame& frame, const StreamFormat& format, const std::string& path, std::uint32_t startByte,
                     std::uint32_t endByte, bool clipboardSizes, bool prepareOnly = false);
     // Takes the output device and sets up a fresh pass; false without one.

@@ -7,7 +7,7 @@
 #include "app/posix_io.h"
 #include "app/preferences.h"
 #include "audio/playback_engine.h"
-#include "audio/transport_state.h"
+#include "app/transport_state.h"
 #include "edit/undo.h"
 #include "view/child_frame.h"
 #include "view/time_format.h"

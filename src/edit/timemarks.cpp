@@ -3,7 +3,6 @@
 #include "app/messages.h"
 #include "app/preferences.h"
 #include "app/ui_host.h"
-#include "audio/playback_engine.h"
 #include "view/child_frame.h"
 #include "view/mouse_selection.h"
 #include "view/time_format.h"
@@ -12,6 +11,7 @@
 #include "view/waveform_renderer.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -19,17 +19,18 @@ bool valid(const CChildFrame& f, int i) { return i >= 0 && i < static_cast<int>(
 
 int addMark(CChildFrame& f, std::uint32_t position, int x, const std::string& name);
 
+PlayingUnitSource& playingUnitSource()
+{
+    static PlayingUnitSource source;
+    return source;
+}
+
 // Where a new mark goes: the play position while playing, else the cursor.
 int placementColumn(const CChildFrame& f)
 {
-    PlaybackEngine& engine = PlaybackEngine::instance();
-    if (engine.playing_frame() == &f) {
-        // Play time scaled to the document's length, plus where play began.
-        const double unitsPerMs = static_cast<double>(f.wfx.nSamplesPerSec) * f.wfx.nChannels / 1000.0;
-        const double start = engine.play_shown_start;
-        const double units = std::min<double>(start + engine.get_play_position_ms() * unitsPerMs, f.nTotalSamples);
-        return static_cast<int>(f.level_index_to_pixel(static_cast<std::uint32_t>(units)));
-    }
+    if (const PlayingUnitSource& playing = playingUnitSource())
+        if (const std::optional<double> units = playing(f))
+            return static_cast<int>(f.level_index_to_pixel(static_cast<std::uint32_t>(*units)));
     if (f.nCaretX >= 0)
         return f.nCaretX;
     return static_cast<int>(f.sample_to_pixel(f.bHighlight ? f.nSelStart : 0));
@@ -267,44 +268,4 @@ void select_timemark(CChildFrame& f, int i)
     f.bRedrawAll = true;
 }
 
-int play_from_timemark(CChildFrame& f, int i)
-{
-    if (!valid(f, i))
-        return 0;
-    PlaybackEngine& engine = PlaybackEngine::instance();
-    if (engine.is_playing)
-        return 0;
-    select_timemark(f, i);
-    if (!f.bHighlight)
-        engine.play_from_unit = f.timemarks[static_cast<std::size_t>(i)].position;
-    return engine.play_the_wavefile(f);
-}
-
-int play_timemark_sequence(CChildFrame& f, int firstRow)
-{
-    const CueList rows = cue_list(f);
-    if (firstRow < 0 || firstRow >= static_cast<int>(rows.markers.size()))
-        return 0;
-    PlaybackEngine& engine = PlaybackEngine::instance();
-    engine.cue_sequence.clear();
-    for (int row = 0; row < static_cast<int>(rows.markers.size()) && engine.cue_sequence.size() < kMaxSequenceEntries;
-         ++row) {
-        const Timemark& m = f.timemarks[static_cast<std::size_t>(rows.markers[static_cast<std::size_t>(row)])];
-        CueSequenceEntry entry;
-        entry.start = m.position;
-        if (m.partner >= 0 && valid(f, m.partner)) {
-            entry.end = f.timemarks[static_cast<std::size_t>(m.partner)].position;
-        } else {
-            entry.end = f.nTotalSamples;
-            for (const Timemark& other : f.timemarks)
-                if (other.position > m.position && other.position < entry.end)
-                    entry.end = other.position;
-        }
-        const std::uint32_t channels = static_cast<std::uint32_t>(std::max<int>(1, f.wfx.nChannels));
-        entry.start = std::min(entry.start, f.nTotalSamples) / channels * channels;
-        entry.end = std::min(entry.end, f.nTotalSamples) / channels * channels;
-        entry.file = f.szFileName;
-        engine.cue_sequence.push_back(entry);
-    }
-    return engine.play_cue_sequence(f, std::min(firstRow, static_cast<int>(engine.cue_sequence.size()) - 1));
-}
+void set_playing_unit_source(PlayingUnitSource source) { playingUnitSource() = std::move(source); }

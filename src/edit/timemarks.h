@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -75,10 +77,9 @@ void refill_cue_list(const CChildFrame& frame);
 // Choosing a mark (a cue-list row): a pair becomes the highlight, a single
 // mark takes the cursor. Scrolls it into view.
 void select_timemark(CChildFrame& frame, int index);
-// Plays from a mark: a pair plays its range, a single mark to the end of the
-// document. 1 when playback started.
-int play_from_timemark(CChildFrame& frame, int index);
-// The cue sequence of a document from its cue-list rows starting at row
-// `firstRow`: a pair's range, or a single mark up to the next mark after it
-// (or the end). At most ten entries.
-int play_timemark_sequence(CChildFrame& frame, int firstRow);
+// Where the document is playing now, in sample units; nothing when it is
+// not the one playing. Playback answers (it lies above the editing): a new
+// mark goes at the play position while the document plays, else at the
+// cursor. (Playing from marks is in audio/timemark_playback.h.)
+using PlayingUnitSource = std::function<std::optional<double>(const CChildFrame&)>;
+void set_playing_unit_source(PlayingUnitSource source);

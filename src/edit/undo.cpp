@@ -4,7 +4,7 @@
 #include "app/clock.h"
 #include "app/file_names.h"
 #include "app/messages.h"
-#include "edit/edit_menu_state.h"
+#include "app/edit_menu_state.h"
 #include "edit/undo_labels.h"
 #include "view/child_frame.h"
 #include "view/document_journal.h"

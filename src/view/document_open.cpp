@@ -7,7 +7,7 @@
 #include "app/instance_files.h"
 #include "app/messages.h"
 #include "app/preferences.h"
-#include "edit/edit_menu_state.h"
+#include "app/edit_menu_state.h"
 #include "view/child_frame.h"
 #include "view/display_levels.h"
 #include "view/document_journal.h"

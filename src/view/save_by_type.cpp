@@ -13,12 +13,24 @@
 #include "wavefile/file_types.h"
 #include "wavefile/foreign_formats.h"
 #include "wavefile/helper_programs.h"
-#include "wavefile/jaf_file.h"
 #include "wavefile/realmedia_encoder.h"
 
 #include <cerrno>
 #include <cstring>
 #include <unistd.h>
+#include <utility>
+
+namespace {
+
+std::function<int(const std::string&)>& jafExporter()
+{
+    static std::function<int(const std::string&)> exporter;
+    return exporter;
+}
+
+}  // namespace
+
+void set_jaf_exporter(std::function<int(const std::string&)> exporter) { jafExporter() = std::move(exporter); }
 
 int save_by_type(CChildFrame& f, const std::string& name, int type, int selectionOnly)
 {
@@ -58,7 +70,7 @@ int save_by_type(CChildFrame& f, const std::string& name, int type, int selectio
     if (type == kTypeJaf) {
         // The document's highlight (or all of it) as JAF.
         set_active_frame(&f);
-        return compress_to_jaf_file(name);
+        return jafExporter() ? jafExporter()(name) : 0;
     }
     if (type == kTypeRealMedia) {
         // Through an AVI: "AVIWAV.WAV", then "TESTAVI.avi", then the encoder.

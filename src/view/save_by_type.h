@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 class CChildFrame;
@@ -10,3 +11,8 @@ class CChildFrame;
 // JAF through their exporters. The document (or its highlight) is written;
 // 1 on success.
 int save_by_type(CChildFrame& frame, const std::string& name, int type, int selectionOnly);
+
+// The JAF export runs an effect, so it lives with the effects above this
+// dispatch and registers itself here: the active document into the named
+// file, 1 on success.
+void set_jaf_exporter(std::function<int(const std::string&)> exporter);

@@ -1,6 +1,6 @@
 #include "view/view_navigation.h"
 
-#include "audio/transport_state.h"
+#include "app/transport_state.h"
 #include "view/child_frame.h"
 #include "view/mouse_selection.h"
 

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <optional>
 #include <new>
 #include <unistd.h>
 #include <vector>
@@ -34,17 +35,6 @@ long kernelCopy(int in, int out, long count)
     }
 }
 
-// Restores the cursor and closes the progress box however the copy ends.
-struct ProgressScope {
-    bool shown = false;
-    HWND box = nullptr;
-    ~ProgressScope()
-    {
-        if (shown)
-            terminate_message_dialog(box);
-        restore_wait_cursor();
-    }
-};
 
 }  // namespace
 
@@ -74,7 +64,11 @@ int copy_file_to_file(const CopyFormat& format, const std::string& destination,
         return 1;
 
     put_up_wait_cursor();
-    ProgressScope scope;
+    // The cursor comes back however the copy ends, with a box or without.
+    struct CursorBack {
+        ~CursorBack() { restore_wait_cursor(); }
+    } cursorBack;
+    std::optional<ProgressScope> box;
     const long blockSize = count < kCopyBlockSize ? static_cast<long>(count) : kCopyBlockSize;
 
     UniqueFd in(::open(source.c_str(), O_RDONLY | O_CLOEXEC));
@@ -101,12 +95,8 @@ int copy_file_to_file(const CopyFormat& format, const std::string& destination,
         return 0;
 
     const bool progress = showProgress || count / (format.samplesPerSec ? format.samplesPerSec : 1) >= 6;
-    if (progress) {
-        scope.box = display_message_dialog(progressText ? progressText : "Updating buffers ...", 0);
-        scope.shown = true;
-        current_progress_box = scope.box;
-        show_percent_done(scope.box, 0);
-    }
+    if (progress)
+        box.emplace(progressText ? progressText : "Updating buffers ...", false);
 
     std::uint32_t copied = 0;
     std::uint32_t remaining = count;
@@ -139,10 +129,10 @@ int copy_file_to_file(const CopyFormat& format, const std::string& destination,
             ask = static_cast<long>(remaining);
         else
             ask = blockSize;
-        if (progress) {
-            if (cancel_button_pressed(scope.box))
+        if (box) {
+            if (box->cancelled())
                 return 0;
-            show_percent_done(scope.box, static_cast<int>(copied * 100.0 / (count + 1.0)));
+            box->show(static_cast<int>(copied * 100.0 / (count + 1.0)));
         }
     }
     if (!out.reset()) {

@@ -7,10 +7,6 @@
 #include "app/posix_io.h"
 #include "app/progress.h"
 #include "app/ui_host.h"
-#include "modules/module_entries.h"
-#include "view/child_frame.h"
-#include "view/mouse_selection.h"
-#include "view/view_navigation.h"
 #include "wavefile/adpcm_open.h"
 #include "wavefile/helper_programs.h"
 #include "wavefile/riff_file.h"
@@ -28,191 +24,6 @@
 #include <new>
 #include <unistd.h>
 #include <vector>
-
-namespace {
-
-// The progress box of a compression or expansion, closed however it ends.
-struct Progress {
-    HWND box;
-    Progress(const char* text, int cancel) : box(display_message_dialog(text, cancel))
-    {
-        current_progress_box = box;
-        show_percent_done(box, 0);
-    }
-    ~Progress()
-    {
-        terminate_message_dialog(box);
-        restore_wait_cursor();
-    }
-};
-
-// Low-passes the whole document through the effect module, the user's
-// highlight kept.
-void antialias(CChildFrame& f, float cutoff)
-{
-    const int highlight = f.bHighlight;
-    const std::uint32_t start = f.nSelStart, end = f.nSelEnd;
-    f.bHighlight = 1;
-    set_selection_units(f, 0, f.nTotalSamples);
-    char name[] = "LOPASS";
-    char title[] = "Antialiasing filtering";
-    do_filter_waveform(cutoff, name, title);
-    f.bHighlight = highlight;
-    set_selection_units(f, start, end);
-}
-
-}  // namespace
-
-int compress_to_jaf_file(const std::string& target)
-{
-    CChildFrame* frame = CChildFrame::GetTheFuckingHandle();
-    if (!frame)
-        return 0;
-    CChildFrame& f = *frame;
-    int button = jaf_button;
-    if (!uiHost().runJafDialog(button))
-        return 0;
-    jaf_button = std::clamp(button, 2000, 2004);
-    jaf_ratio = kJafRatios[static_cast<std::size_t>(jaf_button - 2000)];
-    const std::array<std::int16_t, 32768> dither = jaf_dither_table(static_cast<unsigned>(std::time(nullptr)));
-
-    // Filtered first, so an 8-bit document is filtered and then refused.
-    antialias(f, 22050.0f / jaf_ratio);
-    if (f.wfx.wBitsPerSample != 16) {
-        ErrMsg("This algorithm is designed for 16 bit files only.");
-        return 0;
-    }
-    if (!f.bHighlight) {
-        f.bHighlight = 1;
-        set_selection_units(f, 0, f.nTotalSamples);
-        update_highlight_pixels(f);
-    }
-    const std::uint32_t inputBytes = 2 * f.nSelEnd - 2 * f.nSelStart;
-    const auto outputLimit = static_cast<std::uint32_t>(static_cast<float>(inputBytes) / jaf_ratio);
-    current_wave_format.nSamplesPerSec = f.wfx.nSamplesPerSec;
-    data_chunk_size = 2 * f.nTotalSamples;
-
-    // Reading starts at byte 44 of the working file whatever the highlight;
-    // the highlight only says how much is taken.
-    const int in = ::open(f.szFileName.c_str(), O_RDONLY | O_CLOEXEC);
-    if (in < 0) {
-        NewErrMsg(5070);
-        return 0;
-    }
-    long long position = 44;
-    // Written beside the target; the target is replaced only by a finished,
-    // compressed file.
-    AtomicFile staged;
-    RiffFile out;
-    if (!staged.begin(target) || !out.open(staged.temporaryPath(), RiffFile::Mode::Create)) {
-        ::close(in);
-        NewErrMsg(5070);
-        return 0;
-    }
-    wave_fmt_record = f.wfx;
-    wave_fmt_record.nAvgBytesPerSec = jaf_average_bytes(jaf_ratio);
-    int headerWritten = 0;
-    {
-        const DocumentInfoForHeader info(f);
-        headerWritten = create_waveform_format_header(out, 0);
-    }
-    if (!headerWritten) {
-        ::close(in);
-        return 0;
-    }
-    std::vector<std::int16_t> input, output;
-    try {
-        input.assign(65536, 0);
-    } catch (const std::bad_alloc&) {
-        ::close(in);
-        NewErrMsg(5002);
-        return 0;
-    }
-    try {
-        output.assign(65536, 0);
-    } catch (const std::bad_alloc&) {
-        ::close(in);
-        NewErrMsg(5026);
-        return 0;
-    }
-    const int channels = f.wfx.nChannels == 2 ? 2 : 1;
-    std::uint64_t consumed = 0, written = 0;
-    bool cancelled = false;
-    bool writeOk = true;
-    int writeError = 0;
-    const auto writeOut = [&](const std::uint64_t bytes) {
-        if (out.write(output.data(), static_cast<long long>(bytes)) == static_cast<long long>(bytes))
-            return true;
-        writeOk = false;
-        writeError = errno;
-        return false;
-    };
-    {
-        put_up_wait_cursor();
-        Progress progress("Compressing waveform", 1);
-        for (;;) {
-            const long long got = read_fully(in, input.data(), 65536, position);
-            if (got <= 0)
-                break;
-            position += got;
-            const std::size_t k = jaf_decimate_block(input.data(), output.data(), channels, jaf_ratio, dither);
-            consumed += static_cast<std::uint64_t>(got);
-            const std::uint64_t blockBytes = 2 * k;
-            if (written + blockBytes > outputLimit) {
-                const std::uint64_t rest = outputLimit - written;
-                writeOut(rest);
-                written += rest;
-                break;
-            }
-            if (!writeOut(blockBytes))
-                break;
-            written += blockBytes;
-            show_percent_done(progress.box, static_cast<int>(consumed * 100 / std::max<std::uint32_t>(1, inputBytes)));
-            if (cancel_button_pressed(progress.box)) {
-                cancelled = true;
-                break;
-            }
-            if (consumed >= inputBytes)
-                break;
-        }
-    }
-    if (writeOk && ascend_and_update_waveform_file(out) != MMSYSERR_NOERROR) {
-        writeOk = false;
-        writeError = errno;
-    }
-    if (!out.close() && writeOk) {
-        writeOk = false;
-        writeError = errno;
-    }
-    ::close(in);
-    // A cancelled or failed compression leaves the target as it was; only a
-    // failed write has something to say.
-    if (!writeOk)
-        ErrMsg("Cannot write output WAVE file %s: %s", target.c_str(), std::strerror(writeError ? writeError : EIO));
-    if (cancelled || !writeOk)
-        return 0;
-
-    const std::string compressed = converter_output_path();
-    ::unlink(compressed.c_str());
-    jaf_conversion = true;
-    const int converted = convert_wave_file(nullptr, staged.temporaryPath(), compressed);
-    jaf_conversion = false;
-    if (!converted) {
-        ::unlink(compressed.c_str());
-        ErrMsg("Failed to decompress file");
-        return 0;
-    }
-    if (!install_file_atomically(target, compressed)) {
-        ErrMsg("Cannot write output WAVE file %s: %s", target.c_str(), std::strerror(errno));
-        ::unlink(compressed.c_str());
-        return 0;
-    }
-    char text[64];
-    std::snprintf(text, sizeof text, "File compression = %f",
-                  static_cast<double>(inputBytes) / static_cast<double>(std::max<std::uint64_t>(1, get_named_file_length(target))));
-    message_box(nullptr, text, "File Compression Successful", MB_OK | MB_ICONINFORMATION);
-    return 1;
-}
 
 int run_wave_converter(const std::string& source)
 {
@@ -295,7 +106,7 @@ int decompress_jaf_file(std::string& name)
     long long consumed = 0;
     bool ok = true;
     {
-        Progress progress("Decompressing waveform ...", 0);
+        ProgressScope progress("Decompressing waveform ...", false);
         while (consumed < length - 64) {
             const long long got = read_fully(in, input.data(), 32768, 64 + consumed);
             if (got <= 0)
@@ -309,8 +120,8 @@ int decompress_jaf_file(std::string& name)
                 break;
             }
             consumed += got;
-            show_percent_done(progress.box, static_cast<int>(consumed * 100 / std::max<long long>(1, length - 64)));
-            if (cancel_button_pressed(progress.box)) {
+            progress.show(static_cast<int>(consumed * 100 / std::max<long long>(1, length - 64)));
+            if (progress.cancelled()) {
                 ok = false;
                 break;
             }

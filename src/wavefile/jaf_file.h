@@ -14,9 +14,8 @@
 // The block arithmetic (ratios, dither, decimation, expansion) is in
 // jaf_blocks.h.
 
-// Compresses the active document into `target`. 1 on success, 0 when
-// cancelled or failed (the reason shown).
-int compress_to_jaf_file(const std::string& target);
+// Compressing a document is modules/jaf_export.h (it runs the low-pass
+// effect).
 // Decompresses a JAF file; on success `name` becomes the expanded ".wav"
 // file's name. 1 on success.
 int decompress_jaf_file(std::string& name);

@@ -1,5 +1,5 @@
 #include "app/control_drawing.h"
-#include "audio/transport_state.h"
+#include "app/transport_state.h"
 
 #include "support/temp_dir_test.h"
 

@@ -1,5 +1,5 @@
 #include "audio/playback_engine.h"
-#include "audio/transport_state.h"
+#include "app/transport_state.h"
 #include "edit/pseudo_clipboard.h"
 #include "view/mouse_selection.h"
 

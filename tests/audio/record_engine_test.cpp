@@ -2,7 +2,7 @@
 #include "app/posix_io.h"
 #include "audio/playback_engine.h"
 #include "audio/record_engine.h"
-#include "audio/transport_state.h"
+#include "app/transport_state.h"
 #include "edit/undo.h"
 
 #include "simulated_wave_in.h"

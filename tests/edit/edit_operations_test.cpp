@@ -3,7 +3,7 @@
 #include "edit/pseudo_clipboard.h"
 #include "edit/transfer_helpers.h"
 #include "edit/undo.h"
-#include "edit/edit_menu_state.h"
+#include "app/edit_menu_state.h"
 #include "view/mouse_selection.h"
 
 #include "support/document_test.h"

@@ -5,7 +5,7 @@
 #include "app/preferences_dialog.h"
 #include "app/progress.h"
 #include "app/progress_box.h"
-#include "audio/transport_state.h"
+#include "app/transport_state.h"
 #include "wavefile/new_file_dialog.h"
 
 #include "edit/preset_dialogs.h"

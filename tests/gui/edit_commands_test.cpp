@@ -3,7 +3,7 @@
 #include "edit/effect_parameters_dialog.h"
 #include "edit/magnified_plot_dialog.h"
 #include "modules/magnified_plot.h"
-#include "edit/edit_menu_state.h"
+#include "app/edit_menu_state.h"
 #include "edit/edit_operations.h"
 #include "edit/mix.h"
 #include "view/child_frame_window.h"

@@ -2,7 +2,7 @@
 // outside the highlight stay as they were, one Ctrl+Z brings the document
 // back, and a highlight of a few 8-bit samples is no trouble.
 
-#include "edit/effect_commands.h"
+#include "modules/effect_commands.h"
 #include "edit/undo.h"
 #include "view/mouse_selection.h"
 

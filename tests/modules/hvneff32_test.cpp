@@ -3,7 +3,7 @@
 // and one Undo.
 
 #include "app/posix_io.h"
-#include "edit/effect_commands.h"
+#include "modules/effect_commands.h"
 #include "edit/undo.h"
 #include "view/mouse_selection.h"
 

@@ -2,7 +2,7 @@
 // frequencies; the named low-pass that other commands use.
 
 #include "app/posix_io.h"
-#include "edit/effect_commands.h"
+#include "modules/effect_commands.h"
 #include "edit/undo.h"
 #include "modules/module_entries.h"
 #include "view/spectrogram.h"

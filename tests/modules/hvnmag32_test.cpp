@@ -1,7 +1,7 @@
 // The magnified plot: the samples drawn replace the highlighted ones, the
 // rest stays; long selections and a cancelled plot change nothing.
 
-#include "edit/effect_commands.h"
+#include "modules/effect_commands.h"
 #include "edit/undo.h"
 #include "modules/magnified_plot.h"
 #include "view/mouse_selection.h"

@@ -1,7 +1,7 @@
 // Echo, reverb, compressor/expander and envelope measured on their output.
 
 #include "app/posix_io.h"
-#include "edit/effect_commands.h"
+#include "modules/effect_commands.h"
 #include "edit/undo.h"
 #include "view/mouse_selection.h"
 

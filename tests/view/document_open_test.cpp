@@ -1,4 +1,4 @@
-#include "edit/edit_menu_state.h"
+#include "app/edit_menu_state.h"
 #include "view/child_frame.h"
 #include "view/display_levels.h"
 #include "view/document_open.h"

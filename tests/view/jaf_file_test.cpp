@@ -2,6 +2,7 @@
 // the even-index decimation, the expansion's interpolation, and whole
 // compressions and expansions through the wave converter and its helper.
 
+#include "modules/jaf_export.h"
 #include "wavefile/jaf_file.h"
 
 #include "edit/undo.h"

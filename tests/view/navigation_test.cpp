@@ -1,4 +1,4 @@
-#include "audio/transport_state.h"
+#include "app/transport_state.h"
 #include "view/mouse_selection.h"
 #include "view/view_navigation.h"
 

@@ -3,7 +3,7 @@
 #include "app/app_paths.h"
 #include "app/headless_ui_host.h"
 #include "document_session.h"
-#include "edit/effect_commands.h"
+#include "modules/effect_commands.h"
 #include "edit/presets.h"
 #include "view/child_frame.h"
 #include "wavefile/wave_header.h"

@@ -1,6 +1,6 @@
 #include "cli_args.h"
 
-#include "edit/plugin_host.h"
+#include "modules/plugin_host.h"
 
 #include <cstdio>
 #include <iostream>

@@ -3,11 +3,11 @@
 
 #include "app/headless_ui_host.h"
 #include "document_session.h"
-#include "edit/effect_commands.h"
+#include "modules/effect_commands.h"
 #include "view/spectrogram_image.h"
 #include "edit/edit_operations.h"
 #include "edit/mix.h"
-#include "edit/plugin_command.h"
+#include "modules/plugin_command.h"
 #include "edit/timemarks.h"
 #include "edit/undo.h"
 #include "view/child_frame.h"

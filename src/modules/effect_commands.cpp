@@ -1,4 +1,4 @@
-#include "edit/effect_commands.h"
+#include "modules/effect_commands.h"
 
 #include "app/app_paths.h"
 #include "app/string_table.h"

@@ -1,4 +1,4 @@
-#include "edit/plugin_host.h"
+#include "modules/plugin_host.h"
 
 #include "app/atomic_file.h"
 #include "app/file_names.h"

@@ -3,10 +3,10 @@
 // with operation code 181 and its undo, Cancel and failures; and the
 // registration of a plug-in bundle into the user's LV2 folder.
 
-#include "edit/plugin_command.h"
-#include "edit/plugin_host.h"
+#include "modules/plugin_command.h"
+#include "modules/plugin_host.h"
 
-#include "edit/edit_menu_state.h"
+#include "app/edit_menu_state.h"
 #include "edit/undo.h"
 #include "wavefile/helper_programs.h"
 #include "view/mouse_selection.h"

@@ -1,4 +1,4 @@
-#include "edit/edit_menu_state.h"
+#include "app/edit_menu_state.h"
 
 EditMenuState& edit_menu_state()
 {

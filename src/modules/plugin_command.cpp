@@ -1,8 +1,8 @@
-#include "edit/plugin_command.h"
+#include "modules/plugin_command.h"
 
 #include "app/file_names.h"
 #include "app/messages.h"
-#include "edit/plugin_host.h"
+#include "modules/plugin_host.h"
 #include "edit/undo.h"
 #include "view/child_frame.h"
 #include "view/document_save.h"

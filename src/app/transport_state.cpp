@@ -1,4 +1,4 @@
-#include "audio/transport_state.h"
+#include "app/transport_state.h"
 
 TransportState& transport_state()
 {
