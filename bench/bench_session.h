@@ -5,7 +5,7 @@
 // the program's working files.
 
 #include "app/app_paths.h"
-#include "app/headless_ui_host.h"
+#include "cli/headless_ui_host.h"
 
 #include "bench_support.h"
 

@@ -2,6 +2,10 @@
 
 #include "app/progress_box.h"
 #include "app/ui_host.h"
+#include "edit/edit_dialogs.h"
+#include "modules/module_dialogs.h"
+#include "view/view_dialogs.h"
+#include "wavefile/wavefile_dialogs.h"
 #include "wavefile/conversion_box.h"
 
 #include <QPointer>
@@ -11,10 +15,14 @@ class QMainWindow;
 class QPainter;
 
 // The user interface of the windowed program: message boxes, the progress
-// box over the main window's status bar, owner-drawn buttons and help.
-class QtUiHost : public UiHost {
+// box over the main window's status bar, owner-drawn buttons, help, and every
+// subsystem's dialogs, which it answers from when it is made until it goes.
+class QtUiHost : public UiHost, public WaveFileDialogs, public ViewDialogs, public EditDialogs, public ModuleDialogs {
 public:
     explicit QtUiHost(QMainWindow* mainWindow);
+    ~QtUiHost() override;
+    QtUiHost(const QtUiHost&) = delete;
+    QtUiHost& operator=(const QtUiHost&) = delete;
 
     int messageBox(HWND owner, const std::string& text, const std::string& caption, unsigned style) override;
     void beep() override;

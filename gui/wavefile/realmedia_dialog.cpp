@@ -10,7 +10,7 @@
 #include <QSlider>
 #include <QVBoxLayout>
 
-RealMediaDialog::RealMediaDialog(RealMediaSettings& settings, int channels, UiHost::RealMediaEncode encode,
+RealMediaDialog::RealMediaDialog(RealMediaSettings& settings, int channels, WaveFileDialogs::RealMediaEncode encode,
                                  QWidget* parent)
     : QDialog(parent), m_settings(settings), m_channels(channels), m_encode(std::move(encode))
 {

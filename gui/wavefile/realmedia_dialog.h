@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/ui_host.h"
+#include "wavefile/wavefile_dialogs.h"
 #include "wavefile/realmedia_encoder.h"
 
 #include <QDialog>
@@ -18,7 +18,7 @@ class QSlider;
 class RealMediaDialog : public QDialog {
     Q_OBJECT
 public:
-    RealMediaDialog(RealMediaSettings& settings, int channels, UiHost::RealMediaEncode encode,
+    RealMediaDialog(RealMediaSettings& settings, int channels, WaveFileDialogs::RealMediaEncode encode,
                     QWidget* parent = nullptr);
     int result() const { return m_result; }
     RealMediaSettings chosen() const;
@@ -26,7 +26,7 @@ public:
 private:
     RealMediaSettings& m_settings;
     int m_channels;
-    UiHost::RealMediaEncode m_encode;
+    WaveFileDialogs::RealMediaEncode m_encode;
     QComboBox* m_audio;
     QComboBox* m_video;
     QLabel* m_description;

@@ -20,6 +20,7 @@
 #include "modules/module_support.h"
 #include "modules/selection_processor.h"
 #include "view/child_frame.h"
+#include "view/view_dialogs.h"
 
 #include <algorithm>
 #include <cmath>
@@ -314,5 +315,5 @@ void show_3D_spectrum(HWND window)
             *f, [&builder](float* s, std::size_t n, int channels, std::uint64_t) { builder.add(s, n, channels); },
             "Computing the spectrum..."))
         return;
-    uiHost().showSpectrum(builder.result(), "Spectrum of " + f->szDisplayName);
+    view_dialogs().showSpectrum(builder.result(), "Spectrum of " + f->szDisplayName);
 }

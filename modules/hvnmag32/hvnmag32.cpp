@@ -9,6 +9,7 @@
 #include "modules/module_support.h"
 #include "modules/selection_processor.h"
 #include "view/child_frame.h"
+#include "modules/module_dialogs.h"
 
 #include <algorithm>
 #include <memory>
@@ -39,7 +40,7 @@ void display_magnified_plot(HWND, HWND window, int)
             },
             "Reading the selection..."))
         return;
-    if (!uiHost().runMagnifiedPlot(*plot))
+    if (!module_dialogs().runMagnifiedPlot(*plot))
         return;
     process_selection(
         *f, 393,

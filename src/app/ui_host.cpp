@@ -1,6 +1,6 @@
 #include "app/ui_host.h"
 
-#include "app/headless_ui_host.h"
+#include "app/terminal_ui_host.h"
 
 namespace {
 UiHost* g_host = nullptr;
@@ -9,7 +9,7 @@ UiHost* g_host = nullptr;
 UiHost& uiHost()
 {
     if (!g_host) {
-        static HeadlessUiHost fallback;
+        static TerminalUiHost fallback;
         return fallback;
     }
     return *g_host;

@@ -4,6 +4,7 @@
 #include "app/messages.h"
 #include "app/ui_host.h"
 #include "app/ini_file.h"
+#include "edit/edit_dialogs.h"
 
 #include <cstring>
 #include <filesystem>
@@ -133,7 +134,7 @@ int new_select_process(char* selectedName)
 {
     PresetContext& c = preset_context();
     std::string chosen;
-    const int result = uiHost().runPresetSelect(c, chosen);
+    const int result = edit_dialogs().runPresetSelect(c, chosen);
     c.selectedName = chosen.substr(0, 100);
     if (selectedName)
         std::strcpy(selectedName, c.selectedName.c_str());
@@ -150,5 +151,5 @@ int new_save_process(char* presetFileName, char* title, char* section, char* key
     c.keyPrefix = keyPrefix ? keyPrefix : "";
     c.valuePrefix = valuePrefix ? valuePrefix : "";
     c.extra = extra ? extra : "";
-    return uiHost().runPresetSave(c);
+    return edit_dialogs().runPresetSave(c);
 }

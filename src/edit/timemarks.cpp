@@ -9,6 +9,7 @@
 #include "view/timemark_storage.h"
 #include "view/view_navigation.h"
 #include "view/waveform_renderer.h"
+#include "edit/edit_dialogs.h"
 
 #include <algorithm>
 #include <utility>
@@ -54,7 +55,7 @@ int addChecked(CChildFrame& f, bool fromBar)
     }
     const int x = placementColumn(f);
     std::string name;
-    if (preferences().markerNameOnTheFly && uiHost().askMarkerName(name))
+    if (preferences().markerNameOnTheFly && edit_dialogs().askMarkerName(name))
         name = name.substr(0, kMarkerNameLength);
     else
         name.clear();
@@ -242,7 +243,7 @@ CueList cue_list(const CChildFrame& f)
     return list;
 }
 
-void refill_cue_list(const CChildFrame& f) { uiHost().refillCueList(&f, cue_list(f)); }
+void refill_cue_list(const CChildFrame& f) { edit_dialogs().refillCueList(&f, cue_list(f)); }
 
 void select_timemark(CChildFrame& f, int i)
 {

@@ -2,6 +2,7 @@
 
 #include "app/ui_host.h"
 #include "edit/presets.h"
+#include "modules/module_dialogs.h"
 
 #include <cmath>
 #include <cstdlib>
@@ -184,7 +185,7 @@ std::optional<std::string> EffectDialog::applyValuesText(const std::string& valu
     return std::nullopt;
 }
 
-bool run_effect_dialog(EffectDialog& dialog) { return uiHost().runEffectDialog(dialog); }
+bool run_effect_dialog(EffectDialog& dialog) { return module_dialogs().runEffectDialog(dialog); }
 
 bool pick_effect_preset(EffectDialog& dialog)
 {

@@ -17,6 +17,7 @@
 #include "wavefile/wave_converter.h"
 #include "wavefile/wave_header.h"
 #include "wavefile/wave_state.h"
+#include "modules/module_dialogs.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -61,7 +62,7 @@ int compress_to_jaf_file(const std::string& target)
         return 0;
     CChildFrame& f = *frame;
     int button = jaf_button;
-    if (!uiHost().runJafDialog(button))
+    if (!module_dialogs().runJafDialog(button))
         return 0;
     jaf_button = std::clamp(button, 2000, 2004);
     jaf_ratio = kJafRatios[static_cast<std::size_t>(jaf_button - 2000)];

@@ -9,6 +9,7 @@
 #include "wavefile/riff_file.h"
 #include "wavefile/wave_header.h"
 #include "wavefile/wave_state.h"
+#include "modules/module_dialogs.h"
 
 #include <lilv/lilv.h>
 #include <lv2/core/lv2.h>
@@ -309,7 +310,7 @@ int PlugInProcessFile(const char* inputPath, const char* outputPath, HWND)
     std::vector<std::string> names;
     for (const PluginInfo& p : plugins)
         names.push_back(p.name + "  <" + p.uri + ">");
-    const int chosen = uiHost().choosePlugin(names);
+    const int chosen = module_dialogs().choosePlugin(names);
     if (chosen < 0 || chosen >= static_cast<int>(plugins.size()))
         return 0;
     const PluginInfo& plugin = plugins[static_cast<std::size_t>(chosen)];
@@ -333,7 +334,7 @@ int PlugInProcessFile(const char* inputPath, const char* outputPath, HWND)
             dialog.number(p.symbol, p.name, p.min, p.max, p.value, p.integer ? 1 : std::pow(10.0, -decimals), decimals);
         }
     }
-    if (!plugin.controls.empty() && !uiHost().runEffectDialog(dialog))
+    if (!plugin.controls.empty() && !module_dialogs().runEffectDialog(dialog))
         return 0;
     std::vector<std::pair<std::string, float>> values;
     for (const PluginPort& p : plugin.controls) {

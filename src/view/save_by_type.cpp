@@ -14,6 +14,7 @@
 #include "wavefile/foreign_formats.h"
 #include "wavefile/helper_programs.h"
 #include "wavefile/realmedia_encoder.h"
+#include "wavefile/wavefile_dialogs.h"
 
 #include <cerrno>
 #include <cstring>
@@ -93,7 +94,7 @@ int save_by_type(CChildFrame& f, const std::string& name, int type, int selectio
             ::unlink(avi.c_str());
             return 0;
         }
-        const int encoded = uiHost().runRealMediaDialog(
+        const int encoded = wavefile_dialogs().runRealMediaDialog(
             settings, channels,
             [&](const RealMediaSettings& chosen, const std::function<void(const std::string&)>& progress) {
                 return encode_realmedia(avi, staged.temporaryPath(), chosen, progress);

@@ -8,6 +8,7 @@
 #include "wavefile/riff_file.h"
 #include "wavefile/riff_info.h"
 #include "wavefile/wave_state.h"
+#include "wavefile/wavefile_dialogs.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -271,7 +272,7 @@ int read_waveform_header_any_format(const std::string& fileName, int report)
 
 int create_new_empty_waveform_file(int showDialog)
 {
-    if (showDialog && !uiHost().runNewFileDialog())
+    if (showDialog && !wavefile_dialogs().runNewFileDialog())
         return 0;
 
     new_file_counter += 1;

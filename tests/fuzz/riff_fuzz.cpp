@@ -3,7 +3,7 @@
 // JAF expansion, and writes back any INFO list and cue points it parsed to
 // check that they read again the same.
 
-#include "app/headless_ui_host.h"
+#include "app/terminal_ui_host.h"
 #include "wavefile/adpcm_codec.h"
 #include "wavefile/cue_chunk.h"
 #include "wavefile/jaf_blocks.h"
@@ -84,7 +84,7 @@ void exerciseCodec(const wave_io_info& info, const uint8_t* data, size_t size)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    static HeadlessUiHost host;
+    static TerminalUiHost host;
     host.setQuiet(true);
     setUiHost(&host);
     host.clearShown();

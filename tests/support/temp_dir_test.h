@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/app_paths.h"
-#include "app/headless_ui_host.h"
+#include "cli/headless_ui_host.h"
 #include "app/preferences.h"
 #include "app/file_names.h"
 #include "app/progress.h"

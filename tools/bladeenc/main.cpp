@@ -4,7 +4,7 @@
 // replaced by ".mp3". -320 (or another number) is the constant bit rate in
 // kbit/s, 128 by default; -quit is accepted (the encoder never waits for a key).
 
-#include "app/headless_ui_host.h"
+#include "app/terminal_ui_host.h"
 #include "app/file_names.h"
 #include "app/posix_io.h"
 #include "wavefile/wave_header.h"
@@ -137,7 +137,7 @@ int main(int argc, char** argv)
     // them, so a name that looks like one of its options stays a name.
     int qtArgc = 1;
     QCoreApplication app(qtArgc, argv);
-    HeadlessUiHost host;
+    TerminalUiHost host;
     host.setQuiet(true);
     setUiHost(&host);
     int kbps = 128;

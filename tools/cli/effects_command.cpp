@@ -1,7 +1,7 @@
 #include "cli_args.h"
 
 #include "app/app_paths.h"
-#include "app/headless_ui_host.h"
+#include "cli/headless_ui_host.h"
 #include "document_session.h"
 #include "modules/effect_commands.h"
 #include "edit/presets.h"

@@ -3,7 +3,7 @@
 // failed, 2 for usage errors.
 
 #include "app/app_paths.h"
-#include "app/headless_ui_host.h"
+#include "cli/headless_ui_host.h"
 #include "app/instance_files.h"
 #include "app/preference_store.h"
 #include "cli_args.h"

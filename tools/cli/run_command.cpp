@@ -1,7 +1,7 @@
 #include "app/timing_trace.h"
 #include "cli_args.h"
 
-#include "app/headless_ui_host.h"
+#include "cli/headless_ui_host.h"
 #include "document_session.h"
 #include "modules/effect_commands.h"
 #include "view/spectrogram_image.h"

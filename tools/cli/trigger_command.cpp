@@ -1,6 +1,6 @@
 #include "cli_args.h"
 
-#include "app/headless_ui_host.h"
+#include "cli/headless_ui_host.h"
 #include "app/preferences.h"
 #include "audio/playback_engine.h"
 #include "audio/portaudio_device.h"

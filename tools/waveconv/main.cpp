@@ -5,7 +5,7 @@
 // tag wanted: 1 for PCM (from ADPCM), 2 for ADPCM (from PCM).
 
 #include "app/app_paths.h"
-#include "app/headless_ui_host.h"
+#include "app/terminal_ui_host.h"
 #include "wavefile/helper_programs.h"
 #include "wavefile/wave_converter.h"
 
@@ -26,7 +26,7 @@ int main(int argc, char** argv)
         std::cerr << "usage: WAVECONV.EXE SOURCE TAG\n";
         return 2;
     }
-    HeadlessUiHost host;
+    TerminalUiHost host;
     host.setQuiet(true);
     setUiHost(&host);
     // The exchange folder of the program that started this helper.

@@ -1,75 +1,37 @@
 #pragma once
 
-#include "app/ui_host.h"
+#include "app/terminal_ui_host.h"
+#include "edit/edit_dialogs.h"
 #include "modules/effect_dialog.h"
 #include "modules/magnified_plot.h"
+#include "modules/module_dialogs.h"
 #include "view/spectrogram.h"
+#include "view/view_dialogs.h"
+#include "wavefile/wavefile_dialogs.h"
 
-#include <atomic>
 #include <deque>
-#include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
-// The user interface of the command line and the tests: messages go to stderr,
-// the progress box is a one-line bar on a terminal (nothing when stderr is not
-// a terminal), and questions take their answers from a script, then from a
-// default answer. Cancel is requested from outside (Ctrl+C, or a test).
-class HeadlessUiHost : public UiHost {
+// The command line's user interface: the terminal's (messages, progress,
+// questions), and every dialog answered from the command's options instead
+// of a window: effect settings and presets, the magnified plot's lines,
+// marker names, the JAF, plug-in and RealMedia choices. The spectrum and the
+// cue list are kept for the command to print or save. Made, it answers every
+// subsystem's dialogs until it goes.
+class HeadlessUiHost : public TerminalUiHost,
+                       public WaveFileDialogs,
+                       public ViewDialogs,
+                       public EditDialogs,
+                       public ModuleDialogs {
 public:
-    struct Shown {
-        std::string text;
-        std::string caption;
-        unsigned style = 0;
-        int answer = 0;
-    };
-
     HeadlessUiHost();
+    ~HeadlessUiHost() override;
+    HeadlessUiHost(const HeadlessUiHost&) = delete;
+    HeadlessUiHost& operator=(const HeadlessUiHost&) = delete;
 
-    // Answers for the next questions, used in order before the default.
-    void scriptAnswers(std::initializer_list<int> answers);
-    // What a Yes/No or OK/Cancel question gets when the script is empty:
-    // true answers Yes/OK, false No/Cancel.
-    void setDefaultAgree(bool agree) { m_defaultAgree = agree; }
-    // Ask on the terminal when stdin is one; otherwise use the default.
-    void setInteractive(bool interactive) { m_interactive = interactive; }
-    void setQuiet(bool quiet) { m_quiet = quiet; }
-
-    // Requests Cancel: the next poll of the progress box reports it. Safe to
-    // call from a signal handler.
-    void requestCancel() { m_cancelRequested.store(true); }
-    // Requests Cancel after the given number of further polls.
-    void cancelAfterPolls(int polls) { m_cancelCountdown = polls; }
-
-    const std::vector<Shown>& shown() const { return m_shown; }
-    void clearShown() { m_shown.clear(); }
-    bool progressOpen() const { return m_progressOpen; }
-    int progressBoxesOpened() const { return m_progressBoxesOpened; }
-    int lastPercent() const { return m_lastPercent; }
-    std::string controlText(int controlId) const;
-    const std::string& title() const { return m_title; }
-    int helpContext() const { return m_helpContext; }
-    const std::string& helpFile() const { return m_helpFile; }
-
-    int messageBox(HWND owner, const std::string& text, const std::string& caption,
-                   unsigned style) override;
-    void beep() override;
-    void setMainWindowTitle(const std::string& title) override { m_title = title; }
-    HWND createProgressBox(const std::string& text, bool showCancel) override;
-    void destroyProgressBox(HWND box) override;
-    void drawProgressBar(HWND box, int percent, const std::string& barText) override;
-    bool takeCancelClick(HWND box) override;
-    void drawTextOnControl(HWND parent, int controlId, const std::string& text,
-                           const ControlTextStyle& style) override;
-    void setControlText(HWND, int controlId, const std::string& text) override;
-    HWND createConversionBox(const std::string& source, const std::string& destination) override;
-    void destroyConversionBox(HWND box) override { destroyProgressBox(box); }
-    void paintBitmapButton(const OwnerDrawItem&, const std::string&, const std::string&,
-                           bool) override {}
-    void centreWindow(HWND) override {}
-    void showHelp(const std::string& helpFile, int contextId) override;
-    void setWaitCursor(bool) override {}
     bool runNewFileDialog() override { return true; }
     // Effect dialogs take the settings given here (key, value text), in
     // order; a bad one is reported and the dialog cancelled. In describe mode
@@ -101,16 +63,10 @@ public:
     };
     void setPlotLines(std::vector<PlotLine> lines) { m_plotLines = std::move(lines); }
     bool runMagnifiedPlot(MagnifiedPlot& plot) override;
-    // The suggestion when questions are agreed to; on a terminal the name typed
-    // (an empty line takes the suggestion); otherwise cancelled.
-    std::string askSaveFileName(const std::string& title, const std::string& suggestion) override;
-
     // The name the next "ENTERMARKERNAME" questions get, in order; without
     // one the question is cancelled.
     void scriptMarkerNames(std::initializer_list<std::string> names) { m_markerNames.assign(names); }
     bool askMarkerName(std::string& name) override;
-    // Escape is the Cancel request (Ctrl+C on a terminal, or a test's).
-    bool escapePressed() override { return m_cancelRequested.exchange(false); }
     // The JAF dialog's answer: the button to choose (0 keeps the one on),
     // or Cancel.
     void setJafChoice(int button, bool ok = true)
@@ -161,24 +117,4 @@ private:
     std::shared_ptr<Spectrogram> m_spectrum;
     std::vector<PlotLine> m_plotLines;
     std::vector<EffectDialog> m_effectDialogs;
-    int answerFor(unsigned style, const std::string& text);
-    void redrawTerminalLine();
-
-    std::deque<int> m_script;
-    bool m_defaultAgree = false;
-    bool m_interactive = false;
-    bool m_quiet = false;
-    bool m_terminal = false;
-    std::atomic<bool> m_cancelRequested{false};
-    int m_cancelCountdown = -1;
-    std::vector<Shown> m_shown;
-    std::map<int, std::string> m_controlTexts;
-    bool m_progressOpen = false;
-    int m_progressBoxesOpened = 0;
-    int m_lastPercent = -1;
-    std::string m_barText;
-    std::string m_terminalLine;
-    std::string m_title;
-    std::string m_helpFile;
-    int m_helpContext = 0;
 };

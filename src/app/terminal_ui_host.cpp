@@ -1,9 +1,6 @@
-#include "app/headless_ui_host.h"
+#include "app/terminal_ui_host.h"
 
 #include "app/messages.h"
-#include "edit/presets.h"
-#include "edit/timemarks.h"
-#include "wavefile/realmedia_encoder.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -17,20 +14,20 @@ constexpr int kTimeLeftControl = 1039;
 constexpr int kConversionPercent = 102;
 }  // namespace
 
-HeadlessUiHost::HeadlessUiHost() : m_terminal(isatty(STDERR_FILENO) == 1) {}
+TerminalUiHost::TerminalUiHost() : m_terminal(isatty(STDERR_FILENO) == 1) {}
 
-void HeadlessUiHost::scriptAnswers(std::initializer_list<int> answers)
+void TerminalUiHost::scriptAnswers(std::initializer_list<int> answers)
 {
     m_script.insert(m_script.end(), answers.begin(), answers.end());
 }
 
-std::string HeadlessUiHost::controlText(int controlId) const
+std::string TerminalUiHost::controlText(int controlId) const
 {
     auto it = m_controlTexts.find(controlId);
     return it == m_controlTexts.end() ? std::string() : it->second;
 }
 
-int HeadlessUiHost::answerFor(unsigned style, const std::string& text)
+int TerminalUiHost::answerFor(unsigned style, const std::string& text)
 {
     const unsigned buttons = style & kMessageBoxButtonMask;
     const bool yesNo = buttons == MB_YESNO || buttons == MB_YESNOCANCEL;
@@ -53,7 +50,7 @@ int HeadlessUiHost::answerFor(unsigned style, const std::string& text)
     return agree ? IDOK : IDCANCEL;
 }
 
-int HeadlessUiHost::messageBox(HWND, const std::string& text, const std::string& caption,
+int TerminalUiHost::messageBox(HWND, const std::string& text, const std::string& caption,
                                unsigned style)
 {
     if (m_progressOpen && m_terminal && !m_quiet)
@@ -68,13 +65,13 @@ int HeadlessUiHost::messageBox(HWND, const std::string& text, const std::string&
     return answer;
 }
 
-void HeadlessUiHost::beep()
+void TerminalUiHost::beep()
 {
     if (m_terminal && !m_quiet)
         std::cerr << '\a' << std::flush;
 }
 
-HWND HeadlessUiHost::createProgressBox(const std::string& text, bool)
+HWND TerminalUiHost::createProgressBox(const std::string& text, bool)
 {
     m_progressOpen = true;
     ++m_progressBoxesOpened;
@@ -85,7 +82,7 @@ HWND HeadlessUiHost::createProgressBox(const std::string& text, bool)
     return kProgressBox;
 }
 
-void HeadlessUiHost::setControlText(HWND, int controlId, const std::string& text)
+void TerminalUiHost::setControlText(HWND, int controlId, const std::string& text)
 {
     m_controlTexts[controlId] = text;
     if (controlId == kConversionPercent) {
@@ -94,7 +91,7 @@ void HeadlessUiHost::setControlText(HWND, int controlId, const std::string& text
     }
 }
 
-HWND HeadlessUiHost::createConversionBox(const std::string& source, const std::string& destination)
+HWND TerminalUiHost::createConversionBox(const std::string& source, const std::string& destination)
 {
     // Shown like the progress box: the two names over the bar.
     createProgressBox(source + " -> " + destination, true);
@@ -104,7 +101,7 @@ HWND HeadlessUiHost::createConversionBox(const std::string& source, const std::s
     return kProgressBox;
 }
 
-void HeadlessUiHost::destroyProgressBox(HWND box)
+void TerminalUiHost::destroyProgressBox(HWND box)
 {
     if (box != kProgressBox || !m_progressOpen)
         return;
@@ -114,14 +111,14 @@ void HeadlessUiHost::destroyProgressBox(HWND box)
         std::cerr << "\r\033[K" << std::flush;
 }
 
-void HeadlessUiHost::drawProgressBar(HWND, int percent, const std::string& barText)
+void TerminalUiHost::drawProgressBar(HWND, int percent, const std::string& barText)
 {
     m_lastPercent = percent;
     m_barText = barText;
     redrawTerminalLine();
 }
 
-bool HeadlessUiHost::takeCancelClick(HWND)
+bool TerminalUiHost::takeCancelClick(HWND)
 {
     if (m_cancelCountdown >= 0) {
         if (m_cancelCountdown == 0) {
@@ -133,7 +130,7 @@ bool HeadlessUiHost::takeCancelClick(HWND)
     return m_cancelRequested.exchange(false);
 }
 
-void HeadlessUiHost::drawTextOnControl(HWND, int controlId, const std::string& text,
+void TerminalUiHost::drawTextOnControl(HWND, int controlId, const std::string& text,
                                        const ControlTextStyle&)
 {
     m_controlTexts[controlId] = text;
@@ -141,7 +138,7 @@ void HeadlessUiHost::drawTextOnControl(HWND, int controlId, const std::string& t
         redrawTerminalLine();
 }
 
-void HeadlessUiHost::showHelp(const std::string& helpFile, int contextId)
+void TerminalUiHost::showHelp(const std::string& helpFile, int contextId)
 {
     m_helpFile = helpFile;
     m_helpContext = contextId;
@@ -149,7 +146,7 @@ void HeadlessUiHost::showHelp(const std::string& helpFile, int contextId)
         std::cerr << "help: " << helpFile << " #" << contextId << std::endl;
 }
 
-void HeadlessUiHost::redrawTerminalLine()
+void TerminalUiHost::redrawTerminalLine()
 {
     if (!m_terminal || m_quiet || !m_progressOpen || m_lastPercent < 0)
         return;
@@ -165,7 +162,7 @@ void HeadlessUiHost::redrawTerminalLine()
     std::cerr << "\r\033[K" << line << std::flush;
 }
 
-std::string HeadlessUiHost::askSaveFileName(const std::string& title, const std::string& suggestion)
+std::string TerminalUiHost::askSaveFileName(const std::string& title, const std::string& suggestion)
 {
     if (!m_script.empty()) {
         const int answer = m_script.front();
@@ -182,94 +179,3 @@ std::string HeadlessUiHost::askSaveFileName(const std::string& title, const std:
     return m_defaultAgree ? suggestion : std::string();
 }
 
-bool HeadlessUiHost::runEffectDialog(EffectDialog& dialog)
-{
-    if (m_describeEffects) {
-        m_effectDialogs.push_back(dialog);
-        return false;
-    }
-    // A preset first, then the single settings over it.
-    if (dialog.presets && !m_presetChoice.empty() && !pick_effect_preset(dialog))
-        return false;
-    for (const auto& [key, value] : m_effectSettings)
-        if (const auto reason = dialog.set(key, value)) {
-            messageBox(nullptr, *reason, kProductName, MB_OK | MB_ICONEXCLAMATION);
-            return false;
-        }
-    m_effectDialogs.push_back(dialog);
-    return true;
-}
-
-int HeadlessUiHost::runPresetSelect(PresetContext& context, std::string& chosen)
-{
-    if (m_presetChoice.empty())
-        return 2;
-    for (const std::string& name : list_presets(context))
-        if (name == m_presetChoice) {
-            chosen = name;
-            return 1;
-        }
-    messageBox(nullptr, "There is no preset \"" + m_presetChoice + "\" in " + context.section, kProductName,
-               MB_OK | MB_ICONEXCLAMATION);
-    return 2;
-}
-
-int HeadlessUiHost::runPresetSave(PresetContext& context)
-{
-    if (m_presetSaveName.empty())
-        return 2;
-    return save_preset(context, m_presetSaveName, context.extra) == SavePresetResult::Saved ? 1 : 2;
-}
-
-void HeadlessUiHost::showSpectrum(const Spectrogram& spectrogram, const std::string&)
-{
-    m_spectrum = std::make_shared<Spectrogram>(spectrogram);
-}
-
-bool HeadlessUiHost::runMagnifiedPlot(MagnifiedPlot& plot)
-{
-    if (m_plotLines.empty())
-        return false;
-    for (const PlotLine& l : m_plotLines)
-        plot.drawLine(l.channel, l.fromFrame, l.fromValue, l.toFrame, l.toValue);
-    return true;
-}
-
-bool HeadlessUiHost::askMarkerName(std::string& name)
-{
-    if (m_markerNames.empty())
-        return false;
-    name = m_markerNames.front();
-    m_markerNames.pop_front();
-    return !name.empty();
-}
-
-void HeadlessUiHost::refillCueList(const CChildFrame* frame, const CueList& list)
-{
-    m_cueList = std::make_shared<CueList>(list);
-    m_cueListFrame = frame;
-    ++m_cueListRefills;
-}
-
-const CueList& HeadlessUiHost::cueList() const
-{
-    static const CueList none;
-    return m_cueList ? *m_cueList : none;
-}
-
-void HeadlessUiHost::setRealMediaSettings(const RealMediaSettings& settings)
-{
-    m_realMedia = std::make_shared<RealMediaSettings>(settings);
-}
-
-int HeadlessUiHost::runRealMediaDialog(RealMediaSettings& settings, int, const RealMediaEncode& encode)
-{
-    if (m_realMedia)
-        settings = *m_realMedia;
-    m_realMediaProgress.clear();
-    return encode(settings, [this](const std::string& line) {
-        m_realMediaProgress.push_back(line);
-        if (!m_quiet && m_terminal)
-            std::fprintf(stderr, "\r%s", line.c_str());
-    });
-}
