@@ -8,7 +8,7 @@
 #include "audio/spsc_queue.h"
 #include "audio/wave_in_device.h"
 #include "wavefile/resampler.h"
-#include "wavefile/sample_values.h"
+#include "wavefile/sample_format.h"
 
 #include <QTimer>
 #include <algorithm>
@@ -240,15 +240,15 @@ private:
     // were lost for want of a buffer.
     bool store(const float* samples, std::size_t frames)
     {
-        const int sampleBytes = m_bits / 8;
+        const SampleFormat format = pcm_format(m_bits).value_or(SampleFormat::S16);
+        const int sampleBytes = sample_bytes(format);
         std::size_t count = frames * static_cast<std::size_t>(m_channels);
         unsigned char scratch[4096];
         while (count > 0) {
             // A whole number of frames at a time (the scratch holds an even
             // number of samples).
             const std::size_t n = std::min(count, sizeof scratch / static_cast<std::size_t>(sampleBytes));
-            for (std::size_t i = 0; i < n; ++i)
-                float_to_pcm_sample(scratch + i * static_cast<std::size_t>(sampleBytes), sampleBytes, samples[i]);
+            float_to_samples(format, samples, scratch, n);
             if (!take(scratch, n * static_cast<std::size_t>(sampleBytes)))
                 return false;
             samples += n;

@@ -23,7 +23,7 @@
 #include "audio/volume.h"
 #include "audio/wave_out_device.h"
 #include "wavefile/resampler.h"
-#include "wavefile/sample_values.h"
+#include "wavefile/sample_format.h"
 
 #include <QCoreApplication>
 #include <QPointer>
@@ -224,7 +224,8 @@ public:
         if (!output)
             return false;
         m_channels = std::clamp(format.channels, 1, 2);
-        m_sampleBytes = std::max(1, format.bits / 8);
+        m_sampleFormat = pcm_format(format.bits).value_or(SampleFormat::S16);
+        m_sampleBytes = sample_bytes(m_sampleFormat);
         m_frameBytes = static_cast<std::size_t>(m_channels * m_sampleBytes);
         m_rate = format.rate;
         // The stream carries the volume (unless the system mixer does).
@@ -487,9 +488,7 @@ private:
             } else {
                 used = std::min(available, frames - got);
                 const std::size_t samples = used * static_cast<std::size_t>(m_channels);
-                for (std::size_t i = 0; i < samples; ++i)
-                    dst[got * static_cast<std::size_t>(m_channels) + i] =
-                        pcm_sample_to_float(p + i * static_cast<std::size_t>(m_sampleBytes), m_sampleBytes);
+                samples_to_float(m_sampleFormat, p, dst + got * static_cast<std::size_t>(m_channels), samples);
                 got += used;
                 m_fedFrames += used;
                 m_trailingSilence = 0;
@@ -603,6 +602,7 @@ private:
     Resampler m_resampler;
     // The document's format.
     std::size_t m_frameBytes = 4;
+    SampleFormat m_sampleFormat = SampleFormat::S16;
     int m_sampleBytes = 2;
     int m_channels = 2;
     std::uint32_t m_rate = 44100;

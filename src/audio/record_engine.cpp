@@ -7,6 +7,7 @@
 #include "app/posix_io.h"
 #include "app/preferences.h"
 #include "audio/playback_engine.h"
+#include "wavefile/sample_format.h"
 #include "app/transport_state.h"
 #include "edit/undo.h"
 #include "view/child_frame.h"
@@ -27,14 +28,11 @@ WaveInFactory g_factory = nullptr;
 
 constexpr int kRecordUndoCode = 1813;
 
-// A sample as the meters see it: 8-bit centred on zero, 16-bit signed.
+// A sample as the meters see it: in the width's own steps, 8-bit centred
+// on zero.
 int sampleAt(const unsigned char* p, int bits)
 {
-    if (bits == 8)
-        return static_cast<int>(*p) - 128;
-    std::int16_t v;
-    std::memcpy(&v, p, 2);
-    return v;
+    return sample_value(pcm_format(bits).value_or(SampleFormat::S16), p);
 }
 
 // The multimedia timer's range of periods, from the resolution of the clock

@@ -5,7 +5,7 @@
 #include "app/progress.h"
 #include "app/unique_fd.h"
 #include "view/child_frame.h"
-#include "wavefile/byte_order.h"
+#include "wavefile/sample_format.h"
 
 #include <algorithm>
 #include <cmath>
@@ -22,17 +22,12 @@ struct Gains {
     double dest = 1.0;
 };
 
-int readSample(const unsigned char* p, int bps) { return bps == 1 ? p[0] - 128 : static_cast<std::int16_t>(get_le16(p)); }
-
-void writeSample(unsigned char* p, int bps, double v)
+// The mix's own rule for a result: truncated toward zero, and clipped
+// symmetrically at the largest positive value of the width.
+void writeSample(unsigned char* p, SampleFormat format, double v)
 {
-    if (bps == 1) {
-        const long s = std::clamp<long>(static_cast<long>(v), -127, 127);
-        p[0] = static_cast<unsigned char>(s + 128);
-    } else {
-        const long s = std::clamp<long>(static_cast<long>(v), -32767, 32767);
-        put_le16(p, static_cast<std::uint16_t>(static_cast<std::int16_t>(s)));
-    }
+    const long top = static_cast<long>(full_scale(format)) - 1;
+    put_sample_value(format, p, std::clamp<long>(static_cast<long>(v), -top, top));
 }
 
 }  // namespace
@@ -40,8 +35,9 @@ void writeSample(unsigned char* p, int bps, double v)
 int mix_into(const CChildFrame& d, const std::string& insertSource, std::uint64_t length, std::uint64_t start,
              const std::string& out, bool crossfade, std::uint64_t crossfadeBytes)
 {
-    const int bps = d.bytesPerSample();
-    if (bps != 1 && bps != 2)
+    const SampleFormat format = d.sampleFormat();
+    const int bps = sample_bytes(format);
+    if (format != SampleFormat::U8 && format != SampleFormat::S16)
         return 1;  // other widths are not mixed
     std::vector<unsigned char> mixed, clip;
     try {
@@ -108,9 +104,9 @@ int mix_into(const CChildFrame& d, const std::string& insertSource, std::uint64_
                 // Past the destination's data the clipboard stands alone.
                 if (pos + bps > destGot)
                     g = {2.0 * s.clipLevel, 0.0};
-                const int c = readSample(clip.data() + pos, bps);
-                const int v = pos + bps <= destGot ? readSample(mixed.data() + pos, bps) : 0;
-                writeSample(mixed.data() + pos, bps, (c * g.clip + v * g.dest) * 0.5);
+                const int c = sample_value(format, clip.data() + pos);
+                const int v = pos + bps <= destGot ? sample_value(format, mixed.data() + pos) : 0;
+                writeSample(mixed.data() + pos, format, (c * g.clip + v * g.dest) * 0.5);
             }
         }
         ok = write_fully(target.get(), mixed.data(), clipGot);

@@ -69,7 +69,7 @@ unsigned long compute_sample_length(unsigned long total, unsigned long align, un
     return chunk - chunk % align;
 }
 
-unsigned char silence_byte(const CChildFrame& f) { return f.wfx.wBitsPerSample == 8 ? 128 : 0; }
+unsigned char silence_byte(const CChildFrame& f) { return silence_byte(f.sampleFormat()); }
 
 std::uint64_t align_to_frame(const CChildFrame& f, std::uint64_t bytes)
 {

@@ -7,6 +7,7 @@
 #include "app/ui_host.h"
 #include "modules/effect_dialog.h"
 #include "wavefile/riff_file.h"
+#include "wavefile/sample_format.h"
 #include "wavefile/wave_header.h"
 #include "wavefile/wave_state.h"
 #include "modules/module_dialogs.h"
@@ -146,19 +147,14 @@ bool readWave(const std::string& path, Signal& s, std::string& error)
         error = "The plug-in's input could not be read.";
         return false;
     }
+    const SampleFormat format = pcm_format(s.bits).value_or(SampleFormat::S16);
     const std::size_t frameBytes = static_cast<std::size_t>(s.channels * s.bits / 8);
     const std::size_t frames = bytes / frameBytes;
     s.data.assign(static_cast<std::size_t>(s.channels), std::vector<float>(frames));
     for (std::size_t i = 0; i < frames; ++i)
         for (int c = 0; c < s.channels; ++c) {
             const std::uint8_t* p = raw.data() + i * frameBytes + static_cast<std::size_t>(c) * (s.bits / 8);
-            if (s.bits == 8) {
-                s.data[static_cast<std::size_t>(c)][i] = (p[0] - 128) / 128.0f;
-            } else {
-                std::int16_t v;
-                std::memcpy(&v, p, 2);
-                s.data[static_cast<std::size_t>(c)][i] = v / 32768.0f;
-            }
+            s.data[static_cast<std::size_t>(c)][i] = sample_to_float(format, p);
         }
     return true;
 }
@@ -171,6 +167,7 @@ bool writeWave(const std::string& path, const Signal& s)
     if (!staged.begin(path) || !out.open(staged.temporaryPath(), RiffFile::Mode::Create) ||
         !create_plain_waveform_header(out, s.channels, s.rate, s.bits))
         return false;
+    const SampleFormat format = pcm_format(s.bits).value_or(SampleFormat::S16);
     const int frameBytes = s.channels * s.bits / 8;
     const std::size_t frames = s.data.empty() ? 0 : s.data[0].size();
     std::vector<std::uint8_t> raw(frames * static_cast<std::size_t>(frameBytes));
@@ -178,12 +175,7 @@ bool writeWave(const std::string& path, const Signal& s)
         for (int c = 0; c < s.channels; ++c) {
             const float v = std::clamp(s.data[static_cast<std::size_t>(c)][i], -1.0f, 1.0f);
             std::uint8_t* p = raw.data() + i * static_cast<std::size_t>(frameBytes) + static_cast<std::size_t>(c) * (s.bits / 8);
-            if (s.bits == 8) {
-                p[0] = static_cast<std::uint8_t>(std::lround(v * 127.0f) + 128);
-            } else {
-                const auto q = static_cast<std::int16_t>(std::clamp(std::lround(v * 32768.0f), -32768L, 32767L));
-                std::memcpy(p, &q, 2);
-            }
+            float_to_sample(format, p, v);
         }
     return out.write(raw.data(), static_cast<long long>(raw.size())) == static_cast<long long>(raw.size()) &&
            ascend_and_update_waveform_file(out) == MMSYSERR_NOERROR && out.close() && staged.commit();

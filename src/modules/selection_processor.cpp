@@ -88,12 +88,12 @@ bool beginNewVersion(CChildFrame& f, const Range& r, UniqueFd& in, UniqueFd& out
 
 // Writes the whole frames of `out` as PCM at `written` (which moves on) and
 // keeps a part frame for later. false (and the message) on a failed write.
-bool writeWholeFrames(int fd, std::vector<float>& out, int channels, int bits, std::vector<unsigned char>& encoded,
+bool writeWholeFrames(int fd, std::vector<float>& out, int channels, SampleFormat format, std::vector<unsigned char>& encoded,
                       std::uint64_t& written)
 {
     const std::size_t whole = out.size() / static_cast<std::size_t>(channels) * static_cast<std::size_t>(channels);
-    encoded.resize(whole * static_cast<std::size_t>(bits / 8));
-    float_to_pcm(out.data(), encoded.data(), whole, bits);
+    encoded.resize(whole * static_cast<std::size_t>(sample_bytes(format)));
+    float_to_samples(format, out.data(), encoded.data(), whole);
     if (!write_fully(fd, encoded.data(), static_cast<long long>(encoded.size()), static_cast<long long>(written))) {
         NewErrMsg(5025);
         return false;
@@ -105,40 +105,13 @@ bool writeWholeFrames(int fd, std::vector<float>& out, int channels, int bits, s
 
 }  // namespace
 
-void pcm_to_float(const unsigned char* in, float* out, std::size_t samples, int bits)
-{
-    if (bits == 8) {
-        for (std::size_t i = 0; i < samples; ++i)
-            out[i] = (static_cast<int>(in[i]) - 128) * (1.0f / 128.0f);
-        return;
-    }
-    for (std::size_t i = 0; i < samples; ++i) {
-        std::int16_t v;
-        std::memcpy(&v, in + 2 * i, 2);
-        out[i] = v * (1.0f / 32768.0f);
-    }
-}
-
-void float_to_pcm(const float* in, unsigned char* out, std::size_t samples, int bits)
-{
-    if (bits == 8) {
-        for (std::size_t i = 0; i < samples; ++i)
-            out[i] = static_cast<unsigned char>(std::clamp(std::lrint(in[i] * 128.0f), -128L, 127L) + 128);
-        return;
-    }
-    for (std::size_t i = 0; i < samples; ++i) {
-        const auto v = static_cast<std::int16_t>(std::clamp(std::lrint(in[i] * 32768.0f), -32768L, 32767L));
-        std::memcpy(out + 2 * i, &v, 2);
-    }
-}
-
 int process_selection(CChildFrame& f, int code, const SampleKernel& kernel, const SelectionProcess& how)
 {
     const Range r = selectionRange(f);
     if (!f.bHighlight || r.frames == 0 || (f.wfx.wBitsPerSample != 8 && f.wfx.wBitsPerSample != 16))
         return 0;
     const int channels = std::max<int>(1, f.wfx.nChannels);
-    const int bits = f.wfx.wBitsPerSample;
+    const SampleFormat format = f.sampleFormat();
     std::vector<unsigned char> raw, original;
     std::vector<float> samples;
     try {
@@ -176,12 +149,12 @@ int process_selection(CChildFrame& f, int code, const SampleKernel& kernel, cons
         if (how.bytesOnly) {
             std::copy(original.begin(), original.begin() + static_cast<long>(bytes), raw.begin());
         } else {
-            pcm_to_float(original.data(), samples.data(), n * static_cast<std::size_t>(channels), bits);
+            samples_to_float(format, original.data(), samples.data(), n * static_cast<std::size_t>(channels));
             kernel(samples.data(), n, channels, done);
-            float_to_pcm(samples.data(), raw.data(), n * static_cast<std::size_t>(channels), bits);
+            float_to_samples(format, samples.data(), raw.data(), n * static_cast<std::size_t>(channels));
         }
         // Channels outside the highlight keep their samples where they were.
-        const std::size_t sampleBytes = static_cast<std::size_t>(bits / 8);
+        const std::size_t sampleBytes = static_cast<std::size_t>(sample_bytes(format));
         for (int ch = 0; ch < channels; ++ch) {
             if (channelSelected(f, ch))
                 continue;
@@ -236,7 +209,7 @@ int scan_selection(CChildFrame& f, const SampleKernel& kernel, const char* progr
         if (read_fully(in.get(), raw.data(), static_cast<long long>(bytes),
                        static_cast<long long>(r.start + done * r.frameBytes)) != static_cast<long long>(bytes))
             return 0;
-        pcm_to_float(raw.data(), samples.data(), n * static_cast<std::size_t>(channels), f.wfx.wBitsPerSample);
+        samples_to_float(f.sampleFormat(), raw.data(), samples.data(), n * static_cast<std::size_t>(channels));
         kernel(samples.data(), n, channels, done);
         return 1;
     });
@@ -248,7 +221,7 @@ int transform_selection(CChildFrame& f, int code, const StreamKernel& kernel, co
     if (!f.bHighlight || r.frames == 0 || (f.wfx.wBitsPerSample != 8 && f.wfx.wBitsPerSample != 16))
         return 0;
     const int channels = std::max<int>(1, f.wfx.nChannels);
-    const int bits = f.wfx.wBitsPerSample;
+    const SampleFormat format = f.sampleFormat();
     const std::size_t blockFrames = 65536;
     std::vector<unsigned char> raw(blockFrames * r.frameBytes);
     std::vector<unsigned char> encoded;
@@ -262,7 +235,7 @@ int transform_selection(CChildFrame& f, int code, const StreamKernel& kernel, co
         return 0;
     };
     std::uint64_t written = r.start;
-    const auto flush = [&] { return writeWholeFrames(dest.get(), out, channels, bits, encoded, written) ? 1 : 0; };
+    const auto flush = [&] { return writeWholeFrames(dest.get(), out, channels, format, encoded, written) ? 1 : 0; };
     const int ok = forEachBlock(r, blockFrames, progressText, [&](std::uint64_t done, std::size_t n) {
         const std::size_t bytes = n * r.frameBytes;
         if (read_fully(in.get(), raw.data(), static_cast<long long>(bytes),
@@ -270,7 +243,7 @@ int transform_selection(CChildFrame& f, int code, const StreamKernel& kernel, co
             NewErrMsg(5038);
             return 0;
         }
-        pcm_to_float(raw.data(), samples.data(), n * static_cast<std::size_t>(channels), bits);
+        samples_to_float(format, raw.data(), samples.data(), n * static_cast<std::size_t>(channels));
         kernel(samples.data(), n, channels, done + n >= r.frames, out);
         return flush();
     });
@@ -314,7 +287,7 @@ int preview_selection(CChildFrame& f, const StreamKernel& kernel, double seconds
         return 0;
     r.frames = std::min<std::uint64_t>(r.frames, static_cast<std::uint64_t>(seconds * f.wfx.nSamplesPerSec));
     const int channels = std::max<int>(1, f.wfx.nChannels);
-    const int bits = f.wfx.wBitsPerSample;
+    const SampleFormat format = f.sampleFormat();
     const std::size_t blockFrames = 65536;
     std::vector<unsigned char> raw(blockFrames * r.frameBytes), encoded;
     std::vector<float> samples(blockFrames * static_cast<std::size_t>(channels)), out;
@@ -331,10 +304,10 @@ int preview_selection(CChildFrame& f, const StreamKernel& kernel, double seconds
         if (read_fully(in.get(), raw.data(), static_cast<long long>(bytes),
                        static_cast<long long>(r.start + done * r.frameBytes)) != static_cast<long long>(bytes))
             return 0;
-        pcm_to_float(raw.data(), samples.data(), n * static_cast<std::size_t>(channels), bits);
+        samples_to_float(format, raw.data(), samples.data(), n * static_cast<std::size_t>(channels));
         done += n;
         kernel(samples.data(), n, channels, done >= r.frames, out);
-        if (!writeWholeFrames(dest.get(), out, channels, bits, encoded, written))
+        if (!writeWholeFrames(dest.get(), out, channels, format, encoded, written))
             return 0;
     }
     dest.reset();

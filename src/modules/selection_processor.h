@@ -56,8 +56,3 @@ std::string preview_file_path();
 // Reads every highlighted sample once (for measurements such as the peak a
 // normalize needs). 0 on Cancel or failure.
 int scan_selection(CChildFrame& frame, const SampleKernel& kernel, const char* progressText);
-
-// Sample conversions: 8-bit unsigned and 16-bit signed PCM to -1..1 and back
-// (rounded, clipped).
-void pcm_to_float(const unsigned char* in, float* out, std::size_t samples, int bits);
-void float_to_pcm(const float* in, unsigned char* out, std::size_t samples, int bits);

@@ -3,6 +3,7 @@
 #include "app/mapped_region.h"
 #include "app/unique_fd.h"
 #include "app/window_handle.h"
+#include "wavefile/sample_format.h"
 #include "wavefile/wave_state.h"
 
 #include <array>
@@ -94,6 +95,13 @@ public:
     int query_close();
 
     int bytesPerSample() const { return wfx.wBitsPerSample / 8; }
+    // How the document's samples are stored (8-bit documents unsigned).
+    SampleFormat sampleFormat() const
+    {
+        if (wfx.wFormatTag == 3)
+            return SampleFormat::F32;
+        return pcm_format(wfx.wBitsPerSample).value_or(SampleFormat::S16);
+    }
     const std::int16_t* level16(int level) const;
     const std::uint8_t* level8(int level) const;
     // Releases the maps and files of all levels.

@@ -48,8 +48,7 @@ int bandCount(const CChildFrame& f) { return f.wfx.nChannels == 2 ? 2 : 1; }
 // margin of `margin` rows: half the height for each band of a stereo file.
 double rowsPerValue(const CChildFrame& f, int rows, int margin)
 {
-    return (bandCount(f) == 2 ? 0.5 : 1.0) * (rows - margin) /
-           (f.wfx.wBitsPerSample == 16 ? 65536.0 : f.wfx.wBitsPerSample == 8 ? 256.0 : 1.0);
+    return (bandCount(f) == 2 ? 0.5 : 1.0) * (rows - margin) / (2.0 * full_scale(f.sampleFormat()));
 }
 
 Band bandOf(int channel, int bands, int height)

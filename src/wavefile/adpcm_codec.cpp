@@ -2,6 +2,7 @@
 
 #include "app/messages.h"
 #include "wavefile/byte_order.h"
+#include "wavefile/sample_format.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -69,9 +70,8 @@ int firstDelta(int coef1, int coef2, const int* p)
 // Reads PCM sample `i` (interleaved index) as a 16-bit value.
 int pcmSample(const unsigned char* bytes, int bits, std::size_t i)
 {
-    if (bits == 8)
-        return (static_cast<int>(bytes[i]) - 128) << 8;
-    return static_cast<std::int16_t>(get_le16(bytes + 2 * i));
+    const SampleFormat format = pcm_format(bits).value_or(SampleFormat::S16);
+    return sample_value(format, bytes + i * static_cast<std::size_t>(sample_bytes(format))) * (1 << (16 - bits));
 }
 
 }  // namespace
@@ -161,13 +161,11 @@ std::size_t decode_adpcm_block(const AdpcmFormat& source, const unsigned char* b
     const std::size_t blockOutput =
         static_cast<std::size_t>(source.samplesPerBlock) * static_cast<std::size_t>(c) * static_cast<std::size_t>(bits / 8);
     unsigned char* write = out;
+    const SampleFormat format = pcm_format(bits).value_or(SampleFormat::S16);
     auto emit = [&](int v) {
-        if (bits == 8) {
-            *write++ = static_cast<unsigned char>((v >> 8) + 128);
-        } else {
-            put_le16(write, static_cast<std::uint16_t>(static_cast<std::int16_t>(v)));
-            write += 2;
-        }
+        // 16-bit values, shifted down (toward minus infinity) for 8 bits.
+        put_sample_value(format, write, v >> (16 - bits));
+        write += sample_bytes(format);
     };
     for (std::size_t block = 0; block + align <= count; block += align) {
         if (static_cast<std::size_t>(write - out) + blockOutput > capacity)

@@ -6,6 +6,7 @@
 #include "wavefile/riff_file.h"
 #include "wavefile/wave_header.h"
 #include "wavefile/wave_state.h"
+#include "wavefile/sample_format.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -27,6 +28,18 @@ extern "C" {
 std::string szOpenedAviFileName;
 
 namespace {
+
+// FFmpeg's PCM codec for a sample format.
+AVCodecID pcm_codec(SampleFormat format)
+{
+    switch (format) {
+    case SampleFormat::U8: return AV_CODEC_ID_PCM_U8;
+    case SampleFormat::S16: return AV_CODEC_ID_PCM_S16LE;
+    case SampleFormat::S24: return AV_CODEC_ID_PCM_S24LE;
+    case SampleFormat::F32: return AV_CODEC_ID_PCM_F32LE;
+    }
+    return AV_CODEC_ID_PCM_S16LE;
+}
 
 // FFmpeg objects freed however a routine ends.
 struct InputFile {
@@ -247,7 +260,7 @@ int save_AVI_file(const std::string& aviName, const std::string& waveName, const
 
     AVStream* audio = avformat_new_stream(out, nullptr);
     audio->codecpar->codec_type = AVMEDIA_TYPE_AUDIO;
-    audio->codecpar->codec_id = wave.wBitsPerSample == 8 ? AV_CODEC_ID_PCM_U8 : AV_CODEC_ID_PCM_S16LE;
+    audio->codecpar->codec_id = pcm_codec(sample_format_of(wave.wFormatTag, wave.wBitsPerSample).value_or(SampleFormat::S16));
     audio->codecpar->sample_rate = static_cast<int>(wave.nSamplesPerSec);
     av_channel_layout_default(&audio->codecpar->ch_layout, wave.nChannels);
     audio->codecpar->bits_per_coded_sample = wave.wBitsPerSample;

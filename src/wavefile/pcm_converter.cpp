@@ -1,7 +1,7 @@
 #include "wavefile/pcm_converter.h"
 
 #include "wavefile/resampler.h"
-#include "wavefile/sample_values.h"
+#include "wavefile/sample_format.h"
 
 #include <algorithm>
 #include <vector>
@@ -19,8 +19,8 @@ std::size_t encode(const float* samples, std::size_t frames, unsigned char* out,
     const PcmConversionParameters& c = conversion_parameters;
     const std::size_t frameBytes = static_cast<std::size_t>(c.destinationBytes) * c.destinationChannels;
     frames = std::min(frames, capacity / frameBytes);
-    for (std::size_t i = 0; i < frames * c.destinationChannels; ++i)
-        float_to_pcm_sample(out + i * c.destinationBytes, static_cast<int>(c.destinationBytes), samples[i]);
+    float_to_samples(pcm_format(static_cast<int>(8 * c.destinationBytes)).value_or(SampleFormat::S16), samples, out,
+                     frames * c.destinationChannels);
     return frames * frameBytes;
 }
 
@@ -48,12 +48,13 @@ std::size_t convert_pcm_block(const unsigned char* in, std::size_t count, unsign
     const PcmConversionParameters& c = conversion_parameters;
     const std::size_t inFrameBytes = static_cast<std::size_t>(c.sourceBytes) * c.sourceChannels;
     const std::size_t frames = inFrameBytes ? count / inFrameBytes : 0;
+    const SampleFormat source = pcm_format(static_cast<int>(8 * c.sourceBytes)).value_or(SampleFormat::S16);
     // Channels first, at the source rate.
     g_in.resize(frames * c.destinationChannels);
     for (std::size_t f = 0; f < frames; ++f) {
         const unsigned char* frame = in + f * inFrameBytes;
-        const float left = pcm_sample_to_float(frame, static_cast<int>(c.sourceBytes));
-        const float right = c.sourceChannels > 1 ? pcm_sample_to_float(frame + c.sourceBytes, static_cast<int>(c.sourceBytes)) : left;
+        const float left = sample_to_float(source, frame);
+        const float right = c.sourceChannels > 1 ? sample_to_float(source, frame + c.sourceBytes) : left;
         if (c.destinationChannels == 1) {
             g_in[f] = c.sourceChannels > 1 ? (left + right) * 0.5f : left;
         } else {

@@ -7,6 +7,7 @@
 #include "app/terminal_ui_host.h"
 #include "app/file_names.h"
 #include "app/posix_io.h"
+#include "wavefile/sample_format.h"
 #include "wavefile/wave_header.h"
 #include "wavefile/wave_state.h"
 
@@ -88,6 +89,9 @@ bool encode(const std::string& wav, int kbps)
     const int framesPerBlock = 8192;
     std::vector<unsigned char> raw(static_cast<std::size_t>(framesPerBlock * frameBytes));
     std::vector<short> pcm(static_cast<std::size_t>(framesPerBlock * channels));
+    const SampleFormat sampleFormat = pcm_format(bits).value_or(SampleFormat::S16);
+    std::vector<float> floats;
+    std::vector<unsigned char> words;
     std::vector<unsigned char> coded(static_cast<std::size_t>(1.25 * framesPerBlock + 7200));
     bool ok = true;
     std::uint32_t left = bytes / static_cast<std::uint32_t>(frameBytes) * static_cast<std::uint32_t>(frameBytes);
@@ -99,15 +103,15 @@ bool encode(const std::string& wav, int kbps)
         position += got;
         left -= static_cast<std::uint32_t>(got);
         const int frames = static_cast<int>(got / frameBytes);
-        for (int i = 0; i < frames * channels; ++i) {
-            if (bits == 8) {
-                pcm[static_cast<std::size_t>(i)] = static_cast<short>((raw[static_cast<std::size_t>(i)] - 128) * 256);
-            } else {
-                std::int16_t v;
-                std::memcpy(&v, raw.data() + 2 * i, 2);
-                pcm[static_cast<std::size_t>(i)] = v;
-            }
-        }
+        // LAME takes 16-bit samples: through float, which is exact for 8 and
+        // 16 bits.
+        const std::size_t samples = static_cast<std::size_t>(frames * channels);
+        floats.resize(samples);
+        words.resize(2 * samples);
+        samples_to_float(sampleFormat, raw.data(), floats.data(), samples);
+        float_to_samples(SampleFormat::S16, floats.data(), words.data(), samples);
+        for (std::size_t i = 0; i < samples; ++i)
+            pcm[i] = static_cast<short>(sample_value(SampleFormat::S16, words.data() + 2 * i));
         const int n = channels == 2
                           ? lame_encode_buffer_interleaved(lame, pcm.data(), frames, coded.data(),
                                                            static_cast<int>(coded.size()))

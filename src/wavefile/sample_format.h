@@ -1,0 +1,169 @@
+#pragma once
+
+#include "wavefile/byte_order.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <optional>
+
+// How samples are stored, in documents and in the files and streams around
+// them: 8-bit unsigned (silence is 128), 16- and 24-bit signed little-endian,
+// 32-bit IEEE float little-endian.
+//
+// One conversion to and from float serves every user of samples (effects,
+// plug-ins, the format converter, the devices): an integer sample of n bits
+// is value / 2^(n-1), so every integer sample goes to a float and back
+// exactly; a float goes to an integer form rounded to the nearest step (ties
+// to even, as std::lrint rounds) and clamped to the form's range. Float
+// samples are stored as they are.
+enum class SampleFormat : std::uint8_t { U8, S16, S24, F32 };
+
+constexpr int sample_bytes(SampleFormat f)
+{
+    switch (f) {
+    case SampleFormat::U8: return 1;
+    case SampleFormat::S16: return 2;
+    case SampleFormat::S24: return 3;
+    case SampleFormat::F32: return 4;
+    }
+    return 2;
+}
+constexpr int sample_bits(SampleFormat f) { return 8 * sample_bytes(f); }
+constexpr bool is_float_format(SampleFormat f) { return f == SampleFormat::F32; }
+// The WAVE format tag of the form: 1 (PCM) or 3 (IEEE float).
+constexpr int wave_format_tag(SampleFormat f) { return is_float_format(f) ? 3 : 1; }
+
+// The integer PCM form of `bits` bits (8, 16 or 24).
+constexpr std::optional<SampleFormat> pcm_format(int bits)
+{
+    switch (bits) {
+    case 8: return SampleFormat::U8;
+    case 16: return SampleFormat::S16;
+    case 24: return SampleFormat::S24;
+    default: return std::nullopt;
+    }
+}
+// The form of a WAVE format tag (1 PCM, 3 float) and its bits per sample.
+constexpr std::optional<SampleFormat> sample_format_of(int formatTag, int bits)
+{
+    if (formatTag == 3)
+        return bits == 32 ? std::optional<SampleFormat>(SampleFormat::F32) : std::nullopt;
+    return formatTag == 1 ? pcm_format(bits) : std::nullopt;
+}
+
+// The byte that silence is made of: 128 for 8-bit samples, 0 for the others.
+constexpr unsigned char silence_byte(SampleFormat f) { return f == SampleFormat::U8 ? 128 : 0; }
+inline void fill_silence(SampleFormat f, unsigned char* p, std::size_t samples)
+{
+    std::memset(p, silence_byte(f), samples * static_cast<std::size_t>(sample_bytes(f)));
+}
+
+// The value of the integer forms counted in their own steps (8-bit samples
+// as -128..127 around their middle), for arithmetic written per width.
+inline int sample_value(SampleFormat f, const unsigned char* p)
+{
+    switch (f) {
+    case SampleFormat::U8: return static_cast<int>(p[0]) - 128;
+    case SampleFormat::S16: return static_cast<std::int16_t>(get_le16(p));
+    case SampleFormat::S24: {
+        const std::uint32_t u = static_cast<std::uint32_t>(p[0]) | static_cast<std::uint32_t>(p[1]) << 8 |
+                                static_cast<std::uint32_t>(p[2]) << 16;
+        return static_cast<int>(u ^ 0x800000u) - 0x800000;
+    }
+    case SampleFormat::F32: break;
+    }
+    return 0;
+}
+// Stores an integer value in the form's steps, clamped to its range.
+inline void put_sample_value(SampleFormat f, unsigned char* p, long v)
+{
+    switch (f) {
+    case SampleFormat::U8: p[0] = static_cast<unsigned char>(std::clamp(v, -128L, 127L) + 128); return;
+    case SampleFormat::S16:
+        put_le16(p, static_cast<std::uint16_t>(static_cast<std::int16_t>(std::clamp(v, -32768L, 32767L))));
+        return;
+    case SampleFormat::S24: {
+        const auto u = static_cast<std::uint32_t>(std::clamp(v, -8388608L, 8388607L));
+        p[0] = static_cast<unsigned char>(u);
+        p[1] = static_cast<unsigned char>(u >> 8);
+        p[2] = static_cast<unsigned char>(u >> 16);
+        return;
+    }
+    case SampleFormat::F32: return;
+    }
+}
+
+// Full scale of the integer forms: the step count that maps to 1.0.
+constexpr float full_scale(SampleFormat f)
+{
+    return f == SampleFormat::U8 ? 128.0f : f == SampleFormat::S16 ? 32768.0f : f == SampleFormat::S24 ? 8388608.0f : 1.0f;
+}
+
+inline float sample_to_float(SampleFormat f, const unsigned char* p)
+{
+    if (f == SampleFormat::F32) {
+        const std::uint32_t bits = get_le32(p);
+        float v;
+        std::memcpy(&v, &bits, 4);
+        return v;
+    }
+    return static_cast<float>(sample_value(f, p)) / full_scale(f);
+}
+
+inline void float_to_sample(SampleFormat f, unsigned char* p, float v)
+{
+    if (f == SampleFormat::F32) {
+        std::uint32_t bits;
+        std::memcpy(&bits, &v, 4);
+        put_le32(p, bits);
+        return;
+    }
+    put_sample_value(f, p, std::lrint(v * full_scale(f)));
+}
+
+// Runs of `samples` samples (frames times channels, interleaved). Written
+// per form, so that each loop vectorizes.
+inline void samples_to_float(SampleFormat f, const unsigned char* in, float* out, std::size_t samples)
+{
+    constexpr bool little = std::endian::native == std::endian::little;
+    if (f == SampleFormat::U8) {
+        for (std::size_t i = 0; i < samples; ++i)
+            out[i] = (static_cast<int>(in[i]) - 128) * (1.0f / 128.0f);
+    } else if (f == SampleFormat::S16 && little) {
+        for (std::size_t i = 0; i < samples; ++i) {
+            std::int16_t v;
+            std::memcpy(&v, in + 2 * i, 2);
+            out[i] = v * (1.0f / 32768.0f);
+        }
+    } else if (f == SampleFormat::F32 && little) {
+        std::memcpy(out, in, samples * 4);
+    } else {
+        const std::size_t step = static_cast<std::size_t>(sample_bytes(f));
+        for (std::size_t i = 0; i < samples; ++i)
+            out[i] = sample_to_float(f, in + i * step);
+    }
+}
+
+inline void float_to_samples(SampleFormat f, const float* in, unsigned char* out, std::size_t samples)
+{
+    constexpr bool little = std::endian::native == std::endian::little;
+    if (f == SampleFormat::U8) {
+        for (std::size_t i = 0; i < samples; ++i)
+            out[i] = static_cast<unsigned char>(std::clamp(std::lrint(in[i] * 128.0f), -128L, 127L) + 128);
+    } else if (f == SampleFormat::S16 && little) {
+        for (std::size_t i = 0; i < samples; ++i) {
+            const auto v = static_cast<std::int16_t>(std::clamp(std::lrint(in[i] * 32768.0f), -32768L, 32767L));
+            std::memcpy(out + 2 * i, &v, 2);
+        }
+    } else if (f == SampleFormat::F32 && little) {
+        std::memcpy(out, in, samples * 4);
+    } else {
+        const std::size_t step = static_cast<std::size_t>(sample_bytes(f));
+        for (std::size_t i = 0; i < samples; ++i)
+            float_to_sample(f, out + i * step, in[i]);
+    }
+}
