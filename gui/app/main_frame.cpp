@@ -310,7 +310,7 @@ void CMainFrame::buildMenus()
     addCommand(play, kCommandTriggeredStart, tr("&Triggered Start..."));
     addCommand(play, kCommandSampler, tr("Sa&mpler..."));
 
-    // The effects, with Alt+Shift+1..9 then a.. in the order of their ids.
+    // The effects, as their descriptions give them (Clear is on the Edit menu).
     QMenu* operations = menuBar()->addMenu(tr("&Operations"));
     addCommand(operations, kCommandSpectrum, tr("&Spectrum..."));
     addCommand(operations, 393, tr("Magnified &plot..."));
@@ -321,14 +321,12 @@ void CMainFrame::buildMenus()
     for (const EffectCommand& c : effect_commands()) {
         if (c.id == 11301)
             continue;
-        const int k = c.id - 11500;
-        const QChar key = k < 9 ? QChar('1' + k) : QChar('A' + (k - 9));
-        addCommand(operations, c.id, tr(c.menuText), QKeySequence(QStringLiteral("Alt+Shift+") + key));
+        addCommand(operations, c.id, tr(c.menuText), QKeySequence(QString::fromLatin1(c.shortcut)));
         // The other menu texts of the same command open its dialog on their variant.
-        const auto variant = [this, operations](int id, const QString& text, int which) {
-            QAction* a = operations->addAction(text);
-            a->setObjectName(QStringLiteral("%1-%2").arg(id).arg(which));
-            connect(a, &QAction::triggered, this, [this, id, which] {
+        for (const EffectVariant& v : c.variants) {
+            QAction* a = operations->addAction(tr(v.menuText));
+            a->setObjectName(QStringLiteral("%1-%2").arg(c.id).arg(v.which));
+            connect(a, &QAction::triggered, this, [this, id = c.id, which = v.which] {
                 if (ChildFrameWindow* doc = activeDocument()) {
                     if (run_effect_variant(doc->frame(), id, which, handle_of(this)))
                         doc->refreshAfterEdit();
@@ -336,12 +334,6 @@ void CMainFrame::buildMenus()
                 }
             });
             m_variantActions.push_back(a);
-        };
-        if (c.id == 11500) {
-            variant(11500, tr("A&ccelerando..."), 1);
-            variant(11500, tr("Ritardando..."), 2);
-        } else if (c.id == 11502) {
-            variant(11502, tr("&Glissando..."), 1);
         }
     }
 
@@ -654,6 +646,10 @@ void CMainFrame::onCommand(int id)
             doc->command(id);
         return;
     }
+    if (find_effect_command(id)) {
+        effectCommand(id);
+        return;
+    }
     if (id >= kCommandRecentFirst && id < kCommandRecentFirst + 6) {
         const auto& files = preferences().recentFiles;
         const size_t index = static_cast<size_t>(id - kCommandRecentFirst);
@@ -677,11 +673,6 @@ void CMainFrame::onCommand(int id)
     case kCommandSpectrum:
         if (ChildFrameWindow* doc = activeDocument())
             spectrum_command(doc->frame());
-        break;
-    case 11301: case 11500: case 11501: case 11502: case 11503: case 11504: case 11505: case 11506: case 11507:
-    case 11508: case 11509: case 11510: case 11511: case 11512: case 11513: case 11514: case 11515: case 11516:
-    case 11517:
-        effectCommand(id);
         break;
     case kCommandSave: save(false, false); break;
     case kCommandSaveAs: save(true, false); break;

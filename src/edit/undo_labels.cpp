@@ -1,30 +1,33 @@
 #include "edit/undo_labels.h"
 
+#include <vector>
+
 namespace {
 
 struct Label {
     int code;
     const char* name;
+    bool changesLength = false;
 };
 
 // "&Undo <name>...\tCtrl+Z" and "&Redo <name>...\tCtrl+Z". Insert and
 // Insert Silence share "Insert"; Replace reads "Overwrite".
-constexpr Label kLabels[] = {
-    {181, "DirectX Plugin"},     {393, "Magnified Plot"},  {1813, "Record"},      {1881, "Trim"},
-    {11301, "Clear"},            {11302, "Crop"},          {11303, "Cut"},        {11304, "Insert"},
-    {11305, "Paste"},            {11306, "Overwrite"},     {11307, "Mix"},        {11311, "Cross-fade"},
-    {11500, "Tempo"},            {11501, "Amplify"},       {11502, "Pitch"},      {11503, "Compress/Expand"},
-    {11504, "Echo"},             {11505, "Envelope"},      {11506, "Equalize"},   {11507, "Fade"},
-    {11508, "Flange"},           {11509, "Filter"},        {11510, "Modulate"},   {11511, "Noise reduction"},
-    {11512, "Pan"},              {11513, "Quantize"},      {11514, "Reverb"},     {11515, "Reverse"},
-    {11516, "Localize sound"},   {11517, "Special effects"}, {11518, "Insert"},
-};
+// The edit operations' own; the effects register theirs.
+std::vector<Label>& labels()
+{
+    static std::vector<Label> all = {
+        {181, "DirectX Plugin"},  {393, "Magnified Plot"}, {1813, "Record", true},  {1881, "Trim"},
+        {11302, "Crop", true},    {11303, "Cut", true},    {11304, "Insert", true}, {11305, "Paste", true},
+        {11306, "Overwrite", true}, {11307, "Mix", true},  {11311, "Cross-fade", true}, {11518, "Insert", true},
+    };
+    return all;
+}
 
 }  // namespace
 
 std::optional<std::pair<std::string, std::string>> undo_labels(int code)
 {
-    for (const Label& l : kLabels)
+    for (const Label& l : labels())
         if (l.code == code)
             return std::make_pair(std::string("&Undo ") + l.name + "...\tCtrl+Z",
                                   std::string("&Redo ") + l.name + "...\tCtrl+Z");
@@ -33,10 +36,18 @@ std::optional<std::pair<std::string, std::string>> undo_labels(int code)
 
 bool changes_length(int code)
 {
-    switch (code) {
-    case 11302: case 11303: case 11304: case 11305: case 11306: case 11307: case 11311: case 11518: case 1813: case 11500:
-        return true;
-    default:
-        return false;
-    }
+    for (const Label& l : labels())
+        if (l.code == code)
+            return l.changesLength;
+    return false;
+}
+
+void register_undo_label(int code, const char* name, bool changesLength)
+{
+    for (Label& l : labels())
+        if (l.code == code) {
+            l = {code, name, changesLength};
+            return;
+        }
+    labels().push_back({code, name, changesLength});
 }

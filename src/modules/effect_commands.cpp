@@ -3,6 +3,7 @@
 #include "app/app_paths.h"
 #include "app/string_table.h"
 #include "edit/presets.h"
+#include "edit/undo_labels.h"
 #include "modules/module_entries.h"
 #include "view/child_frame.h"
 
@@ -14,33 +15,107 @@ int effect_variant = 0;
 
 namespace {
 
-int changed(const CChildFrame& f, const std::string& before) { return f.szFileName != before ? 1 : 0; }
+// Entries that return nothing: a new version shown means they ran.
+int changedBy(const EffectRun& r, const std::function<void()>& entry)
+{
+    const std::string before = r.document.szFileName;
+    entry();
+    return r.document.szFileName != before ? 1 : 0;
+}
+
+// Clear and Amplify share the level module's entry.
+int amplifyEntry(const EffectRun& r, int id)
+{
+    std::string work = data_directory();
+    return amplify_waveform(r.mainWindow, r.frame, static_cast<unsigned short>(id), effect_setting, work.data());
+}
+
+EffectPresets echoPresets(const char* section, const char* key, const char* values)
+{
+    return {"HVNECHO.INI", "Select Echo / Reverb File", section, key, values};
+}
+EffectPresets filterPresets(const char* values)
+{
+    return {"HVNFILTR.INI", "Select Filter Parameters", "Filter Presets", "Filter Preset", values};
+}
+
+// The time of the noise profile's last writing (none when there is none).
+std::filesystem::file_time_type profileStamp()
+{
+    std::error_code error;
+    const auto t = std::filesystem::last_write_time(noise_profile_path(), error);
+    return error ? std::filesystem::file_time_type{} : t;
+}
+
+std::vector<EffectCommand> makeEffectCommands()
+{
+    std::vector<EffectCommand> list = {
+        // id, name, menu text, key, undo name, sets its length, presets, variants, entry
+        {11301, "clear", "C&lear", "", "Clear", false, {}, {},
+         [](const EffectRun& r) { return amplifyEntry(r, 11301); }},
+        {11500, "tempo", "Stretch / Temp&o...", "Alt+Shift+1", "Tempo", true, {},
+         {{1, "A&ccelerando..."}, {2, "Ritardando..."}},
+         [](const EffectRun& r) { return stretch_selected_passage(r.frame, 11500, r.variant); }},
+        {11501, "amplify", "&Amplify...", "Alt+Shift+2", "Amplify", false, {}, {},
+         [](const EffectRun& r) { return amplifyEntry(r, 11501); }},
+        {11502, "pitch", "Chan&ge Pitch...", "Alt+Shift+3", "Pitch", false, {}, {{1, "&Glissando..."}},
+         [](const EffectRun& r) { return how_to_change_pitch(r.frame); }},
+        {11503, "compressor", "Compressor...", "Alt+Shift+4", "Compress/Expand", false,
+         EffectPresets{"HVNECHO.INI", load_string(5056), load_string(5057), load_string(5058), "Compressor Values"}, {},
+         [](const EffectRun& r) { return amplify_waveform_by_envelope(r.frame, 1); }},
+        {11504, "echo", "&Echo...", "Alt+Shift+5", "Echo", false, echoPresets("Echo Presets", "Echo Preset", "Echo Values"), {},
+         [](const EffectRun& r) { return echo_waveform(r.frame, 11504, 1); }},
+        {11505, "envelope", "E&nvelope...", "Alt+Shift+6", "Envelope", false, {}, {},
+         [](const EffectRun& r) { return amplify_waveform_by_envelope(r.frame, 0); }},
+        {11506, "equalize", "Eq&ualize...", "Alt+Shift+7", "Equalize", false,
+         EffectPresets{"HVNEQUAL.INI", "Select Equalization File", "Equalization Values", "Equalize", "Equalize Values"}, {},
+         [](const EffectRun& r) { return changedBy(r, [&] { get_equalization_selection(r.frame); }); }},
+        {11507, "fade", "&Fade...", "Alt+Shift+8", "Fade", false, {}, {},
+         [](const EffectRun& r) { return fade_waveform(r.frame, 11507); }},
+        {11508, "flange", "Flan&ge...", "Alt+Shift+9", "Flange", false,
+         EffectPresets{"HVNFLNGE.INI", "Select Flange Parameters", "Flange Presets", "Flange Preset", "Flange Values"}, {},
+         [](const EffectRun& r) { return changedBy(r, [&] { flange_waveform(r.frame); }); }},
+        {11509, "filter", "Fi&lter...", "Alt+Shift+A", "Filter", false, filterPresets("Filter Values"), {},
+         [](const EffectRun& r) { return changedBy(r, [&] { filter_waveform(r.frame); }); }},
+        {11510, "modulate", "&Modulate...", "Alt+Shift+B", "Modulate", false, {}, {},
+         [](const EffectRun& r) { return modulate_waveform(r.frame, 11510); }},
+        {11511, "noise-reduction", "Noise reduction...", "Alt+Shift+C", "Noise reduction", false,
+         filterPresets("Noise Reduction Values"), {},
+         [](const EffectRun& r) {
+             // Taking a profile changes no document but is done all the same.
+             const auto before = profileStamp();
+             return changedBy(r, [&] { remove_noise(r.frame); }) || profileStamp() != before ? 1 : 0;
+         }},
+        {11512, "pan", "&Pan...", "Alt+Shift+D", "Pan", false, {}, {},
+         [](const EffectRun& r) { return pan_waveform(r.frame, 11512); }},
+        {11513, "quantize", "&Quantize...", "Alt+Shift+E", "Quantize", false, {}, {},
+         [](const EffectRun& r) { return changedBy(r, [&] { shift_waveform(r.frame); }); }},
+        {11514, "reverb", "&Reverb...", "Alt+Shift+F", "Reverb", false,
+         echoPresets("Reverb Presets", "Reverb Preset", "Reverb Values"), {},
+         [](const EffectRun& r) { return echo_waveform(r.frame, 11514, 1); }},
+        {11515, "reverse", "Re&verse", "Alt+Shift+G", "Reverse", false, {}, {},
+         [](const EffectRun& r) { return reverse_waveform(r.frame, 11515); }},
+        {11516, "spatial", "Spatial locali&zation...", "Alt+Shift+H", "Localize sound", false, {}, {},
+         [](const EffectRun& r) { return changedBy(r, [&] { set_spatial_localization(r.frame); }); }},
+        {11517, "tones", "Tones / Effects...", "Alt+Shift+I", "Special effects", false,
+         EffectPresets{"HVNTONES.INI", "Select Special Effects Parameters", "Effects Presets", "Effects Preset",
+                       "Effects Values"},
+         {},
+         [](const EffectRun& r) { return changedBy(r, [&] { make_tones_or_effects(r.frame); }); }},
+    };
+    for (const EffectCommand& c : list)
+        register_undo_label(c.id, c.undoName, c.changesLength);
+    return list;
+}
+
+// The undo labels are known from the start, before any effect runs.
+const bool labelsRegistered = !effect_commands().empty();
 
 }  // namespace
 
 const std::vector<EffectCommand>& effect_commands()
 {
-    static const std::vector<EffectCommand> commands = {
-        {11301, "clear", "C&lear"},
-        {11500, "tempo", "Stretch / Temp&o..."},
-        {11501, "amplify", "&Amplify..."},
-        {11502, "pitch", "Chan&ge Pitch..."},
-        {11503, "compressor", "Compressor..."},
-        {11504, "echo", "&Echo..."},
-        {11505, "envelope", "E&nvelope..."},
-        {11506, "equalize", "Eq&ualize..."},
-        {11507, "fade", "&Fade..."},
-        {11508, "flange", "Flan&ge..."},
-        {11509, "filter", "Fi&lter..."},
-        {11510, "modulate", "&Modulate..."},
-        {11511, "noise-reduction", "Noise reduction..."},
-        {11512, "pan", "&Pan..."},
-        {11513, "quantize", "&Quantize..."},
-        {11514, "reverb", "&Reverb..."},
-        {11515, "reverse", "Re&verse"},
-        {11516, "spatial", "Spatial locali&zation..."},
-        {11517, "tones", "Tones / Effects..."},
-    };
+    static const std::vector<EffectCommand> commands = makeEffectCommands();
     return commands;
 }
 
@@ -52,77 +127,23 @@ const EffectCommand* find_effect_command(const std::string& name)
     return nullptr;
 }
 
+const EffectCommand* find_effect_command(int id)
+{
+    for (const EffectCommand& c : effect_commands())
+        if (id == c.id)
+            return &c;
+    return nullptr;
+}
+
 int run_effect_command(CChildFrame& f, int id, HWND mainWindow)
 {
-    if (f.szFileName.empty() || !f.bHighlight || f.nSelEnd <= f.nSelStart)
+    const EffectCommand* c = find_effect_command(id);
+    if (!c || f.szFileName.empty() || !f.bHighlight || f.nSelEnd <= f.nSelStart)
         return 0;
-    HWND frame = f.hWaveWnd;
-    const auto code = static_cast<unsigned short>(id);
-    std::string work = data_directory();
-    // Entries that return nothing: a new version shown means they ran.
-    const std::string before = f.szFileName;
-    switch (id) {
-    case 11301:
-    case 11501: return amplify_waveform(mainWindow, frame, code, effect_setting, work.data());
-    case 11500: return stretch_selected_passage(frame, 11500, effect_variant);
-    case 11502: return how_to_change_pitch(frame);
-    case 11503:
-        set_preset_context("HVNECHO.INI", load_string(5056), load_string(5057), load_string(5058),
-                           "Compressor Values");
-        return amplify_waveform_by_envelope(frame, 1);
-    case 11504:
-        set_preset_context("HVNECHO.INI", "Select Echo / Reverb File", "Echo Presets", "Echo Preset", "Echo Values");
-        return echo_waveform(frame, 11504, 1);
-    case 11505: return amplify_waveform_by_envelope(frame, 0);
-    case 11506:
-        set_preset_context("HVNEQUAL.INI", "Select Equalization File", "Equalization Values", "Equalize",
-                           "Equalize Values");
-        get_equalization_selection(frame);
-        return changed(f, before);
-    case 11507: return fade_waveform(frame, code);
-    case 11508:
-        set_preset_context("HVNFLNGE.INI", "Select Flange Parameters", "Flange Presets", "Flange Preset",
-                           "Flange Values");
-        flange_waveform(frame);
-        return changed(f, before);
-    case 11509:
-        set_preset_context("HVNFILTR.INI", "Select Filter Parameters", "Filter Presets", "Filter Preset",
-                           "Filter Values");
-        filter_waveform(frame);
-        return changed(f, before);
-    case 11510: return modulate_waveform(frame, code);
-    case 11512: return pan_waveform(frame, code);
-    case 11514:
-        set_preset_context("HVNECHO.INI", "Select Echo / Reverb File", "Reverb Presets", "Reverb Preset",
-                           "Reverb Values");
-        return echo_waveform(frame, 11514, 1);
-    case 11511: {
-        set_preset_context("HVNFILTR.INI", "Select Filter Parameters", "Filter Presets", "Filter Preset",
-                           "Noise Reduction Values");
-        // Taking a profile changes no document but is done all the same.
-        const auto stamp = [] {
-            std::error_code error;
-            const auto t = std::filesystem::last_write_time(noise_profile_path(), error);
-            return error ? std::filesystem::file_time_type{} : t;
-        };
-        const auto profileBefore = stamp();
-        remove_noise(frame);
-        return changed(f, before) || stamp() != profileBefore ? 1 : 0;
-    }
-    case 11513:
-        shift_waveform(frame);
-        return changed(f, before);
-    case 11515: return reverse_waveform(frame, code);
-    case 11516:
-        set_spatial_localization(frame);
-        return changed(f, before);
-    case 11517:
-        set_preset_context("HVNTONES.INI", "Select Special Effects Parameters", "Effects Presets", "Effects Preset",
-                           "Effects Values");
-        make_tones_or_effects(frame);
-        return changed(f, before);
-    default: return 0;
-    }
+    if (c->presets)
+        set_preset_context(c->presets->file, c->presets->title, c->presets->section, c->presets->keyPrefix,
+                           c->presets->valuePrefix);
+    return c->run(EffectRun{f, f.hWaveWnd, mainWindow, effect_variant});
 }
 
 int spectrum_command(CChildFrame& f)
@@ -139,7 +160,7 @@ int magnified_plot_command(CChildFrame& f, HWND mainWindow)
         return 0;
     const std::string before = f.szFileName;
     display_magnified_plot(mainWindow, f.hWaveWnd, effect_setting);
-    return changed(f, before);
+    return f.szFileName != before ? 1 : 0;
 }
 
 int run_effect_variant(CChildFrame& f, int id, int variant, HWND mainWindow)
