@@ -55,7 +55,7 @@ double selectionFrames(const CChildFrame& f)
 
 }  // namespace
 
-int amplify_waveform(HWND, HWND window, unsigned short code, int, char*)
+static int amplifyWaveform(HWND, HWND window, unsigned short code, int, char*)
 {
     CChildFrame* f = selected_frame(window);
     if (!f)
@@ -158,13 +158,13 @@ SampleKernel modulateKernel(const EffectDialog& d, const CChildFrame& f)
 
 }  // namespace
 
-int fade_waveform(HWND window, unsigned short code)
+static int fadeWaveform(HWND window, unsigned short code)
 {
     CChildFrame* f = selected_frame(window);
     return f ? run_with_dialog(*f, code, fade_dialog(), fadeKernel, "Fading...") : 0;
 }
 
-int pan_waveform(HWND window, unsigned short code)
+static int panWaveform(HWND window, unsigned short code)
 {
     CChildFrame* f = selected_frame(window);
     if (!f)
@@ -176,13 +176,13 @@ int pan_waveform(HWND window, unsigned short code)
     return run_with_dialog(*f, code, pan_dialog(), panKernel, "Panning...");
 }
 
-int modulate_waveform(HWND window, unsigned short code)
+static int modulateWaveform(HWND window, unsigned short code)
 {
     CChildFrame* f = selected_frame(window);
     return f ? run_with_dialog(*f, code, modulate_dialog(), modulateKernel, "Modulating...") : 0;
 }
 
-int reverse_waveform(HWND window, unsigned short code)
+static int reverseWaveform(HWND window, unsigned short code)
 {
     CChildFrame* f = selected_frame(window);
     if (!f)
@@ -193,3 +193,10 @@ int reverse_waveform(HWND window, unsigned short code)
     how.bytesOnly = true;
     return process_selection(*f, code, {}, how);
 }
+
+// The entries the program calls, each behind the exception barrier.
+int amplify_waveform(HWND mainWindow, HWND frame, unsigned short code, int setting, char* workDirectory) { return guarded_entry("amplify_waveform", [&] { return amplifyWaveform(mainWindow, frame, code, setting, workDirectory); }); }
+int fade_waveform(HWND frame, unsigned short code) { return guarded_entry("fade_waveform", [&] { return fadeWaveform(frame, code); }); }
+int pan_waveform(HWND frame, unsigned short code) { return guarded_entry("pan_waveform", [&] { return panWaveform(frame, code); }); }
+int modulate_waveform(HWND frame, unsigned short code) { return guarded_entry("modulate_waveform", [&] { return modulateWaveform(frame, code); }); }
+int reverse_waveform(HWND frame, unsigned short code) { return guarded_entry("reverse_waveform", [&] { return reverseWaveform(frame, code); }); }

@@ -66,13 +66,13 @@ SampleKernel flangeKernel(const EffectDialog& d, const CChildFrame& f)
 
 }  // namespace
 
-void filter_waveform(HWND window)
+static void filterWaveform(HWND window)
 {
     if (CChildFrame* f = selected_frame(window))
         run_with_dialog(*f, 11509, filter_dialog(rateOf(*f)), filterKernel, "Filtering...");
 }
 
-void do_filter_waveform(float cutoff, char* const name, char* const title)
+static void doFilterWaveform(float cutoff, char* const name, char* const title)
 {
     CChildFrame* f = CChildFrame::GetTheFuckingHandle();
     if (!f || !f->bHighlight || f->nSelEnd <= f->nSelStart)
@@ -91,13 +91,13 @@ void do_filter_waveform(float cutoff, char* const name, char* const title)
     process_selection(*f, 11509, filterKernel(d, *f), {title ? title : "Filtering..."});
 }
 
-void get_equalization_selection(HWND window)
+static void getEqualizationSelection(HWND window)
 {
     if (CChildFrame* f = selected_frame(window))
         run_with_dialog(*f, 11506, equalizer_dialog(), equalizerKernel, "Equalizing...");
 }
 
-void flange_waveform(HWND window)
+static void flangeWaveform(HWND window)
 {
     if (CChildFrame* f = selected_frame(window))
         run_with_dialog(*f, 11508, flange_dialog(), flangeKernel, "Flanging...");
@@ -141,7 +141,7 @@ StreamKernel pitchKernel(const EffectDialog& d, const CChildFrame& f)
 
 }  // namespace
 
-int stretch_selected_passage(HWND window, int code, int flag)
+static int stretchSelectedPassage(HWND window, int code, int flag)
 {
     CChildFrame* f = selected_frame(window);
     if (!f)
@@ -159,7 +159,7 @@ int stretch_selected_passage(HWND window, int code, int flag)
     return transform_selection(*f, code, tempoKernel(d, *f), "Changing the tempo...");
 }
 
-int how_to_change_pitch(HWND window)
+static int howToChangePitch(HWND window)
 {
     CChildFrame* f = selected_frame(window);
     if (!f)
@@ -193,7 +193,7 @@ StreamKernel noiseKernel(const EffectDialog& d, const NoiseProfile& profile)
 
 }  // namespace
 
-void remove_noise(HWND window)
+static void removeNoise(HWND window)
 {
     CChildFrame* f = selected_frame(window);
     if (!f)
@@ -240,7 +240,7 @@ long quantize_offset(long startFrame, double gridFrames)
     return std::lround(std::round(static_cast<double>(startFrame) / gridFrames) * gridFrames) - startFrame;
 }
 
-void shift_waveform(HWND window)
+static void shiftWaveform(HWND window)
 {
     CChildFrame* f = frame_from_handle(window);
     if (!f)
@@ -304,7 +304,7 @@ void shift_waveform(HWND window)
                         static_cast<std::uint32_t>((end + shift) * channels));
 }
 
-void show_3D_spectrum(HWND window)
+static void show3DSpectrum(HWND window)
 {
     CChildFrame* f = selected_frame(window);
     if (!f)
@@ -316,4 +316,57 @@ void show_3D_spectrum(HWND window)
             "Computing the spectrum..."))
         return;
     view_dialogs().showSpectrum(builder.result(), "Spectrum of " + f->szDisplayName);
+}
+
+// The entries the program calls, each behind the exception barrier.
+void get_equalization_selection(HWND frame)
+{
+    guarded_entry("get_equalization_selection", [&] {
+        getEqualizationSelection(frame);
+        return 0;
+    });
+}
+void flange_waveform(HWND frame)
+{
+    guarded_entry("flange_waveform", [&] {
+        flangeWaveform(frame);
+        return 0;
+    });
+}
+void filter_waveform(HWND frame)
+{
+    guarded_entry("filter_waveform", [&] {
+        filterWaveform(frame);
+        return 0;
+    });
+}
+void do_filter_waveform(float cutoff, char* const name, char* const title)
+{
+    guarded_entry("do_filter_waveform", [&] {
+        doFilterWaveform(cutoff, name, title);
+        return 0;
+    });
+}
+int stretch_selected_passage(HWND frame, int code, int flag) { return guarded_entry("stretch_selected_passage", [&] { return stretchSelectedPassage(frame, code, flag); }); }
+int how_to_change_pitch(HWND frame) { return guarded_entry("how_to_change_pitch", [&] { return howToChangePitch(frame); }); }
+void remove_noise(HWND frame)
+{
+    guarded_entry("remove_noise", [&] {
+        removeNoise(frame);
+        return 0;
+    });
+}
+void shift_waveform(HWND frame)
+{
+    guarded_entry("shift_waveform", [&] {
+        shiftWaveform(frame);
+        return 0;
+    });
+}
+void show_3D_spectrum(HWND frame)
+{
+    guarded_entry("show_3D_spectrum", [&] {
+        show3DSpectrum(frame);
+        return 0;
+    });
 }

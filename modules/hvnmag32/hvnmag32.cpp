@@ -14,7 +14,7 @@
 #include <algorithm>
 #include <memory>
 
-void display_magnified_plot(HWND, HWND window, int)
+static void displayMagnifiedPlot(HWND, HWND window, int)
 {
     CChildFrame* f = selected_frame(window);
     if (!f)
@@ -51,4 +51,13 @@ void display_magnified_plot(HWND, HWND window, int)
                         plot->channels[static_cast<std::size_t>(c)][first + i];
         },
         {"Writing the redrawn samples..."});
+}
+
+// The entries the program calls, each behind the exception barrier.
+void display_magnified_plot(HWND mainWindow, HWND frame, int setting)
+{
+    guarded_entry("display_magnified_plot", [&] {
+        displayMagnifiedPlot(mainWindow, frame, setting);
+        return 0;
+    });
 }

@@ -75,7 +75,7 @@ SampleKernel envelopeKernel(const EffectDialog& d, const CChildFrame& f)
 
 }  // namespace
 
-int echo_waveform(HWND window, int code, int)
+static int echoWaveform(HWND window, int code, int)
 {
     CChildFrame* f = selected_frame(window);
     if (!f)
@@ -85,7 +85,7 @@ int echo_waveform(HWND window, int code, int)
     return run_with_dialog(*f, code, echo_dialog(), echoKernel, "Adding echo...");
 }
 
-int amplify_waveform_by_envelope(HWND window, int mode)
+static int amplifyWaveformByEnvelope(HWND window, int mode)
 {
     CChildFrame* f = selected_frame(window);
     if (!f)
@@ -142,7 +142,7 @@ SampleKernel spatialKernel(const EffectDialog& d, const CChildFrame& f)
 
 }  // namespace
 
-void set_spatial_localization(HWND window)
+static void setSpatialLocalization(HWND window)
 {
     CChildFrame* f = selected_frame(window);
     if (!f)
@@ -162,8 +162,26 @@ void set_spatial_localization(HWND window)
     run_processor(*f, 11516, renderer, "Placing the sound...");
 }
 
-void make_tones_or_effects(HWND window)
+static void makeTonesOrEffects(HWND window)
 {
     if (CChildFrame* f = selected_frame(window))
         run_with_dialog(*f, 11517, tones_dialog(rateOf(*f)), toneKernel, "Generating...");
+}
+
+// The entries the program calls, each behind the exception barrier.
+int echo_waveform(HWND frame, int code, int flag) { return guarded_entry("echo_waveform", [&] { return echoWaveform(frame, code, flag); }); }
+int amplify_waveform_by_envelope(HWND frame, int mode) { return guarded_entry("amplify_waveform_by_envelope", [&] { return amplifyWaveformByEnvelope(frame, mode); }); }
+void set_spatial_localization(HWND frame)
+{
+    guarded_entry("set_spatial_localization", [&] {
+        setSpatialLocalization(frame);
+        return 0;
+    });
+}
+void make_tones_or_effects(HWND frame)
+{
+    guarded_entry("make_tones_or_effects", [&] {
+        makeTonesOrEffects(frame);
+        return 0;
+    });
 }

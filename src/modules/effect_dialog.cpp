@@ -1,5 +1,7 @@
 #include "modules/effect_dialog.h"
 
+#include <stdexcept>
+
 #include "app/ui_host.h"
 #include "edit/presets.h"
 #include "modules/module_dialogs.h"
@@ -68,8 +70,12 @@ const EffectParameter* EffectDialog::find(const std::string& key) const
 
 double EffectDialog::value(const std::string& key) const
 {
+    // A key the dialog does not have is a mistake in the effect's code: it
+    // stops the effect instead of reading as 0.
     const EffectParameter* p = find(key);
-    return p ? p->value : 0.0;
+    if (!p)
+        throw std::logic_error("the effect " + name + " has no parameter " + key);
+    return p->value;
 }
 
 std::optional<std::string> EffectDialog::set(const std::string& key, const std::string& text)

@@ -55,6 +55,7 @@ struct EffectDialog {
     EffectParameter& textParameter(const std::string& key, const std::string& label, const std::string& value,
                                    std::function<std::optional<std::string>(const std::string&)> check = {});
     const EffectParameter* find(const std::string& key) const;
+    // The value of a parameter; a key the dialog lacks throws std::logic_error.
     double value(const std::string& key) const;
     int choice(const std::string& key) const { return static_cast<int>(value(key)); }
     bool toggle(const std::string& key) const { return value(key) != 0; }

@@ -4,9 +4,28 @@
 #include "modules/selection_processor.h"
 #include "view/child_frame.h"
 
+#include "app/messages.h"
+
+#include <exception>
 #include <memory>
 
 // Small helpers every effect module uses on top of the exported functions.
+
+// Every entry of a module runs its work through this barrier: an exception
+// that escapes the work is reported with the entry's name and the entry
+// returns 0, as it does when nothing was done.
+template <typename Work>
+int guarded_entry(const char* entry, Work work)
+{
+    try {
+        return work();
+    } catch (const std::exception& e) {
+        ErrMsg("%s stopped on an internal error: %s", entry, e.what());
+    } catch (...) {
+        ErrMsg("%s stopped on an internal error.", entry);
+    }
+    return 0;
+}
 
 // The document behind a window when it has a selection, else null (the
 // effect then does nothing, as every effect command does).

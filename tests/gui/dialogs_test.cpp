@@ -28,6 +28,7 @@
 #include <QPainter>
 #include <QScreen>
 #include <optional>
+#include <stdexcept>
 #if defined(__x86_64__) || defined(__i386__)
 #include <cpuid.h>
 #endif
@@ -219,6 +220,31 @@ TEST_F(QtHostTest, CodeAfterPaintingRunsWithTheVectorStateCleared)
     EXPECT_FALSE(*upperHalvesInUse()) << "an operation after the progress box's event pass";
     terminate_message_dialog(box);
     restore_wait_cursor();
+}
+
+// An exception that a handler lets out ends there, reported as a message
+// with its reason; the program goes on taking events.
+TEST_F(GuiTest, AnExceptionOutOfAHandlerBecomesAMessage)
+{
+    struct Thrower : QObject {
+        int handled = 0;
+        bool event(QEvent* e) override
+        {
+            if (e->type() != QEvent::User)
+                return QObject::event(e);
+            if (++handled == 1)
+                throw std::runtime_error("the disk went away");
+            return true;
+        }
+    } thrower;
+    QEvent first(QEvent::User);
+    EXPECT_FALSE(QCoreApplication::sendEvent(&thrower, &first));
+    ASSERT_FALSE(host.shown().empty());
+    EXPECT_NE(host.shown().back().text.find("the disk went away"), std::string::npos) << host.shown().back().text;
+    // Posted events pass through the same barrier, and the next one is handled.
+    QCoreApplication::postEvent(&thrower, new QEvent(QEvent::User));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(thrower.handled, 2);
 }
 
 TEST_F(QtHostTest, BitmapButtonsFollowTheTransportState)

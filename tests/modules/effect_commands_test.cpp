@@ -1,9 +1,12 @@
+#include "cli/headless_ui_host.h"
 #include "edit/undo_labels.h"
 #include "modules/effect_commands.h"
+#include "modules/module_support.h"
 
 #include <gtest/gtest.h>
 
 #include <set>
+#include <stdexcept>
 #include <string>
 
 // The effects' descriptions are the only place their labels, keys and names
@@ -45,4 +48,28 @@ TEST(EffectCommands, EachEffectIsDescribedOnceAndTheRestFollows)
     // The presets of the compressor come from the string table.
     ASSERT_TRUE(find_effect_command(11503)->presets.has_value());
     EXPECT_EQ(find_effect_command(11503)->presets->section, "Compressor Presets");
+}
+
+// A module entry's work that throws is reported with the entry's name and
+// the entry returns 0, as it does when nothing was done.
+TEST(ModuleEntries, AnExceptionInAnEntryIsReportedAndTheEntryReturnsZero)
+{
+    HeadlessUiHost host;
+    host.setQuiet(true);
+    setUiHost(&host);
+    EXPECT_EQ(guarded_entry("echo_waveform", [] { return 7; }), 7);
+    EXPECT_TRUE(host.shown().empty());
+    EXPECT_EQ(guarded_entry("echo_waveform", []() -> int { throw std::runtime_error("no room"); }), 0);
+    ASSERT_EQ(host.shown().size(), 1u);
+    EXPECT_NE(host.shown()[0].text.find("echo_waveform"), std::string::npos);
+    EXPECT_NE(host.shown()[0].text.find("no room"), std::string::npos);
+    // A dialog asked for a parameter it does not have: the mistake stops the effect.
+    EffectDialog dialog;
+    dialog.name = "Echo";
+    dialog.number("delay", "Delay", 0, 10, 1);
+    EXPECT_EQ(dialog.value("delay"), 1.0);
+    EXPECT_EQ(guarded_entry("echo_waveform", [&] { return static_cast<int>(dialog.value("dealy")); }), 0);
+    ASSERT_EQ(host.shown().size(), 2u);
+    EXPECT_NE(host.shown()[1].text.find("dealy"), std::string::npos) << host.shown()[1].text;
+    setUiHost(nullptr);
 }

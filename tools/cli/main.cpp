@@ -63,6 +63,25 @@ void usage()
                  "Questions are asked on a terminal; --yes or --no answers them all.\n";
 }
 
+// The subcommands, each in a file of its own.
+int runCommand(const std::string& command, const std::vector<std::string>& args)
+{
+    using Command = int (*)(const std::vector<std::string>&);
+    static const std::pair<const char*, Command> commands[] = {
+        {"info", run_info_command},       {"open", run_open_command},       {"new", run_new_command},
+        {"render", run_render_command},   {"convert", run_convert_command}, {"run", run_run_command},
+        {"devices", run_devices_command}, {"play", run_play_command},       {"record", run_record_command},
+        {"effects", run_effects_command}, {"marks", run_marks_command},     {"chase", run_chase_command},
+        {"trigger", run_trigger_command}, {"plugins", run_plugins_command}, {"recover", run_recover_command},
+    };
+    for (const auto& [name, run] : commands)
+        if (command == name)
+            return run(args);
+    std::cerr << "ondrava-cli: unknown command " << command << "\n";
+    usage();
+    return kExitUsage;
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
@@ -97,39 +116,16 @@ int main(int argc, char** argv)
 
     read_preferences();
     int result = kExitUsage;
-    if (command == "info")
-        result = run_info_command(args);
-    else if (command == "open")
-        result = run_open_command(args);
-    else if (command == "new")
-        result = run_new_command(args);
-    else if (command == "render")
-        result = run_render_command(args);
-    else if (command == "convert")
-        result = run_convert_command(args);
-    else if (command == "run")
-        result = run_run_command(args);
-    else if (command == "devices")
-        result = run_devices_command(args);
-    else if (command == "play")
-        result = run_play_command(args);
-    else if (command == "record")
-        result = run_record_command(args);
-    else if (command == "effects")
-        result = run_effects_command(args);
-    else if (command == "marks")
-        result = run_marks_command(args);
-    else if (command == "chase")
-        result = run_chase_command(args);
-    else if (command == "trigger")
-        result = run_trigger_command(args);
-    else if (command == "plugins")
-        result = run_plugins_command(args);
-    else if (command == "recover")
-        result = run_recover_command(args);
-    else {
-        std::cerr << "ondrava-cli: unknown command " << command << "\n";
-        usage();
+    // An exception that escapes a command ends it with a message, not with
+    // an abort that would leave the run's working files behind.
+    try {
+        result = runCommand(command, args);
+    } catch (const std::exception& e) {
+        std::cerr << "ondrava-cli: " << command << " stopped on an internal error: " << e.what() << "\n";
+        result = kExitFailed;
+    } catch (...) {
+        std::cerr << "ondrava-cli: " << command << " stopped on an internal error\n";
+        result = kExitFailed;
     }
     // Every document has closed: this run's own folder goes with it.
     remove_instance_directory();
