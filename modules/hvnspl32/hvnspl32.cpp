@@ -1,5 +1,5 @@
-// "HVNSPL32": Echo and Reverb, Compressor / Expander and Envelope (and, to
-// come, spatial localization and the tone generators).
+// "HVNSPL32": Echo and Reverb, Compressor / Expander, Envelope, spatial
+// localization and the tones and special effects.
 
 #include "dynamics_dsp.h"
 #include "echo_dsp.h"

@@ -18,14 +18,10 @@
 
 namespace {
 
-void (*g_committed)(CChildFrame&) = nullptr;
-
 void notifyCommitted(CChildFrame& f)
 {
     // The journal follows the shown version, for recovery after a crash.
     journal_document(f);
-    if (g_committed)
-        g_committed(f);
 }
 
 // Keeps the view's zoom and position where they still make sense after the
@@ -43,8 +39,6 @@ void fitView(CChildFrame& f, int level, std::uint32_t first)
 std::uint32_t bytesPerSample(const CChildFrame& f) { return static_cast<std::uint32_t>(f.bytesPerSample()); }
 
 }  // namespace
-
-void set_version_committed_handler(void (*handler)(CChildFrame&)) { g_committed = handler; }
 
 int setup_for_undo(HWND window, int copy)
 {

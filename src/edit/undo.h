@@ -22,7 +22,3 @@ int setup_for_redo(CChildFrame& frame, int code, int copy);
 // item: Undo when it is available, else Redo when that is).
 void undo_redo_toggle(CChildFrame& frame);
 void undo_menu_command(CChildFrame& frame);
-
-// Called when a commit finishes, for the window to repaint and the menus to
-// follow.
-void set_version_committed_handler(void (*handler)(CChildFrame&));

@@ -63,14 +63,6 @@ double units_to_seconds(const CChildFrame& f, double units)
     return f.get_total_milliseconds() / length * units * 0.001;
 }
 
-std::uint32_t seconds_to_units(const CChildFrame& f, double seconds)
-{
-    const double total = f.get_total_milliseconds() * 0.001;
-    if (total <= 0.0)
-        return 0;
-    return static_cast<std::uint32_t>(seconds * f.nLevelLength[f.nZoomLevel] / total);
-}
-
 std::string position_text(const CChildFrame& f, std::uint32_t units, int timeFormat)
 {
     // The position displays always count at the finest level.

@@ -21,7 +21,6 @@ std::string hms_millis_text(double seconds);
 // Seconds of `units` sample units, as seen from the current level (the
 // conversion every level agrees on: units / (rate x channels)).
 double units_to_seconds(const CChildFrame& frame, double units);
-std::uint32_t seconds_to_units(const CChildFrame& frame, double seconds);
 
 // The text of a position display for document units in a time format.
 std::string position_text(const CChildFrame& frame, std::uint32_t units, int timeFormat);

@@ -118,9 +118,3 @@ HelperWait run_helper_until_finished(const std::string& program, const std::vect
     return result;
 }
 
-bool start_helper_detached(const std::string& program, const std::vector<std::string>& arguments)
-{
-    if (::access(program.c_str(), X_OK) != 0)
-        return false;
-    return QProcess::startDetached(QString::fromStdString(program), toArguments(arguments));
-}

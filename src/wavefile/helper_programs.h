@@ -35,7 +35,3 @@ int helper_poll_limit(const std::string& source);
 // end with its marker (it stopped, took too long, or was cancelled). Nothing
 // is shown for Finished and NotStarted (the callers have their own text).
 void report_helper_wait(HelperWait result, const char* helperName, const std::string& file);
-
-// Starts a helper and does not wait for it (the MP3 encoder). false when it
-// could not be started.
-bool start_helper_detached(const std::string& program, const std::vector<std::string>& arguments);

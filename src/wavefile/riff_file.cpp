@@ -8,14 +8,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-std::string fourcc_text(FourCC code)
-{
-    std::string text(4, ' ');
-    for (int i = 0; i < 4; ++i)
-        text[i] = static_cast<char>((code >> (8 * i)) & 0xFF);
-    return text;
-}
-
 bool RiffFile::open(const std::string& path, Mode mode)
 {
     close();

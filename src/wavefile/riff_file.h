@@ -15,7 +15,6 @@ constexpr FourCC make_fourcc(const char (&s)[5])
            static_cast<FourCC>(static_cast<unsigned char>(s[2])) << 16 |
            static_cast<FourCC>(static_cast<unsigned char>(s[3])) << 24;
 }
-std::string fourcc_text(FourCC code);
 
 constexpr FourCC kRiff = make_fourcc("RIFF");
 // The 64-bit forms of "RIFF" (EBU Tech 3306 and ITU-R BS.2088): sizes that do
