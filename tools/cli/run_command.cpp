@@ -18,7 +18,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
-#include <map>
 
 // ondrava-cli run IN [STEP...]: opens IN as a document and applies the steps
 // in the order given, each as its menu command does. Positions are sample
@@ -43,15 +42,20 @@ int usage()
     return kExitUsage;
 }
 
-// Steps and how many values each takes.
-const std::map<std::string, int> kSteps = {
-    {"--select", 1},   {"--channel", 1},    {"--save", 1},       {"--save-selection", 1}, {"--insert-silence", 1},
-    {"--clip-level", 1}, {"--dest-level", 1}, {"--target", 1},   {"--curve", 1},          {"--new-from-selection", 0},
-    {"--copy", 0},     {"--cut", 0},        {"--paste", 0},      {"--replace", 0},        {"--crop", 0},
-    {"--trim", 0},     {"--mix", 0},        {"--crossfade", 0},  {"--undo", 0},           {"--redo", 0},
-    {"--effect", 1},   {"--param", 1},      {"--preset", 1},     {"--spectrum", 1},     {"--draw", 1},
-    {"--mark", 1},     {"--mark-selection", 0}, {"--delete-mark", 1}, {"--delete-marks", 0},
-    {"--plugin", 1},
+// What a step came to: done, failed (exit 1), or a mistake on the command
+// line (exit 2), with the usage shown or after its own message.
+enum class Outcome { Done, Failed, Usage, Refused };
+
+Outcome done(int ok) { return ok ? Outcome::Done : Outcome::Failed; }
+
+// A step at work: the document, the command line, where the step stands in
+// it (a step may take the arguments that belong to it, moving `at` past
+// them), and its value.
+struct Step {
+    CChildFrame& f;
+    const std::vector<std::string>& argv;
+    size_t& at;
+    const std::string& value;
 };
 
 bool parseLevel(const std::string& text, double& level)
@@ -66,6 +70,301 @@ bool parseLevel(const std::string& text, double& level)
     return true;
 }
 
+MixTarget mixTarget(const std::string& v)
+{
+    return v == "left" ? MixTarget::Left : v == "right" ? MixTarget::Right : MixTarget::Both;
+}
+
+// The settings that follow a step as --param KEY=VALUE; false (and the
+// message) on one without "=".
+bool takeParams(Step& s, const char* form, std::vector<std::pair<std::string, std::string>>& settings)
+{
+    while (s.at + 2 < s.argv.size() && s.argv[s.at + 1] == "--param") {
+        const std::string& kv = s.argv[s.at + 2];
+        const auto eq = kv.find('=');
+        if (eq == std::string::npos || eq == 0) {
+            std::cerr << "ondrava-cli: --param takes " << form << "\n";
+            return false;
+        }
+        settings.emplace_back(kv.substr(0, eq), kv.substr(eq + 1));
+        s.at += 2;
+    }
+    return true;
+}
+
+HeadlessUiHost* commandLineHost() { return dynamic_cast<HeadlessUiHost*>(&uiHost()); }
+
+Outcome selectStep(Step& s) { return select_from_argument(s.f, s.value) ? Outcome::Done : Outcome::Refused; }
+
+Outcome channelStep(Step& s)
+{
+    if (s.value != "left" && s.value != "right" && s.value != "both")
+        return Outcome::Usage;
+    s.f.bLeftChannel = s.value != "right";
+    s.f.bRightChannel = s.value != "left" || s.f.wfx.nChannels == 1;
+    return Outcome::Done;
+}
+
+Outcome clipLevelStep(Step& s) { return parseLevel(s.value, mix_settings.clipLevel) ? Outcome::Done : Outcome::Refused; }
+Outcome destLevelStep(Step& s) { return parseLevel(s.value, mix_settings.destLevel) ? Outcome::Done : Outcome::Refused; }
+
+Outcome targetStep(Step& s)
+{
+    if (s.value != "both" && s.value != "left" && s.value != "right")
+        return Outcome::Usage;
+    mix_settings.target = mixTarget(s.value);
+    return Outcome::Done;
+}
+
+Outcome curveStep(Step& s)
+{
+    if (s.value != "linear" && s.value != "exponential")
+        return Outcome::Usage;
+    mix_settings.crossfadeCurve = s.value == "linear" ? 1 : 0;
+    return Outcome::Done;
+}
+
+// --mix and --crossfade: their settings follow them on the command line and
+// are taken first.
+Outcome mixStep(Step& s, bool crossfade)
+{
+    size_t j = s.at + 1;
+    while (j + 1 < s.argv.size() && (s.argv[j] == "--clip-level" || s.argv[j] == "--dest-level" ||
+                                     s.argv[j] == "--target" || s.argv[j] == "--curve")) {
+        const std::string& name = s.argv[j];
+        const std::string& v = s.argv[j + 1];
+        if ((name == "--clip-level" && !parseLevel(v, mix_settings.clipLevel)) ||
+            (name == "--dest-level" && !parseLevel(v, mix_settings.destLevel)))
+            return Outcome::Refused;
+        if (name == "--target")
+            mix_settings.target = mixTarget(v);
+        if (name == "--curve")
+            mix_settings.crossfadeCurve = v == "exponential" ? 0 : 1;
+        j += 2;
+    }
+    if (crossfade)
+        mix_settings.target = MixTarget::Both;
+    s.at = j - 1;
+    return done(edit_operation(s.f, s.f, false, crossfade ? kCrossfade : kMix));
+}
+
+Outcome insertSilenceStep(Step& s)
+{
+    std::uint32_t units = 0;
+    if (s.value == "selection") {
+        if (!s.f.bHighlight) {
+            std::cerr << "ondrava-cli: --insert-silence selection needs a highlight\n";
+            return Outcome::Failed;
+        }
+        units = s.f.nSelEnd - s.f.nSelStart;
+    } else {
+        char* end = nullptr;
+        const double seconds = std::strtod(s.value.c_str(), &end);
+        if (*end != '\0' || seconds <= 0.0 || seconds > 36000.0)
+            return Outcome::Usage;
+        units = static_cast<std::uint32_t>(std::lround(seconds * s.f.wfx.nSamplesPerSec)) * s.f.wfx.nChannels;
+    }
+    return done(insert_silence_command(s.f, units));
+}
+
+Outcome undoStep(Step& s)
+{
+    if (s.f.bUndoAvailable)
+        undo_redo_toggle(s.f);
+    return Outcome::Done;
+}
+
+Outcome redoStep(Step& s)
+{
+    if (s.f.bRedoAvailable)
+        undo_redo_toggle(s.f);
+    return Outcome::Done;
+}
+
+// The magnified plot: consecutive --draw CHANNEL:FROM:VALUE:TO:VALUE (frames
+// counted from the selection's start, values -1..1).
+Outcome drawStep(Step& s)
+{
+    std::vector<HeadlessUiHost::PlotLine> lines;
+    size_t i = s.at - 1;
+    for (; i + 1 < s.argv.size() && s.argv[i] == "--draw"; i += 2) {
+        HeadlessUiHost::PlotLine l{};
+        char tail = 0;
+        if (std::sscanf(s.argv[i + 1].c_str(), "%d:%zu:%f:%zu:%f%c", &l.channel, &l.fromFrame, &l.fromValue, &l.toFrame,
+                        &l.toValue, &tail) != 5) {
+            std::cerr << "ondrava-cli: --draw takes CHANNEL:FROM:VALUE:TO:VALUE\n";
+            return Outcome::Refused;
+        }
+        lines.push_back(l);
+    }
+    s.at = i - 1;
+    HeadlessUiHost* host = commandLineHost();
+    if (host)
+        host->setPlotLines(lines);
+    const int ok = magnified_plot_command(s.f);
+    if (host)
+        host->setPlotLines({});
+    return done(ok);
+}
+
+Outcome spectrumStep(Step& s)
+{
+    HeadlessUiHost* host = commandLineHost();
+    if (!host || !spectrum_command(s.f) || !host->lastSpectrum()) {
+        std::cerr << "ondrava-cli: --spectrum works on a selection (--select START:END)\n";
+        return Outcome::Failed;
+    }
+    if (!render_spectrogram(*host->lastSpectrum(), 800, 400).save(QString::fromStdString(s.value))) {
+        std::cerr << "ondrava-cli: cannot write " << s.value << "\n";
+        return Outcome::Failed;
+    }
+    return Outcome::Done;
+}
+
+// An LV2 plug-in; its parameters follow it, as the generic dialog's settings.
+Outcome pluginStep(Step& s)
+{
+    std::vector<std::pair<std::string, std::string>> settings;
+    if (!takeParams(s, "SYMBOL=VALUE", settings))
+        return Outcome::Refused;
+    HeadlessUiHost* host = commandLineHost();
+    if (host) {
+        host->setPluginChoice("<" + s.value + ">");
+        host->setEffectSettings(settings);
+    }
+    const int ok = plugin_process_command(s.f, nullptr);
+    if (host) {
+        host->setPluginChoice({});
+        host->setEffectSettings({});
+    }
+    return done(ok);
+}
+
+Outcome strayParamStep(Step& s)
+{
+    std::cerr << "ondrava-cli: " << s.argv[s.at - 1] << " belongs after --effect or --plugin\n";
+    return Outcome::Refused;
+}
+
+// An effect; its preset and its dialog's settings follow it.
+Outcome effectStep(Step& s)
+{
+    const EffectCommand* effect = find_effect_command(s.value);
+    if (!effect) {
+        std::cerr << "ondrava-cli: no effect " << s.value << " (ondrava-cli effects lists them)\n";
+        return Outcome::Refused;
+    }
+    std::string preset;
+    while (s.at + 2 < s.argv.size() && s.argv[s.at + 1] == "--preset") {
+        preset = s.argv[s.at + 2];
+        s.at += 2;
+    }
+    std::vector<std::pair<std::string, std::string>> settings;
+    if (!takeParams(s, "KEY=VALUE", settings))
+        return Outcome::Refused;
+    if (!s.f.bHighlight || s.f.nSelEnd <= s.f.nSelStart) {
+        std::cerr << "ondrava-cli: --effect works on a selection (--select START:END)\n";
+        return Outcome::Failed;
+    }
+    HeadlessUiHost* host = commandLineHost();
+    if (host) {
+        host->setEffectSettings(settings);
+        host->setPresetChoice(preset);
+    }
+    const int ok = run_effect_command(s.f, effect->id);
+    if (host) {
+        host->setEffectSettings({});
+        host->setPresetChoice({});
+    }
+    return done(ok);
+}
+
+// POSITION[:NAME], the position in sample units.
+Outcome markStep(Step& s)
+{
+    const auto colon = s.value.find(':');
+    char* end = nullptr;
+    const std::string number = s.value.substr(0, colon);
+    const unsigned long position = std::strtoul(number.c_str(), &end, 10);
+    if (number.empty() || *end != '\0' || position > s.f.nTotalSamples) {
+        std::cerr << "ondrava-cli: --mark takes a position from 0 to " << s.f.nTotalSamples << "\n";
+        return Outcome::Refused;
+    }
+    return done(add_timemark_at_position(s.f, static_cast<std::uint32_t>(position),
+                                         colon == std::string::npos ? std::string() : s.value.substr(colon + 1)) >= 0);
+}
+
+Outcome markSelectionStep(Step& s)
+{
+    if (!s.f.bHighlight) {
+        std::cerr << "ondrava-cli: --mark-selection needs a highlight (--select START:END)\n";
+        return Outcome::Failed;
+    }
+    return done(add_timemark_pair(s.f));
+}
+
+Outcome deleteMarkStep(Step& s)
+{
+    char* end = nullptr;
+    const long index = std::strtol(s.value.c_str(), &end, 10);
+    if (*end != '\0' || index < 0 || index >= static_cast<long>(s.f.timemarks.size())) {
+        std::cerr << "ondrava-cli: no time mark " << s.value << "\n";
+        return Outcome::Failed;
+    }
+    delete_timemark(s.f, static_cast<int>(index));
+    return Outcome::Done;
+}
+
+// Every step: its name, how many values it takes, and its handler.
+struct StepKind {
+    const char* name;
+    int values;
+    Outcome (*run)(Step&);
+};
+const StepKind kSteps[] = {
+    {"--select", 1, selectStep},
+    {"--channel", 1, channelStep},
+    {"--clip-level", 1, clipLevelStep},
+    {"--dest-level", 1, destLevelStep},
+    {"--target", 1, targetStep},
+    {"--curve", 1, curveStep},
+    {"--mix", 0, [](Step& s) { return mixStep(s, false); }},
+    {"--crossfade", 0, [](Step& s) { return mixStep(s, true); }},
+    {"--copy", 0, [](Step& s) { return done(copy_command(s.f)); }},
+    {"--cut", 0, [](Step& s) { return done(edit_operation(s.f, s.f, true, kCut)); }},
+    {"--paste", 0, [](Step& s) { return done(edit_operation(s.f, s.f, false, kPaste)); }},
+    {"--replace", 0, [](Step& s) { return done(edit_operation(s.f, s.f, false, kReplace)); }},
+    {"--crop", 0, [](Step& s) { return done(edit_operation(s.f, s.f, true, kCrop)); }},
+    {"--trim", 0, [](Step& s) { return done(trim_command(s.f)); }},
+    {"--insert-silence", 1, insertSilenceStep},
+    {"--undo", 0, undoStep},
+    {"--redo", 0, redoStep},
+    {"--new-from-selection", 0, [](Step& s) { return done(new_file_from_selection(s.f)); }},
+    {"--draw", 1, drawStep},
+    {"--spectrum", 1, spectrumStep},
+    {"--plugin", 1, pluginStep},
+    {"--param", 1, strayParamStep},
+    {"--preset", 1, strayParamStep},
+    {"--effect", 1, effectStep},
+    {"--mark", 1, markStep},
+    {"--mark-selection", 0, markSelectionStep},
+    {"--delete-mark", 1, deleteMarkStep},
+    {"--delete-marks", 0, [](Step& s) {
+         delete_all_timemarks(s.f);
+         return Outcome::Done;
+     }},
+    {"--save", 1, [](Step& s) { return done(save_waveform_file(s.f, s.value, 0, 0)); }},
+    {"--save-selection", 1, [](Step& s) { return done(save_waveform_file(s.f, s.value, 1, 0)); }},
+};
+
+const StepKind* findStep(const std::string& name)
+{
+    for (const StepKind& k : kSteps)
+        if (name == k.name)
+            return &k;
+    return nullptr;
+}
+
 }  // namespace
 
 int run_run_command(const std::vector<std::string>& argv)
@@ -74,227 +373,28 @@ int run_run_command(const std::vector<std::string>& argv)
         return usage();
     // Check every step before doing any.
     for (size_t i = 1; i < argv.size(); ++i) {
-        const auto step = kSteps.find(argv[i]);
-        if (step == kSteps.end() || i + static_cast<size_t>(step->second) >= argv.size() + (step->second ? 0 : 1))
+        const StepKind* kind = findStep(argv[i]);
+        if (!kind || i + static_cast<size_t>(kind->values) >= argv.size() + (kind->values ? 0 : 1))
             return usage();
-        i += static_cast<size_t>(step->second);
+        i += static_cast<size_t>(kind->values);
     }
     DocumentSession session;
     if (!session.open(argv[0]))
         return kExitFailed;
     for (size_t i = 1; i < argv.size(); ++i) {
-        CChildFrame& f = *session.active();
-        const std::string& step = argv[i];
-        const std::string value = kSteps.at(step) ? argv[++i] : std::string();
+        const StepKind* kind = findStep(argv[i]);
+        const std::string name = argv[i];
+        const std::string value = kind->values ? argv[++i] : std::string();
         QElapsedTimer took;
         took.start();
-        int ok = 1;
-        if (step == "--select") {
-            if (!select_from_argument(f, value))
-                return kExitUsage;
-        } else if (step == "--channel") {
-            if (value != "left" && value != "right" && value != "both")
-                return usage();
-            f.bLeftChannel = value != "right";
-            f.bRightChannel = value != "left" || f.wfx.nChannels == 1;
-        } else if (step == "--clip-level") {
-            if (!parseLevel(value, mix_settings.clipLevel))
-                return kExitUsage;
-        } else if (step == "--dest-level") {
-            if (!parseLevel(value, mix_settings.destLevel))
-                return kExitUsage;
-        } else if (step == "--target") {
-            if (value != "both" && value != "left" && value != "right")
-                return usage();
-            mix_settings.target = value == "left" ? MixTarget::Left : value == "right" ? MixTarget::Right : MixTarget::Both;
-        } else if (step == "--curve") {
-            if (value != "linear" && value != "exponential")
-                return usage();
-            mix_settings.crossfadeCurve = value == "linear" ? 1 : 0;
-        } else if (step == "--mix" || step == "--crossfade") {
-            // Their settings follow them on the command line: take those first.
-            size_t j = i + 1;
-            while (j + 1 < argv.size() && (argv[j] == "--clip-level" || argv[j] == "--dest-level" ||
-                                           argv[j] == "--target" || argv[j] == "--curve")) {
-                const std::string& name = argv[j];
-                const std::string& v = argv[j + 1];
-                if ((name == "--clip-level" && !parseLevel(v, mix_settings.clipLevel)) ||
-                    (name == "--dest-level" && !parseLevel(v, mix_settings.destLevel)))
-                    return kExitUsage;
-                if (name == "--target")
-                    mix_settings.target = v == "left" ? MixTarget::Left : v == "right" ? MixTarget::Right : MixTarget::Both;
-                if (name == "--curve")
-                    mix_settings.crossfadeCurve = v == "exponential" ? 0 : 1;
-                j += 2;
-            }
-            if (step == "--crossfade")
-                mix_settings.target = MixTarget::Both;
-            i = j - 1;
-            ok = edit_operation(f, f, false, step == "--mix" ? kMix : kCrossfade);
-        } else if (step == "--copy") {
-            ok = copy_command(f);
-        } else if (step == "--cut") {
-            ok = edit_operation(f, f, true, kCut);
-        } else if (step == "--paste") {
-            ok = edit_operation(f, f, false, kPaste);
-        } else if (step == "--replace") {
-            ok = edit_operation(f, f, false, kReplace);
-        } else if (step == "--crop") {
-            ok = edit_operation(f, f, true, kCrop);
-        } else if (step == "--trim") {
-            ok = trim_command(f);
-        } else if (step == "--insert-silence") {
-            std::uint32_t units = 0;
-            if (value == "selection") {
-                if (!f.bHighlight) {
-                    std::cerr << "ondrava-cli: --insert-silence selection needs a highlight\n";
-                    return kExitFailed;
-                }
-                units = f.nSelEnd - f.nSelStart;
-            } else {
-                char* end = nullptr;
-                const double seconds = std::strtod(value.c_str(), &end);
-                if (*end != '\0' || seconds <= 0.0 || seconds > 36000.0)
-                    return usage();
-                units = static_cast<std::uint32_t>(std::lround(seconds * f.wfx.nSamplesPerSec)) * f.wfx.nChannels;
-            }
-            ok = insert_silence_command(f, units);
-        } else if (step == "--undo") {
-            if (f.bUndoAvailable)
-                undo_redo_toggle(f);
-        } else if (step == "--redo") {
-            if (f.bRedoAvailable)
-                undo_redo_toggle(f);
-        } else if (step == "--new-from-selection") {
-            ok = new_file_from_selection(f);
-        } else if (step == "--draw") {
-            // The magnified plot: consecutive lines CHANNEL:FROM:VALUE:TO:VALUE
-            // (frames counted from the selection's start, values -1..1).
-            std::vector<HeadlessUiHost::PlotLine> lines;
-            for (--i; i + 1 < argv.size() && argv[i] == "--draw"; i += 2) {
-                HeadlessUiHost::PlotLine l{};
-                char tail = 0;
-                if (std::sscanf(argv[i + 1].c_str(), "%d:%zu:%f:%zu:%f%c", &l.channel, &l.fromFrame, &l.fromValue,
-                                &l.toFrame, &l.toValue, &tail) != 5) {
-                    std::cerr << "ondrava-cli: --draw takes CHANNEL:FROM:VALUE:TO:VALUE\n";
-                    return kExitUsage;
-                }
-                lines.push_back(l);
-            }
-            --i;
-            auto* host = dynamic_cast<HeadlessUiHost*>(&uiHost());
-            if (host)
-                host->setPlotLines(lines);
-            ok = magnified_plot_command(f);
-            if (host)
-                host->setPlotLines({});
-        } else if (step == "--spectrum") {
-            auto* host = dynamic_cast<HeadlessUiHost*>(&uiHost());
-            if (!host || !spectrum_command(f) || !host->lastSpectrum()) {
-                std::cerr << "ondrava-cli: --spectrum works on a selection (--select START:END)\n";
-                return kExitFailed;
-            }
-            if (!render_spectrogram(*host->lastSpectrum(), 800, 400).save(QString::fromStdString(value))) {
-                std::cerr << "ondrava-cli: cannot write " << value << "\n";
-                return kExitFailed;
-            }
-        } else if (step == "--plugin") {
-            // Its parameters follow it, as the generic dialog's settings.
-            std::vector<std::pair<std::string, std::string>> settings;
-            while (i + 2 < argv.size() && argv[i + 1] == "--param") {
-                const std::string& kv = argv[i + 2];
-                const auto eq = kv.find('=');
-                if (eq == std::string::npos || eq == 0) {
-                    std::cerr << "ondrava-cli: --param takes SYMBOL=VALUE\n";
-                    return kExitUsage;
-                }
-                settings.emplace_back(kv.substr(0, eq), kv.substr(eq + 1));
-                i += 2;
-            }
-            auto* host = dynamic_cast<HeadlessUiHost*>(&uiHost());
-            if (host) {
-                host->setPluginChoice("<" + value + ">");
-                host->setEffectSettings(settings);
-            }
-            ok = plugin_process_command(f, nullptr);
-            if (host) {
-                host->setPluginChoice({});
-                host->setEffectSettings({});
-            }
-        } else if (step == "--param" || step == "--preset") {
-            std::cerr << "ondrava-cli: " << step << " belongs after --effect or --plugin\n";
+        Step step{*session.active(), argv, i, value};
+        const Outcome outcome = kind->run(step);
+        if (outcome == Outcome::Usage)
+            return usage();
+        if (outcome == Outcome::Refused)
             return kExitUsage;
-        } else if (step == "--effect") {
-            const EffectCommand* effect = find_effect_command(value);
-            if (!effect) {
-                std::cerr << "ondrava-cli: no effect " << value << " (ondrava-cli effects lists them)\n";
-                return kExitUsage;
-            }
-            // The dialog's settings follow the effect on the command line.
-            std::vector<std::pair<std::string, std::string>> settings;
-            std::string preset;
-            while (i + 2 < argv.size() && argv[i + 1] == "--preset") {
-                preset = argv[i + 2];
-                i += 2;
-            }
-            while (i + 2 < argv.size() && argv[i + 1] == "--param") {
-                const std::string& kv = argv[i + 2];
-                const auto eq = kv.find('=');
-                if (eq == std::string::npos || eq == 0) {
-                    std::cerr << "ondrava-cli: --param takes KEY=VALUE\n";
-                    return kExitUsage;
-                }
-                settings.emplace_back(kv.substr(0, eq), kv.substr(eq + 1));
-                i += 2;
-            }
-            if (!f.bHighlight || f.nSelEnd <= f.nSelStart) {
-                std::cerr << "ondrava-cli: --effect works on a selection (--select START:END)\n";
-                return kExitFailed;
-            }
-            auto* host = dynamic_cast<HeadlessUiHost*>(&uiHost());
-            if (host) {
-                host->setEffectSettings(settings);
-                host->setPresetChoice(preset);
-            }
-            ok = run_effect_command(f, effect->id);
-            if (host) {
-                host->setEffectSettings({});
-                host->setPresetChoice({});
-            }
-        } else if (step == "--mark") {
-            // POSITION[:NAME], the position in sample units.
-            const auto colon = value.find(':');
-            char* end = nullptr;
-            const std::string number = value.substr(0, colon);
-            const unsigned long position = std::strtoul(number.c_str(), &end, 10);
-            if (number.empty() || *end != '\0' || position > f.nTotalSamples) {
-                std::cerr << "ondrava-cli: --mark takes a position from 0 to " << f.nTotalSamples << "\n";
-                return kExitUsage;
-            }
-            ok = add_timemark_at_position(f, static_cast<std::uint32_t>(position),
-                                          colon == std::string::npos ? std::string() : value.substr(colon + 1)) >= 0;
-        } else if (step == "--mark-selection") {
-            if (!f.bHighlight) {
-                std::cerr << "ondrava-cli: --mark-selection needs a highlight (--select START:END)\n";
-                return kExitFailed;
-            }
-            ok = add_timemark_pair(f);
-        } else if (step == "--delete-mark") {
-            char* end = nullptr;
-            const long index = std::strtol(value.c_str(), &end, 10);
-            if (*end != '\0' || index < 0 || index >= static_cast<long>(f.timemarks.size())) {
-                std::cerr << "ondrava-cli: no time mark " << value << "\n";
-                return kExitFailed;
-            }
-            delete_timemark(f, static_cast<int>(index));
-        } else if (step == "--delete-marks") {
-            delete_all_timemarks(f);
-        } else if (step == "--save" || step == "--save-selection") {
-            ok = save_waveform_file(f, value, step == "--save-selection", 0);
-        }
-        timing_trace(QStringLiteral("step"),
-                     QStringLiteral("%1 %2").arg(QString::fromStdString(step)).arg(took.elapsed()));
-        if (!ok)
+        timing_trace(QStringLiteral("step"), QStringLiteral("%1 %2").arg(QString::fromStdString(name)).arg(took.elapsed()));
+        if (outcome == Outcome::Failed)
             return kExitFailed;
     }
     return kExitOk;
