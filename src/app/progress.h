@@ -7,10 +7,11 @@
 
 // The one modeless progress box ("MESSAGEDLG") and its time-left estimate.
 //
-// A long operation opens the box with display_message_dialog, registers the
-// handle as current_progress_box, calls show_percent_done with 0, then polls
-// cancel_button_pressed and reports each new percentage once per block, and
-// finally closes it with terminate_message_dialog and restore_wait_cursor.
+// A long operation holds a ProgressScope (below) for as long as it works:
+// the scope opens the box, registers it as current_progress_box and shows
+// 0 %; the operation polls cancelled() and reports each new percentage once
+// per block; the scope closes the box and puts the cursor back however the
+// operation ends.
 
 extern HWND progress_dialog;
 extern std::string progress_text;

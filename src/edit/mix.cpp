@@ -8,6 +8,7 @@
 #include "wavefile/sample_format.h"
 
 #include <algorithm>
+#include <optional>
 #include <cmath>
 #include <fcntl.h>
 #include <new>
@@ -63,9 +64,7 @@ int mix_into(const CChildFrame& d, const std::string& insertSource, std::uint64_
     const double destSlope = step * s.clipLevel / n;
     const double k = -std::log(0.08) * step / n;
 
-    HWND box = display_message_dialog("Mixing waveform...", 0);
-    current_progress_box = box;
-    show_percent_done(box, 0);
+    std::optional<ProgressScope> progress(std::in_place, "Mixing waveform...", false);
     std::uint64_t done = 0;
     long long stepIndex = 0;
     bool ok = true;
@@ -111,10 +110,9 @@ int mix_into(const CChildFrame& d, const std::string& insertSource, std::uint64_
         }
         ok = write_fully(target.get(), mixed.data(), clipGot);
         done += static_cast<std::uint64_t>(clipGot);
-        show_percent_done(box, static_cast<int>(done * 100.0 / (length + 1.0)));
+        progress->show(static_cast<int>(done * 100.0 / (length + 1.0)));
     }
-    terminate_message_dialog(box);
-    restore_wait_cursor();
+    progress.reset();
     if (!ok)
         NewErrMsg(5025);
     return ok ? 1 : 0;

@@ -159,9 +159,7 @@ std::optional<InsertSource> clipboard_for(const CChildFrame& destination)
         NewErrMsg(5026);
         return std::nullopt;
     }
-    HWND box = display_message_dialog("Reformating waveform ...", 0);
-    current_progress_box = box;
-    show_percent_done(box, 0);
+    std::optional<ProgressScope> progress(std::in_place, "Reformating waveform ...", false);
     std::uint64_t done = 0, written = 0;
     bool ok = true;
     while (ok && done < length) {
@@ -172,14 +170,13 @@ std::optional<InsertSource> clipboard_for(const CChildFrame& destination)
         const std::size_t n = convert_pcm_block(input.data(), static_cast<std::size_t>(got), output.data(), output.size());
         ok = write_fully(out.get(), output.data(), static_cast<long long>(n));
         written += n;
-        show_percent_done(box, static_cast<int>(done * 100.0 / (length + 1.0)));
+        progress->show(static_cast<int>(done * 100.0 / (length + 1.0)));
     }
     const std::size_t n = finish_pcm_conversion(output.data(), output.size());
     ok = ok && write_fully(out.get(), output.data(), static_cast<long long>(n));
     written += n;
     end_pcm_conversion();
-    terminate_message_dialog(box);
-    restore_wait_cursor();
+    progress.reset();
     if (!ok || !out.reset()) {
         NewErrMsg(5070);
         return std::nullopt;

@@ -50,17 +50,16 @@ bool channelSelected(const CChildFrame& f, int channel)
 template <typename Step>
 int forEachBlock(const Range& r, std::size_t blockFrames, const char* text, Step step)
 {
-    HWND box = display_message_dialog(text, 1);
+    const ProgressScope progress(text, true);
     int ok = 1;
     for (std::uint64_t done = 0; done < r.frames && ok;) {
         const std::size_t n = static_cast<std::size_t>(std::min<std::uint64_t>(blockFrames, r.frames - done));
         ok = step(done, n);
         done += n;
-        show_percent_done(box, static_cast<int>(done * 100 / std::max<std::uint64_t>(r.frames, 1)));
-        if (ok && done < r.frames && cancel_button_pressed(box))
+        progress.show(static_cast<int>(done * 100 / std::max<std::uint64_t>(r.frames, 1)));
+        if (ok && done < r.frames && progress.cancelled())
             ok = 0;
     }
-    terminate_message_dialog(box);
     return ok;
 }
 

@@ -173,20 +173,17 @@ int build_overview_level(CChildFrame& f, const char* progressFormat)
 
     char text[600];
     std::snprintf(text, sizeof text, progressFormat, f.szDisplayName.c_str());
-    HWND box = display_message_dialog(text, 1);
-    current_progress_box = box;
-    show_percent_done(box, 0);
-
     int complete = 1;
-    const std::size_t capacity = size / bytesPerSample;
-    if (size > 0) {
-        if (bytesPerSample == 1)
-            complete = fillOverview(f, static_cast<std::uint8_t*>(level.mapping.data()), capacity, box);
-        else
-            complete = fillOverview(f, static_cast<std::int16_t*>(level.mapping.data()), capacity, box);
+    {
+        const ProgressScope progress(text, true);
+        const std::size_t capacity = size / bytesPerSample;
+        if (size > 0) {
+            if (bytesPerSample == 1)
+                complete = fillOverview(f, static_cast<std::uint8_t*>(level.mapping.data()), capacity, progress.box());
+            else
+                complete = fillOverview(f, static_cast<std::int16_t*>(level.mapping.data()), capacity, progress.box());
+        }
     }
-    terminate_message_dialog(box);
-    restore_wait_cursor();
     if (complete)
         build_coarse_overview(f);
     f.fZoom = f.fMaxZoom;

@@ -32,15 +32,10 @@ namespace {
 
 std::function<void()> g_openOpenedFile;
 
-// The progress box of a save, closed however the save ends.
-struct SaveProgress {
-    HWND box = nullptr;
-    ~SaveProgress()
-    {
-        terminate_message_dialog(box);
-        restore_wait_cursor();
-        end_pcm_conversion();
-    }
+// The sample-format conversion of a save ends however the save ends (after
+// its progress box has closed).
+struct ConversionEnd {
+    ~ConversionEnd() { end_pcm_conversion(); }
 };
 
 }  // namespace
@@ -131,10 +126,8 @@ int write_waveform_file(CChildFrame& f, const std::string& path, const std::stri
         NewErrMsg(5001);
         return 0;
     }
-    SaveProgress progress;
-    progress.box = display_message_dialog("Saving file ...", 0);
-    current_progress_box = progress.box;
-    show_percent_done(progress.box, 0);
+    const ConversionEnd conversionEnd;
+    const ProgressScope progress("Saving file ...", false);
     if (converting && !begin_pcm_conversion()) {
         NewErrMsg(5071);
         return 0;
@@ -167,9 +160,9 @@ int write_waveform_file(CChildFrame& f, const std::string& path, const std::stri
             return 0;
         }
         writeback.advance(out.position());
-        show_percent_done(progress.box, static_cast<int>(static_cast<double>(done) * 100.0 / (total + 1.0)));
+        progress.show(static_cast<int>(static_cast<double>(done) * 100.0 / (total + 1.0)));
         done += static_cast<std::uint64_t>(got);
-        if (cancel_button_pressed(progress.box))
+        if (progress.cancelled())
             return 0;
     }
     if (converting) {
@@ -317,10 +310,8 @@ int copy_whole_file(CChildFrame& f, const std::string& destination, const std::s
         NewErrMsg(5026);
         return 0;
     }
-    SaveProgress progress;
-    progress.box = display_message_dialog(text ? text : "Updating buffers ...", 1);
-    current_progress_box = progress.box;
-    show_percent_done(progress.box, 0);
+    const ConversionEnd conversionEnd;
+    const ProgressScope progress(text ? text : "Updating buffers ...", true);
     std::uint64_t copied = 0;
     for (;;) {
         const long long got = read_fully(in.get(), buffer.data(), 32768, static_cast<long long>(position));
@@ -332,8 +323,8 @@ int copy_whole_file(CChildFrame& f, const std::string& destination, const std::s
         }
         position += static_cast<std::uint64_t>(got);
         copied += static_cast<std::uint64_t>(got);
-        show_percent_done(progress.box, length ? static_cast<int>(copied * 100 / length) : 100);
-        if (cancel_button_pressed(progress.box))
+        progress.show(length ? static_cast<int>(copied * 100 / length) : 100);
+        if (progress.cancelled())
             return 0;
     }
     return out.reset() ? 1 : 0;
