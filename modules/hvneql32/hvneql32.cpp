@@ -275,7 +275,8 @@ static void shiftWaveform(HWND window)
     // replaced.
     const std::uint64_t frame = static_cast<std::uint64_t>(channels) * static_cast<std::uint64_t>(f->bytesPerSample());
     const auto bytes = [frame](long frames) { return static_cast<std::uint64_t>(frames) * frame; };
-    if (!setup_for_undo(*f, 0))
+    UndoTransaction version(*f);
+    if (!version.begun())
         return;
     const auto append = [f](std::uint64_t count, std::uint64_t from) {
         return count == 0 || f->copy_file_to_file(f->szRedoFileName, f->szFileName, static_cast<std::uint32_t>(count),
@@ -296,10 +297,8 @@ static void shiftWaveform(HWND window)
     // A part frame at the very end stays as it was.
     const std::uint64_t rest = static_cast<std::uint64_t>(f->nTotalSamples) * f->bytesPerSample() - bytes(total);
     ok = ok && append(rest, bytes(total));
-    if (!ok || !setup_for_redo(*f, 11513, 0)) {
-        abandon_new_version(*f);
+    if (!ok || !version.commit(11513))
         return;
-    }
     set_selection_units(*f, static_cast<std::uint32_t>((start + shift) * channels),
                         static_cast<std::uint32_t>((end + shift) * channels));
 }

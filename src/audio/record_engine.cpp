@@ -557,7 +557,8 @@ int RecordEngine::adopt_take()
         return 1;
     }
     CChildFrame& f = *m_frame;
-    if (!setup_for_undo(f, 0))
+    UndoTransaction version(f);
+    if (!version.begun())
         return 0;
     // The record file becomes the newest version as it is: a rename within
     // the data folder, a copy only across file systems.
@@ -569,7 +570,7 @@ int RecordEngine::adopt_take()
     f.nNewVersionLength = static_cast<std::uint32_t>(bytes / static_cast<std::uint64_t>(f.bytesPerSample()));
     f.bHighlight = 0;
     f.nSelStart = f.nSelEnd = 0;
-    const int done = setup_for_redo(f, kRecordUndoCode, 0);
+    const int done = version.commit(kRecordUndoCode);
     take_recorded = false;
     m_prepared = false;
     m_frame = nullptr;

@@ -38,7 +38,8 @@ int edit_operation(CChildFrame& s, CChildFrame& d, bool clipboardCopy, int code)
 {
     if (d.szFileName.empty())
         return 0;
-    if (!setup_for_undo(d, 0))
+    UndoTransaction version(d);
+    if (!version.begun())
         return 0;
     if (clipboardCopy && !copy_to_pseudo_clipboard(s))
         return 0;
@@ -58,7 +59,7 @@ int edit_operation(CChildFrame& s, CChildFrame& d, bool clipboardCopy, int code)
             return 0;
         d.bHighlight = 0;
         d.nNewVersionLength = versionLength(d);
-        return setup_for_redo(d, kCrop, 0);
+        return version.commit(kCrop);
     }
     std::uint64_t insertLength = insert.bytes;
     if (code == kInsertSilence)
@@ -122,7 +123,7 @@ int edit_operation(CChildFrame& s, CChildFrame& d, bool clipboardCopy, int code)
     if (made < 4 && !write_silence(d.szRedoFileName, made, 4 - made, silence_byte(d)))
         return 0;
     d.nNewVersionLength = versionLength(d);
-    return setup_for_redo(d, code, 0);
+    return version.commit(code);
 }
 
 int copy_command(CChildFrame& f) { return copy_to_pseudo_clipboard(f); }
@@ -133,7 +134,8 @@ int trim_command(CChildFrame& f)
         message_beep();
         return 0;
     }
-    if (!setup_for_undo(f, 0) || !copy_selected_area_to_pseudo_clipboard(f))
+    UndoTransaction version(f);
+    if (!version.begun() || !copy_selected_area_to_pseudo_clipboard(f))
         return 0;
     const std::uint64_t bps = static_cast<std::uint64_t>(f.bytesPerSample());
     const std::uint64_t total = static_cast<std::uint64_t>(f.nTotalSamples) * bps;
@@ -146,7 +148,7 @@ int trim_command(CChildFrame& f)
     if (!write_silence(f.szRedoFileName, 0, start, silence_byte(f)) ||
         !write_silence(f.szRedoFileName, end, total - end, silence_byte(f)))
         return 0;
-    return setup_for_redo(f, kTrim, 0);
+    return version.commit(kTrim);
 }
 
 int insert_silence_command(CChildFrame& f, std::uint32_t units)

@@ -84,6 +84,21 @@ int setup_for_undo(CChildFrame& f, int copy)
                                "Copying file...");
 }
 
+UndoTransaction::UndoTransaction(CChildFrame& frame, int copy) : m_frame(frame), m_begun(setup_for_undo(frame, copy) != 0) {}
+
+UndoTransaction::~UndoTransaction()
+{
+    if (m_begun && !m_committed)
+        abandon_new_version(m_frame);
+}
+
+int UndoTransaction::commit(int code, int copy)
+{
+    const int done = setup_for_redo(m_frame, code, copy);
+    m_committed = done != 0;
+    return done;
+}
+
 void abandon_new_version(CChildFrame& f)
 {
     if (f.szRedoFileName.empty() || f.szRedoFileName == f.szFileName)

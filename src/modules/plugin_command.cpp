@@ -30,7 +30,8 @@ int plugin_process_command(CChildFrame& f, HWND mainWindow)
         return 0;
 
     const int highlight = f.bHighlight;
-    if (!setup_for_undo(f, highlight))
+    UndoTransaction version(f, highlight);
+    if (!version.begun())
         return 0;
     const auto bytesPerSample = static_cast<std::uint64_t>(f.bytesPerSample());
     const std::uint64_t length = get_named_file_length(out);
@@ -57,7 +58,7 @@ int plugin_process_command(CChildFrame& f, HWND mainWindow)
     }
     f.nNewVersionLength = static_cast<std::uint32_t>(get_named_file_length(f.szRedoFileName) / bytesPerSample);
     f.bRedrawAll = true;
-    return setup_for_redo(f, 181, 0);
+    return version.commit(181);
 }
 
 std::string user_lv2_directory()

@@ -63,23 +63,18 @@ int forEachBlock(const Range& r, std::size_t blockFrames, const char* text, Step
     return ok;
 }
 
-// Starts the new version with the untouched head and opens the shown version
-// for reading and the new one for writing. false (the new version given up)
-// on failure.
+// Starts the new version (begun by the caller's transaction) with the
+// untouched head and opens the shown version for reading and the new one
+// for writing. false on failure.
 bool beginNewVersion(CChildFrame& f, const Range& r, UniqueFd& in, UniqueFd& out)
 {
-    if (!setup_for_undo(f, 0))
-        return false;
     if (r.start > 0 && !f.copy_file_to_file(f.szRedoFileName, f.szFileName, static_cast<std::uint32_t>(r.start), 0, -1,
-                                            0, "Copying file...")) {
-        abandon_new_version(f);
+                                            0, "Copying file..."))
         return false;
-    }
     in = UniqueFd(::open(f.szFileName.c_str(), O_RDONLY | O_CLOEXEC));
     out = UniqueFd(::open(f.szRedoFileName.c_str(), O_WRONLY | O_CLOEXEC));
     if (!in.valid() || !out.valid()) {
         NewErrMsg(5031);
-        abandon_new_version(f);
         return false;
     }
     return true;
@@ -122,12 +117,9 @@ int process_selection(CChildFrame& f, int code, const SampleKernel& kernel, cons
         return 0;
     }
     UniqueFd in, out;
-    if (!beginNewVersion(f, r, in, out))
+    UndoTransaction version(f);
+    if (!version.begun() || !beginNewVersion(f, r, in, out))
         return 0;
-    const auto fail = [&f] {
-        abandon_new_version(f);
-        return 0;
-    };
     const std::uint64_t selectionEndByte = r.start + r.frames * r.frameBytes;
     const int ok = forEachBlock(r, how.blockFrames, how.progressText, [&](std::uint64_t done, std::size_t n) {
         const std::size_t bytes = n * r.frameBytes;
@@ -175,17 +167,17 @@ int process_selection(CChildFrame& f, int code, const SampleKernel& kernel, cons
         return 1;
     });
     if (!ok)
-        return fail();
+        return 0;
     // A part frame at the end of the highlight stays as it was.
     const std::uint64_t partial = static_cast<std::uint64_t>(f.nSelEnd) * static_cast<std::uint64_t>(f.bytesPerSample()) -
                                   selectionEndByte;
     if (partial > 0 && !f.copy_file_to_file(f.szRedoFileName, f.szFileName, static_cast<std::uint32_t>(partial),
                                             static_cast<std::uint32_t>(selectionEndByte), -1, 0, "Copying file..."))
-        return fail();
+        return 0;
     in.reset();
     out.reset();
-    if (!setup_for_redo(f, code, 1))
-        return fail();
+    if (!version.commit(code, 1))
+        return 0;
     return 1;
 }
 
@@ -227,12 +219,9 @@ int transform_selection(CChildFrame& f, int code, const StreamKernel& kernel, co
     std::vector<float> samples(blockFrames * static_cast<std::size_t>(channels));
     std::vector<float> out;
     UniqueFd in, dest;
-    if (!beginNewVersion(f, r, in, dest))
+    UndoTransaction version(f);
+    if (!version.begun() || !beginNewVersion(f, r, in, dest))
         return 0;
-    const auto fail = [&f] {
-        abandon_new_version(f);
-        return 0;
-    };
     std::uint64_t written = r.start;
     const auto flush = [&] { return writeWholeFrames(dest.get(), out, channels, format, encoded, written) ? 1 : 0; };
     const int ok = forEachBlock(r, blockFrames, progressText, [&](std::uint64_t done, std::size_t n) {
@@ -247,15 +236,15 @@ int transform_selection(CChildFrame& f, int code, const StreamKernel& kernel, co
         return flush();
     });
     if (!ok)
-        return fail();
+        return 0;
     in.reset();
     dest.reset();
     // The new version: head, the transformed selection, the tail.
     const std::uint64_t bps = static_cast<std::uint64_t>(f.bytesPerSample());
     const std::uint64_t tail = (static_cast<std::uint64_t>(f.nTotalSamples) - std::min(f.nSelEnd, f.nTotalSamples)) * bps;
     f.nNewVersionLength = static_cast<std::uint32_t>((written + tail) / bps);
-    if (!setup_for_redo(f, code, 1))
-        return fail();
+    if (!version.commit(code, 1))
+        return 0;
     // The highlight covers what the selection became.
     set_selection_units(f, f.nSelStart, static_cast<std::uint32_t>(std::min<std::uint64_t>(written / bps, f.nTotalSamples)));
     return 1;

@@ -9,6 +9,7 @@
 #include "support/document_test.h"
 
 #include <cmath>
+#include <filesystem>
 #include <fstream>
 
 using Bytes = WavBuilder::Bytes;
@@ -332,4 +333,34 @@ TEST_F(EditTest, AnUnfinishedCopyLeavesTheClipboardAsItWas)
     for (const std::string& name : filesIn(workDir()))
         EXPECT_EQ(name.find(".clp") == std::string::npos || name == "clipbord.clp" || name == "cliptext.clp", true)
             << name;
+}
+
+// An operation that fails after it began its new version gives that version
+// up: no half-made file is left beside the shown one, the shown version and
+// its undo stay as they were.
+TEST_F(EditTest, AFailedOperationLeavesNoHalfMadeVersion)
+{
+    CChildFrame& f = open(2, 16, 4000, 41);
+    select(f, 400, 800);
+    ASSERT_EQ(edit_operation(f, f, true, kCut), 1);  // something to undo
+    const std::string shownFile = f.szFileName;
+    const Bytes before = shown(f);
+    ASSERT_TRUE(f.bUndoAvailable);
+    const std::string folder = std::filesystem::path(shownFile).parent_path().string();
+    const auto tmpFiles = [&] {
+        int n = 0;
+        for (const auto& e : std::filesystem::directory_iterator(folder))
+            n += e.path().extension() == ".tmp";
+        return n;
+    };
+    const int filesBefore = tmpFiles();
+    // Paste with the clipboard gone: the operation begins, then fails.
+    std::filesystem::remove(clipboard_data_path());
+    std::filesystem::remove(clipboard_text_path());
+    select(f, 100, 200);
+    EXPECT_EQ(edit_operation(f, f, false, kPaste), 0);
+    EXPECT_EQ(f.szFileName, shownFile);
+    EXPECT_EQ(shown(f), before);
+    EXPECT_TRUE(f.szRedoFileName.empty() || f.szRedoFileName == f.szFileName) << f.szRedoFileName;
+    EXPECT_LE(tmpFiles(), filesBefore) << "a half-made version was left in " << folder;
 }
