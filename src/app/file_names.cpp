@@ -4,6 +4,7 @@
 #include "app/clock.h"
 #include "app/messages.h"
 #include "app/ui_host.h"
+#include "app/unique_fd.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -59,21 +60,21 @@ std::string get_extension(const std::string& name)
 
 std::uint64_t get_named_file_length(const std::string& name)
 {
-    const int fd = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
+    const UniqueFd file(::open(name.c_str(), O_RDONLY | O_CLOEXEC));
+    const int fd = file.get();
     if (fd < 0)
         return 0;
     struct stat st {};
     const bool ok = fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
-    ::close(fd);
     return ok ? static_cast<std::uint64_t>(st.st_size) : 0;
 }
 
 int file_exists(const std::string& name)
 {
-    const int fd = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
+    const UniqueFd file(::open(name.c_str(), O_RDONLY | O_CLOEXEC));
+    const int fd = file.get();
     if (fd < 0)
         return 0;
-    ::close(fd);
     return 1;
 }
 

@@ -6,6 +6,7 @@
 #include "app/posix_io.h"
 #include "app/progress.h"
 #include "app/ui_host.h"
+#include "app/unique_fd.h"
 #include "modules/module_entries.h"
 #include "view/child_frame.h"
 #include "view/mouse_selection.h"
@@ -86,7 +87,8 @@ int compress_to_jaf_file(const std::string& target)
 
     // Reading starts at byte 44 of the working file whatever the highlight;
     // the highlight only says how much is taken.
-    const int in = ::open(f.szFileName.c_str(), O_RDONLY | O_CLOEXEC);
+    const UniqueFd source(::open(f.szFileName.c_str(), O_RDONLY | O_CLOEXEC));
+    const int in = source.get();
     if (in < 0) {
         NewErrMsg(5070);
         return 0;
@@ -97,7 +99,6 @@ int compress_to_jaf_file(const std::string& target)
     AtomicFile staged;
     RiffFile out;
     if (!staged.begin(target) || !out.open(staged.temporaryPath(), RiffFile::Mode::Create)) {
-        ::close(in);
         NewErrMsg(5070);
         return 0;
     }
@@ -109,21 +110,18 @@ int compress_to_jaf_file(const std::string& target)
         headerWritten = create_waveform_format_header(out, 0);
     }
     if (!headerWritten) {
-        ::close(in);
         return 0;
     }
     std::vector<std::int16_t> input, output;
     try {
         input.assign(65536, 0);
     } catch (const std::bad_alloc&) {
-        ::close(in);
         NewErrMsg(5002);
         return 0;
     }
     try {
         output.assign(65536, 0);
     } catch (const std::bad_alloc&) {
-        ::close(in);
         NewErrMsg(5026);
         return 0;
     }
@@ -176,7 +174,6 @@ int compress_to_jaf_file(const std::string& target)
         writeOk = false;
         writeError = errno;
     }
-    ::close(in);
     // A cancelled or failed compression leaves the target as it was; only a
     // failed write has something to say.
     if (!writeOk)

@@ -5,6 +5,7 @@
 #include "app/messages.h"
 #include "app/posix_io.h"
 #include "app/ui_host.h"
+#include "app/unique_fd.h"
 #include "modules/effect_dialog.h"
 #include "wavefile/riff_file.h"
 #include "wavefile/sample_format.h"
@@ -137,12 +138,12 @@ bool readWave(const std::string& path, Signal& s, std::string& error)
     }
     const std::uint32_t bytes = data_chunk_size;
     std::vector<std::uint8_t> raw(bytes);
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    const int fd = file.get();
     if (fd < 0)
         return false;
     const auto start = static_cast<long long>(data_chunk_offset);
     const long long got = read_fully(fd, raw.data(), bytes, start);
-    ::close(fd);
     if (got != bytes) {
         error = "The plug-in's input could not be read.";
         return false;

@@ -3,6 +3,7 @@
 #include "app/file_names.h"
 #include "app/messages.h"
 #include "app/posix_io.h"
+#include "app/unique_fd.h"
 #include "wavefile/riff_file.h"
 #include "wavefile/wave_header.h"
 #include "wavefile/wave_state.h"
@@ -272,7 +273,8 @@ int save_AVI_file(const std::string& aviName, const std::string& waveName, const
         ErrMsg("Cannot write the AVI file %s.", aviName.c_str());
         return 0;
     }
-    const int in = ::open(waveName.c_str(), O_RDONLY | O_CLOEXEC);
+    const UniqueFd waveFile(::open(waveName.c_str(), O_RDONLY | O_CLOEXEC));
+    const int in = waveFile.get();
     if (in < 0) {
         NewErrMsg(5009);
         return 0;
@@ -351,7 +353,6 @@ int save_AVI_file(const std::string& aviName, const std::string& waveName, const
         framesDone += static_cast<std::uint64_t>(got / frameBytes);
     }
     writeVideoUpTo(seconds);
-    ::close(in);
     if (!ok || av_write_trailer(out) < 0) {
         ErrMsg("Cannot write the AVI file %s.", aviName.c_str());
         return 0;

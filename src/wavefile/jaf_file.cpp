@@ -7,6 +7,7 @@
 #include "app/posix_io.h"
 #include "app/progress.h"
 #include "app/ui_host.h"
+#include "app/unique_fd.h"
 #include "wavefile/adpcm_open.h"
 #include "wavefile/helper_programs.h"
 #include "wavefile/riff_file.h"
@@ -94,7 +95,8 @@ int decompress_jaf_file(std::string& name)
     ChunkInfo riff, data;
     if (!begin_waveform_file(out, riff, data))
         return 0;
-    const int in = ::open(converted.c_str(), O_RDONLY | O_CLOEXEC);
+    const UniqueFd source(::open(converted.c_str(), O_RDONLY | O_CLOEXEC));
+    const int in = source.get();
     if (in < 0) {
         ErrMsg("Failed to decompress file");
         return 0;
@@ -127,7 +129,6 @@ int decompress_jaf_file(std::string& name)
             }
         }
     }
-    ::close(in);
     const bool sized = out.ascend(data) == MMSYSERR_NOERROR && out.ascend(riff) == MMSYSERR_NOERROR;
     const bool closed = out.close();
     ::unlink(converted.c_str());
