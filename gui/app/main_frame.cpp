@@ -5,12 +5,9 @@
 #include "app/recovery_question.h"
 #include "app/control_drawing.h"
 #include "app/logo_window.h"
-#include "app/messages.h"
-#include "app/command_icons.h"
 #include "app/preference_store.h"
 #include "app/screen_area.h"
 #include "app/timing_trace.h"
-#include "app/preferences.h"
 #include "app/preferences_dialog.h"
 #include "app/qt_ui_host.h"
 #include "app/startup_files.h"
@@ -21,46 +18,21 @@
 #include "view/child_frame.h"
 #include "view/child_frame_window.h"
 #include "view/display_levels.h"
-#include "audio/playback_engine.h"
 #include "audio/play_cursor_host.h"
 #include "audio/playback_loop_dialog.h"
-#include "audio/play_record_time_window.h"
-#include "audio/record_dialog.h"
 #include "view/document_open.h"
 #include "view/document_save.h"
-#include "edit/copy_selection_dialog.h"
 #include "edit/edit_operations.h"
-#include "edit/pseudo_clipboard.h"
-#include "edit/undo.h"
 #include "edit/timemark_bars.h"
 #include "edit/timemarks.h"
 #include "modules/plugin_command.h"
-#include "midi_tools/device_report.h"
-#include "midi_tools/midi_keyboard_window.h"
-#include "midi_tools/sampler_dialog.h"
-#include "midi_tools/triggered_start_dialog.h"
-#include "sync/chase_lock_dialog.h"
-#include "view/mouse_selection.h"
-#include "view/view_navigation.h"
 #include "wavefile/wave_file_dialogs.h"
-#include "view/open_by_type.h"
-#include "view/save_by_type.h"
-#include "wavefile/file_types.h"
 #include "view/time_format.h"
-#include "wavefile/wave_header.h"
-#include "wavefile/wave_state.h"
 
-#include <QAction>
 #include <QElapsedTimer>
 #include <QComboBox>
-#include <QVBoxLayout>
-#include <QPlainTextEdit>
-#include <QDialogButtonBox>
 #include <QApplication>
-#include <QCloseEvent>
 #include <QDragEnterEvent>
-#include <QFileDialog>
-#include <QFileInfo>
 #include <QLabel>
 #include <QMdiArea>
 #include <QMdiSubWindow>
@@ -68,16 +40,9 @@
 #include <QMessageBox>
 #include <QMimeData>
 #include <QStatusBar>
-#include <QTimer>
 #include <QToolBar>
 
 namespace {
-
-// The eleven control bars, in the order of their "General-Bar%d" sections.
-const char* const kBarNames[kControlBarCount] = {
-    "Files", "Edit", "Transport", "Cursor", "Effects", "Undo", "Timemark", "Cuelist",
-    "Volume Indicator", "DB Meter", "Spectrum Indicator",
-};
 
 // A numbered menu text "Text\tKeys" or a prompt "Status text\nTool tip".
 struct CommandText {
@@ -231,191 +196,6 @@ QAction* CMainFrame::action(int id) const
 
 QToolBar* CMainFrame::controlBar(int index) const { return m_bars.at(static_cast<size_t>(index)); }
 
-void CMainFrame::buildMenus()
-{
-    m_fileMenu = menuBar()->addMenu(tr("&File"));
-    addCommand(m_fileMenu, kCommandNew, tr("&New..."), QKeySequence::New);
-    addCommand(m_fileMenu, kCommandOpen, tr("&Open..."), QKeySequence::Open);
-    addCommand(m_fileMenu, kCommandClose, tr("&Close"), QKeySequence(QStringLiteral("Ctrl+F4")));
-    m_fileMenu->addSeparator();
-    addCommand(m_fileMenu, kCommandSave, tr("&Save"), QKeySequence::Save);
-    addCommand(m_fileMenu, kCommandSaveAs, tr("Save &As..."), QKeySequence(QStringLiteral("Ctrl+Shift+S")));
-    addCommand(m_fileMenu, kCommandSaveSelection, tr("Save Se&lection As..."));
-    addCommand(m_fileMenu, kCommandNewFromSelection, tr("New File from Selectio&n"));
-    m_fileMenu->addSeparator();
-    addCommand(m_fileMenu, kCommandDelete, tr("&Delete Waveform File..."));
-    m_fileMenu->addSeparator();
-    m_recentMenu = m_fileMenu->addMenu(tr("Recent &Files"));
-    m_fileMenu->addSeparator();
-    addCommand(m_fileMenu, kCommandExit, tr("E&xit"), QKeySequence::Quit);
-    rebuildRecentFiles();
-
-    QMenu* edit = menuBar()->addMenu(tr("&Edit"));
-    addCommand(edit, 11602, QString())->setEnabled(false);
-    edit->addSeparator();
-    for (int id : {11303, 11304, 11305, 11306, 11307})
-        addCommand(edit, id, QString());
-    edit->addSeparator();
-    addCommand(edit, 11302, QString());
-    addCommand(edit, 1881, QString());
-    addCommand(edit, 11301, tr("C&lear"));
-    addCommand(edit, 11518, QString(), QKeySequence(QStringLiteral("Alt+Shift+L")));
-    edit->addSeparator();
-    QMenu* marks = edit->addMenu(tr("Ti&memarks"));
-    addCommand(marks, ID_TIMEMARK_ADD, tr("&Add Timemark"), QKeySequence(QStringLiteral("F9")));
-    addCommand(marks, kCommandMarkHighlight, tr("Mark &Highlight"), QKeySequence(QStringLiteral("Shift+F9")));
-    addCommand(marks, ID_TIMEMARK_DELETE_ALL, tr("&Delete All Timemarks"));
-    edit->addSeparator();
-    addCommand(edit, 1020, QString());
-
-    QMenu* view = menuBar()->addMenu(tr("&View"));
-    addCommand(view, 1898, tr("Zoom &In"), QKeySequence(QStringLiteral("Ctrl++")));
-    addCommand(view, 1899, tr("Zoom &Out"), QKeySequence(QStringLiteral("Ctrl+-")));
-    addCommand(view, 87, QString());
-    addCommand(view, 88, QString());
-    addCommand(view, ChildFrameWindow::kCommandFitToWindow, tr("&Fit to window"), QKeySequence(QStringLiteral("Ctrl+F")));
-    view->addSeparator();
-    addCommand(view, 11800, QString());
-    addCommand(view, 11801, QString());
-    addCommand(view, 11906, QString());
-    view->addSeparator();
-    QMenu* nudges = view->addMenu(tr("&Highlight edges"));
-    addCommand(nudges, 11900, tr("&Review (start 50 ms earlier)"));
-    addCommand(nudges, 11901, tr("&Cue (end 50 ms later)"));
-    addCommand(nudges, 11902, tr("Start 5 ms &earlier"));
-    addCommand(nudges, 11903, tr("Start 5 ms &later"));
-    addCommand(nudges, 11904, tr("End 5 ms e&arlier"));
-    addCommand(nudges, 11905, tr("End 5 ms la&ter"));
-    view->addSeparator();
-    QMenu* bars = view->addMenu(tr("&Toolbars"));
-    bars->setObjectName(QStringLiteral("toolbarsMenu"));
-    QAction* status = view->addAction(tr("&Status Bar"));
-    status->setCheckable(true);
-    status->setChecked(true);
-    connect(status, &QAction::toggled, statusBar(), &QWidget::setVisible);
-
-    QMenu* play = menuBar()->addMenu(tr("&Play"));
-    addCommand(play, 11401, tr("&Play"));
-    addCommand(play, 11402, tr("P&ause"));
-    addCommand(play, 11403, tr("&Stop"));
-    play->addSeparator();
-    // Ctrl+R is Edit ▸ Replace; Record has a key of its own.
-    addCommand(play, 1813, tr("&Record..."), QKeySequence(QStringLiteral("Ctrl+Shift+R")));
-    play->addSeparator();
-    addCommand(play, 11404, tr("Lo&op playback"), QKeySequence(QStringLiteral("Alt+L")))->setCheckable(true);
-    addCommand(play, 1024, tr("Setup pla&yback loop..."), QKeySequence(QStringLiteral("Alt+R")));
-    play->addSeparator();
-    addCommand(play, kCommandChaseLock, tr("SMPTE C&hase Lock..."));
-    addCommand(play, kCommandDelayedStart, tr("&Delayed Start..."));
-    addCommand(play, kCommandTriggeredStart, tr("&Triggered Start..."));
-    addCommand(play, kCommandSampler, tr("Sa&mpler..."));
-
-    // The effects, as their descriptions give them (Clear is on the Edit menu).
-    QMenu* operations = menuBar()->addMenu(tr("&Operations"));
-    addCommand(operations, kCommandSpectrum, tr("&Spectrum..."));
-    addCommand(operations, 393, tr("Magnified &plot..."));
-    operations->addSeparator();
-    addCommand(operations, kCommandPlugIn, tr("DirectX Plug-&In..."));
-    addCommand(operations, kCommandRegisterPlugIn, tr("&Register DirectX Plug-In..."));
-    operations->addSeparator();
-    for (const EffectCommand& c : effect_commands()) {
-        if (c.id == 11301)
-            continue;
-        addCommand(operations, c.id, tr(c.menuText), QKeySequence(QString::fromLatin1(c.shortcut)));
-        // The other menu texts of the same command open its dialog on their variant.
-        for (const EffectVariant& v : c.variants) {
-            QAction* a = operations->addAction(tr(v.menuText));
-            a->setObjectName(QStringLiteral("%1-%2").arg(c.id).arg(v.which));
-            connect(a, &QAction::triggered, this, [this, id = c.id, which = v.which] {
-                if (ChildFrameWindow* doc = activeDocument()) {
-                    if (run_effect_variant(doc->frame(), id, which, handle_of(this)))
-                        doc->refreshAfterEdit();
-                    updateCommandStates();
-                }
-            });
-            m_variantActions.push_back(a);
-        }
-    }
-
-    QMenu* options = menuBar()->addMenu(tr("&Options"));
-    addCommand(options, kCommandPreferences, tr("&Preferences..."));
-
-    QMenu* tools = menuBar()->addMenu(tr("&Tools"));
-    addCommand(tools, kCommandMidiKeyboard, tr("MIDI &Keyboard..."));
-    addCommand(tools, kCommandDevices, tr("System &Devices..."));
-
-    QMenu* window = menuBar()->addMenu(tr("&Window"));
-    addCommand(window, kCommandCascade, tr("&Cascade"));
-    addCommand(window, kCommandTile, tr("&Tile"));
-
-    QMenu* help = menuBar()->addMenu(tr("&Help"));
-    addCommand(help, kCommandHelp, tr("&Help Topics"), QKeySequence::HelpContents);
-    addCommand(help, kCommandAbout, tr("&About Ondrava..."));
-}
-
-void CMainFrame::buildControlBars()
-{
-    const Preferences& prefs = preferences();
-    QMenu* barsMenu = findChild<QMenu*>(QStringLiteral("toolbarsMenu"));
-    std::vector<std::vector<int>> commands(kControlBarCount);
-    commands[0] = {kCommandNew, kCommandOpen};
-    commands[1] = {1020};
-    commands[2] = {1813, 11401, 11402, 11403};
-    commands[3] = {11800, 11801, 11906, 0, 11900, 11902, 11903, 11904, 11905, 11901, 0, 1898, 1899, 87, 88,
-                   ChildFrameWindow::kCommandFitToWindow};
-    // The bars show each command as a vector icon (sharp at any pixel
-    // density) with its full text as the tool tip; the menus keep the texts.
-    for (const auto& ids : commands)
-        for (int id : ids)
-            if (QAction* a = id ? action(id) : nullptr) {
-                a->setIcon(command_icon(id));
-                QString tip = a->text().remove('&');
-                if (id >= 11900 && id <= 11905)
-                    tip = QString::fromStdString(load_string(id)).section('\n', 0, 0);
-                if (!a->shortcut().isEmpty())
-                    tip += QStringLiteral(" (%1)").arg(a->shortcut().toString(QKeySequence::NativeText));
-                a->setToolTip(tip);
-            }
-    for (int i = 0; i < kControlBarCount; ++i) {
-        auto* bar = new QToolBar(tr(kBarNames[i]), this);
-        bar->setObjectName(QStringLiteral("General-Bar%1").arg(i));
-        bar->setToolButtonStyle(Qt::ToolButtonIconOnly);
-        bar->setIconSize(QSize(20, 20));
-        for (int id : commands[static_cast<size_t>(i)]) {
-            if (id == 0)
-                bar->addSeparator();
-            else if (QAction* a = action(id))
-                bar->addAction(a);
-        }
-        addToolBar(bar);
-        m_bars.push_back(bar);
-    }
-    m_timemarkBars = new TimemarkBars(m_bars[6], m_bars[7], [this] { return activeDocument(); }, this);
-    for (int i = 0; i < kControlBarCount; ++i) {
-        QToolBar* bar = m_bars[static_cast<size_t>(i)];
-        // Bars whose commands arrive with later parts of the program stay out
-        // of sight until they have something to offer.
-        const bool hasCommands = !bar->actions().isEmpty();
-        bar->setVisible(hasCommands && prefs.barVisible[static_cast<size_t>(i)]);
-        if (hasCommands && barsMenu)
-            barsMenu->addAction(bar->toggleViewAction());
-    }
-}
-
-void CMainFrame::rebuildRecentFiles()
-{
-    m_recentMenu->clear();
-    const auto& files = preferences().recentFiles;
-    for (size_t i = 0; i < files.size() && i < 6; ++i) {
-        const int id = kCommandRecentFirst + static_cast<int>(i);
-        auto* a = m_recentMenu->addAction(QStringLiteral("&%1 %2").arg(i + 1).arg(
-            QString::fromStdString(recent_file_label(files[i]))));
-        a->setData(id);
-        connect(a, &QAction::triggered, this, [this, id] { onCommand(id); });
-    }
-    m_recentMenu->setEnabled(!files.empty());
-}
-
 ChildFrameWindow* CMainFrame::activeDocument() const
 {
     QMdiSubWindow* sub = m_mdi->activeSubWindow();
@@ -450,128 +230,6 @@ QMdiSubWindow* CMainFrame::addDocument(ChildFrameWindow* window)
     return sub;
 }
 
-bool CMainFrame::openFile(const QString& path)
-{
-    timing_trace(QStringLiteral("open"), path);
-    auto frame = open_document_file(path.toStdString());
-    if (!frame)
-        return false;
-    addDocument(new ChildFrameWindow(std::move(frame)));
-    add_recent_file(preferences().recentFiles, path.toStdString());
-    // The open and save dialogs start where the user last opened from.
-    preferences().openFolder = QFileInfo(path).absolutePath().toStdString();
-    write_preferences();
-    rebuildRecentFiles();
-    updatePositionDisplays();
-    return true;
-}
-
-void CMainFrame::newFile()
-{
-    if (!create_new_empty_waveform_file(1))
-        return;
-    auto frame = std::make_unique<CChildFrame>();
-    if (!open_document(*frame, true))
-        return;
-    addDocument(new ChildFrameWindow(std::move(frame)));
-}
-
-void CMainFrame::openWithDialog()
-{
-    OpenWaveDialog dialog(this);
-    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
-        return;
-    last_file_type = dialog.selectedType();
-    openFile(dialog.selectedFiles().first());
-}
-
-void CMainFrame::save(bool askName, bool selectionOnly)
-{
-    ChildFrameWindow* doc = activeDocument();
-    if (!doc)
-        return;
-    CChildFrame& f = doc->frame();
-    std::string target = f.szPathName;
-    int type = kTypeWav;
-    if (askName || target.empty()) {
-        SaveWaveDialog dialog(f, this);
-        if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
-            return;
-        target = dialog.selectedFiles().first().toStdString();
-        type = dialog.selectedType();
-    } else {
-        bSaveConverts = bSaveCompressed = 0;
-    }
-    const bool saved = save_by_type(f, target, type, selectionOnly ? 1 : 0) != 0;
-    bSaveConverts = bSaveCompressed = 0;
-    // Only a WAVE file becomes the document's own file.
-    if (!saved || selectionOnly || (type != kTypeWav && type != kTypeAll))
-        return;
-    if (askName) {
-        // The document now belongs to the file it was saved as.
-        f.szPathName = target;
-        f.szDisplayName = file_name_part(target);
-        doc->updateTitle();
-        add_recent_file(preferences().recentFiles, target);
-        write_preferences();
-        rebuildRecentFiles();
-    }
-}
-
-void CMainFrame::editCommand(int id)
-{
-    ChildFrameWindow* doc = activeDocument();
-    if (!doc)
-        return;
-    CChildFrame& f = doc->frame();
-    f.nClientWidth = doc->width();
-    f.nClientHeight = doc->height();
-    const bool inserting = id == kCopy || id == kPaste || id == kReplace || id == kMix;
-    // Without a highlight, the clipboard goes in at the caret.
-    if (inserting && id != kCopy && !f.bHighlight) {
-        const auto at = static_cast<std::uint32_t>(f.pixel_to_sample(static_cast<float>(std::max(0, f.nCaretX))) &
-                                                   static_cast<std::uint32_t>(frame_mask(f)));
-        set_selection_units(f, std::min(at, f.nTotalSamples), std::min(at, f.nTotalSamples));
-    }
-    CChildFrame* source = frame_from_handle(clipboard_source_frame);
-    switch (id) {
-    case 11602: undo_menu_command(f); break;
-    case 11600:
-    case 11601: undo_redo_toggle(f); break;
-    case kCopy: copy_command(f); break;
-    case kCut: edit_operation(f, f, true, kCut); break;
-    case kPaste:
-    case kReplace:
-    case kMix: edit_operation(source ? *source : f, f, false, id); break;
-    case kCrop: edit_operation(f, f, true, kCrop); break;
-    case kTrim: trim_command(f); break;
-    case kInsertSilence: {
-        SilenceDialog dialog(this);
-        const int result = dialog.exec();
-        if (result == kInsertSilence) {
-            if (!f.bHighlight) {
-                message_beep();
-                break;
-            }
-            insert_silence_command(f, f.nSelEnd - f.nSelStart);
-        } else if (result == 11500) {
-            const std::uint32_t seconds = static_cast<std::uint32_t>(silence_length.seconds + silence_length.minutes * 60);
-            insert_silence_command(f, seconds * f.wfx.nChannels * f.wfx.nSamplesPerSec);
-        }
-        break;
-    }
-    default: break;
-    }
-    doc->refreshAfterEdit();
-    updateCommandStates();
-}
-
-void CMainFrame::newFromSelection()
-{
-    if (ChildFrameWindow* doc = activeDocument())
-        new_file_from_selection(doc->frame());
-}
-
 void CMainFrame::showPreferences()
 {
     PreferencesDialog dialog(this);
@@ -582,61 +240,6 @@ void CMainFrame::showPreferences()
         }
         updatePositionDisplays();
     }
-}
-
-void CMainFrame::midiCommand(int id)
-{
-    if (id == kCommandMidiKeyboard) {
-        auto* keyboard = new MidiKeyboardWindow(this);
-        if (!keyboard->openOutput()) {
-            delete keyboard;
-            return;
-        }
-        keyboard->show();
-        return;
-    }
-    if (id == kCommandDevices) {
-        auto* report = new QDialog(this);
-        report->setObjectName(QStringLiteral("DEVICES"));
-        report->setWindowTitle(tr("System Devices"));
-        report->setAttribute(Qt::WA_DeleteOnClose);
-        auto* layout = new QVBoxLayout(report);
-        auto* text = new QPlainTextEdit(QString::fromStdString(system_device_report()), report);
-        text->setReadOnly(true);
-        text->setMinimumSize(560, 240);
-        layout->addWidget(text);
-        auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, report);
-        connect(buttons, &QDialogButtonBox::rejected, report, &QDialog::reject);
-        layout->addWidget(buttons);
-        report->show();
-        return;
-    }
-    ChildFrameWindow* doc = activeDocument();
-    if (!doc)
-        return;
-    if (id == kCommandChaseLock) {
-        auto* dialog = new ChaseLockDialog(doc->frame(), this);
-        connect(dialog, &ChaseLockDialog::playPosition, m_playPosition, &QLabel::setText);
-        if (!dialog->openInput()) {
-            delete dialog;
-            return;
-        }
-        dialog->show();
-    } else if (id == kCommandSampler) {
-        (new SamplerDialog(*doc, this))->show();
-    } else {
-        (new TriggeredStartDialog(*doc,
-                                  id == kCommandDelayedStart ? TriggeredStartDialog::Mode::Delay
-                                                             : TriggeredStartDialog::Mode::Midi,
-                                  this))
-            ->show();
-    }
-}
-
-void CMainFrame::refillCueList(const CChildFrame* frame, const CueList& list)
-{
-    if (m_timemarkBars)
-        m_timemarkBars->refill(frame, list);
 }
 
 void CMainFrame::onCommand(int id)
@@ -748,47 +351,6 @@ void CMainFrame::onCommand(int id)
         break;
     default: break;
     }
-}
-
-void CMainFrame::effectCommand(int id)
-{
-    ChildFrameWindow* doc = activeDocument();
-    if (!doc)
-        return;
-    if (run_effect_command(doc->frame(), id, handle_of(this)))
-        doc->refreshAfterEdit();
-    updateCommandStates();
-}
-
-void CMainFrame::openRecordDialog()
-{
-    ChildFrameWindow* doc = activeDocument();
-    if (!doc || PlaybackEngine::instance().is_playing)
-        return;
-    RecordDialog dialog(
-        doc->frame(),
-        [this] {
-            std::vector<std::pair<CChildFrame*, QString>> list;
-            for (ChildFrameWindow* w : documents())
-                list.emplace_back(&w->frame(), QString::fromStdString(w->frame().szDisplayName));
-            return list;
-        },
-        [this](const QString& time) { showBigTime(time); }, this);
-    dialog.exec();
-    // The take went to the document that was recorded into, maybe not the
-    // one the dialog opened on.
-    for (ChildFrameWindow* w : documents())
-        w->refreshAfterEdit();
-    updateCommandStates();
-}
-
-void CMainFrame::showBigTime(const QString& time)
-{
-    if (!m_timeWindow)
-        m_timeWindow = new PlayRecordTimeWindow(this);
-    if (!time.isEmpty())
-        m_timeWindow->showTime(time);
-    m_timeWindow->show();
 }
 
 void CMainFrame::updateCommandStates()
