@@ -96,26 +96,7 @@ QWidget* findControl(QWidget* parent, int controlId)
 
 }  // namespace
 
-QtUiHost::QtUiHost(QMainWindow* mainWindow) : m_main(mainWindow)
-{
-    set_wavefile_dialogs(this);
-    set_view_dialogs(this);
-    set_edit_dialogs(this);
-    set_module_dialogs(this);
-}
-
-QtUiHost::~QtUiHost()
-{
-    // Another host made since keeps its own dialogs.
-    if (&wavefile_dialogs() == this)
-        set_wavefile_dialogs(nullptr);
-    if (&view_dialogs() == this)
-        set_view_dialogs(nullptr);
-    if (&edit_dialogs() == this)
-        set_edit_dialogs(nullptr);
-    if (&module_dialogs() == this)
-        set_module_dialogs(nullptr);
-}
+QtUiHost::QtUiHost(QMainWindow* mainWindow) : m_main(mainWindow) {}
 
 int QtUiHost::messageBox(HWND owner, const std::string& text, const std::string& caption, unsigned style)
 {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/dialog_slot.h"
 #include "app/progress_box.h"
 #include "app/ui_host.h"
 #include "edit/edit_dialogs.h"
@@ -20,7 +21,6 @@ class QPainter;
 class QtUiHost : public UiHost, public WaveFileDialogs, public ViewDialogs, public EditDialogs, public ModuleDialogs {
 public:
     explicit QtUiHost(QMainWindow* mainWindow);
-    ~QtUiHost() override;
     QtUiHost(const QtUiHost&) = delete;
     QtUiHost& operator=(const QtUiHost&) = delete;
 
@@ -61,6 +61,11 @@ public:
     void setButtonPainter(QPainter* painter) { m_buttonPainter = painter; }
 
 private:
+    // This host answers every subsystem's dialogs while it lives.
+    DialogInstallation<WaveFileDialogs> m_wavefileDialogs{this, wavefile_dialogs, set_wavefile_dialogs};
+    DialogInstallation<ViewDialogs> m_viewDialogs{this, view_dialogs, set_view_dialogs};
+    DialogInstallation<EditDialogs> m_editDialogs{this, edit_dialogs, set_edit_dialogs};
+    DialogInstallation<ModuleDialogs> m_moduleDialogs{this, module_dialogs, set_module_dialogs};
     QMainWindow* m_main;
     QPointer<ProgressBox> m_progress;
     QPointer<ConversionBox> m_conversion;

@@ -22,3 +22,28 @@ private:
         return dialogs;
     }
 };
+
+// A host's installation as one subsystem's dialogs, for as long as the host
+// lives: made with the subsystem's accessor and setter, it installs the host
+// and, when it goes, takes it away unless another host was installed since.
+template <typename Dialogs>
+class DialogInstallation {
+public:
+    DialogInstallation(Dialogs* host, Dialogs& (*installed)(), void (*install)(Dialogs*))
+        : m_host(host), m_installed(installed), m_install(install)
+    {
+        m_install(m_host);
+    }
+    ~DialogInstallation()
+    {
+        if (&m_installed() == m_host)
+            m_install(nullptr);
+    }
+    DialogInstallation(const DialogInstallation&) = delete;
+    DialogInstallation& operator=(const DialogInstallation&) = delete;
+
+private:
+    Dialogs* m_host;
+    Dialogs& (*m_installed)();
+    void (*m_install)(Dialogs*);
+};

@@ -7,27 +7,6 @@
 
 #include <cstdio>
 
-HeadlessUiHost::HeadlessUiHost()
-{
-    set_wavefile_dialogs(this);
-    set_view_dialogs(this);
-    set_edit_dialogs(this);
-    set_module_dialogs(this);
-}
-
-HeadlessUiHost::~HeadlessUiHost()
-{
-    // Another host made since keeps its own dialogs.
-    if (&wavefile_dialogs() == this)
-        set_wavefile_dialogs(nullptr);
-    if (&view_dialogs() == this)
-        set_view_dialogs(nullptr);
-    if (&edit_dialogs() == this)
-        set_edit_dialogs(nullptr);
-    if (&module_dialogs() == this)
-        set_module_dialogs(nullptr);
-}
-
 bool HeadlessUiHost::runEffectDialog(EffectDialog& dialog)
 {
     if (m_describeEffects) {

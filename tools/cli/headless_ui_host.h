@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/dialog_slot.h"
 #include "app/terminal_ui_host.h"
 #include "edit/edit_dialogs.h"
 #include "modules/effect_dialog.h"
@@ -27,8 +28,7 @@ class HeadlessUiHost : public TerminalUiHost,
                        public EditDialogs,
                        public ModuleDialogs {
 public:
-    HeadlessUiHost();
-    ~HeadlessUiHost() override;
+    HeadlessUiHost() = default;
     HeadlessUiHost(const HeadlessUiHost&) = delete;
     HeadlessUiHost& operator=(const HeadlessUiHost&) = delete;
 
@@ -101,6 +101,11 @@ public:
     int cueListRefills() const { return m_cueListRefills; }
 
 private:
+    // This host answers every subsystem's dialogs while it lives.
+    DialogInstallation<WaveFileDialogs> m_wavefileDialogs{this, wavefile_dialogs, set_wavefile_dialogs};
+    DialogInstallation<ViewDialogs> m_viewDialogs{this, view_dialogs, set_view_dialogs};
+    DialogInstallation<EditDialogs> m_editDialogs{this, edit_dialogs, set_edit_dialogs};
+    DialogInstallation<ModuleDialogs> m_moduleDialogs{this, module_dialogs, set_module_dialogs};
     std::deque<std::string> m_markerNames;
     std::string m_pluginChoice;
     std::shared_ptr<RealMediaSettings> m_realMedia;
