@@ -10,7 +10,6 @@
 
 #include "app/app_paths.h"
 #include "app/messages.h"
-#include "app/ui_host.h"
 #include "edit/transfer_helpers.h"
 #include "edit/undo.h"
 #include "view/mouse_selection.h"

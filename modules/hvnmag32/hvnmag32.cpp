@@ -3,7 +3,6 @@
 // version (operation code 393).
 
 #include "app/messages.h"
-#include "app/ui_host.h"
 #include "modules/magnified_plot.h"
 #include "modules/module_entries.h"
 #include "modules/module_support.h"

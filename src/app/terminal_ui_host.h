@@ -5,7 +5,6 @@
 #include <atomic>
 #include <deque>
 #include <map>
-#include <memory>
 #include <string>
 #include <vector>
 

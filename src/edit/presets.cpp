@@ -2,7 +2,6 @@
 
 #include "app/app_paths.h"
 #include "app/messages.h"
-#include "app/ui_host.h"
 #include "app/ini_file.h"
 #include "edit/edit_dialogs.h"
 

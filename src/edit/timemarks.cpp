@@ -2,7 +2,6 @@
 
 #include "app/messages.h"
 #include "app/preferences.h"
-#include "app/ui_host.h"
 #include "view/child_frame.h"
 #include "view/mouse_selection.h"
 #include "view/time_format.h"

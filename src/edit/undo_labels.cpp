@@ -23,31 +23,34 @@ std::vector<Label>& labels()
     return all;
 }
 
+Label* find(int code)
+{
+    for (Label& l : labels())
+        if (l.code == code)
+            return &l;
+    return nullptr;
+}
+
 }  // namespace
 
 std::optional<std::pair<std::string, std::string>> undo_labels(int code)
 {
-    for (const Label& l : labels())
-        if (l.code == code)
-            return std::make_pair(std::string("&Undo ") + l.name + "...\tCtrl+Z",
-                                  std::string("&Redo ") + l.name + "...\tCtrl+Z");
+    if (const Label* l = find(code))
+        return std::make_pair(std::string("&Undo ") + l->name + "...\tCtrl+Z",
+                              std::string("&Redo ") + l->name + "...\tCtrl+Z");
     return std::nullopt;
 }
 
 bool changes_length(int code)
 {
-    for (const Label& l : labels())
-        if (l.code == code)
-            return l.changesLength;
-    return false;
+    const Label* l = find(code);
+    return l && l->changesLength;
 }
 
 void register_undo_label(int code, const char* name, bool changesLength)
 {
-    for (Label& l : labels())
-        if (l.code == code) {
-            l = {code, name, changesLength};
-            return;
-        }
-    labels().push_back({code, name, changesLength});
+    if (Label* l = find(code))
+        *l = {code, name, changesLength};
+    else
+        labels().push_back({code, name, changesLength});
 }

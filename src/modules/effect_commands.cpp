@@ -16,11 +16,11 @@ int effect_variant = 0;
 namespace {
 
 // Entries that return nothing: a new version shown means they ran.
-int changedBy(const EffectRun& r, const std::function<void()>& entry)
+int changedBy(const CChildFrame& document, const std::function<void()>& entry)
 {
-    const std::string before = r.document.szFileName;
+    const std::string before = document.szFileName;
     entry();
-    return r.document.szFileName != before ? 1 : 0;
+    return document.szFileName != before ? 1 : 0;
 }
 
 // Clear and Amplify share the level module's entry.
@@ -69,14 +69,14 @@ std::vector<EffectCommand> makeEffectCommands()
          [](const EffectRun& r) { return amplify_waveform_by_envelope(r.frame, 0); }},
         {11506, "equalize", "Eq&ualize...", "Alt+Shift+7", "Equalize", false,
          EffectPresets{"HVNEQUAL.INI", "Select Equalization File", "Equalization Values", "Equalize", "Equalize Values"}, {},
-         [](const EffectRun& r) { return changedBy(r, [&] { get_equalization_selection(r.frame); }); }},
+         [](const EffectRun& r) { return changedBy(r.document, [&] { get_equalization_selection(r.frame); }); }},
         {11507, "fade", "&Fade...", "Alt+Shift+8", "Fade", false, {}, {},
          [](const EffectRun& r) { return fade_waveform(r.frame, 11507); }},
         {11508, "flange", "Flan&ge...", "Alt+Shift+9", "Flange", false,
          EffectPresets{"HVNFLNGE.INI", "Select Flange Parameters", "Flange Presets", "Flange Preset", "Flange Values"}, {},
-         [](const EffectRun& r) { return changedBy(r, [&] { flange_waveform(r.frame); }); }},
+         [](const EffectRun& r) { return changedBy(r.document, [&] { flange_waveform(r.frame); }); }},
         {11509, "filter", "Fi&lter...", "Alt+Shift+A", "Filter", false, filterPresets("Filter Values"), {},
-         [](const EffectRun& r) { return changedBy(r, [&] { filter_waveform(r.frame); }); }},
+         [](const EffectRun& r) { return changedBy(r.document, [&] { filter_waveform(r.frame); }); }},
         {11510, "modulate", "&Modulate...", "Alt+Shift+B", "Modulate", false, {}, {},
          [](const EffectRun& r) { return modulate_waveform(r.frame, 11510); }},
         {11511, "noise-reduction", "Noise reduction...", "Alt+Shift+C", "Noise reduction", false,
@@ -84,24 +84,24 @@ std::vector<EffectCommand> makeEffectCommands()
          [](const EffectRun& r) {
              // Taking a profile changes no document but is done all the same.
              const auto before = profileStamp();
-             return changedBy(r, [&] { remove_noise(r.frame); }) || profileStamp() != before ? 1 : 0;
+             return changedBy(r.document, [&] { remove_noise(r.frame); }) || profileStamp() != before ? 1 : 0;
          }},
         {11512, "pan", "&Pan...", "Alt+Shift+D", "Pan", false, {}, {},
          [](const EffectRun& r) { return pan_waveform(r.frame, 11512); }},
         {11513, "quantize", "&Quantize...", "Alt+Shift+E", "Quantize", false, {}, {},
-         [](const EffectRun& r) { return changedBy(r, [&] { shift_waveform(r.frame); }); }},
+         [](const EffectRun& r) { return changedBy(r.document, [&] { shift_waveform(r.frame); }); }},
         {11514, "reverb", "&Reverb...", "Alt+Shift+F", "Reverb", false,
          echoPresets("Reverb Presets", "Reverb Preset", "Reverb Values"), {},
          [](const EffectRun& r) { return echo_waveform(r.frame, 11514, 1); }},
         {11515, "reverse", "Re&verse", "Alt+Shift+G", "Reverse", false, {}, {},
          [](const EffectRun& r) { return reverse_waveform(r.frame, 11515); }},
         {11516, "spatial", "Spatial locali&zation...", "Alt+Shift+H", "Localize sound", false, {}, {},
-         [](const EffectRun& r) { return changedBy(r, [&] { set_spatial_localization(r.frame); }); }},
+         [](const EffectRun& r) { return changedBy(r.document, [&] { set_spatial_localization(r.frame); }); }},
         {11517, "tones", "Tones / Effects...", "Alt+Shift+I", "Special effects", false,
          EffectPresets{"HVNTONES.INI", "Select Special Effects Parameters", "Effects Presets", "Effects Preset",
                        "Effects Values"},
          {},
-         [](const EffectRun& r) { return changedBy(r, [&] { make_tones_or_effects(r.frame); }); }},
+         [](const EffectRun& r) { return changedBy(r.document, [&] { make_tones_or_effects(r.frame); }); }},
     };
     for (const EffectCommand& c : list)
         register_undo_label(c.id, c.undoName, c.changesLength);
@@ -158,9 +158,7 @@ int magnified_plot_command(CChildFrame& f, HWND mainWindow)
 {
     if (f.szFileName.empty() || !f.bHighlight || f.nSelEnd <= f.nSelStart)
         return 0;
-    const std::string before = f.szFileName;
-    display_magnified_plot(mainWindow, f.hWaveWnd, effect_setting);
-    return f.szFileName != before ? 1 : 0;
+    return changedBy(f, [&] { display_magnified_plot(mainWindow, f.hWaveWnd, effect_setting); });
 }
 
 int run_effect_variant(CChildFrame& f, int id, int variant, HWND mainWindow)

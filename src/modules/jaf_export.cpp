@@ -5,7 +5,6 @@
 #include "app/messages.h"
 #include "app/posix_io.h"
 #include "app/progress.h"
-#include "app/ui_host.h"
 #include "app/unique_fd.h"
 #include "modules/module_entries.h"
 #include "view/child_frame.h"

@@ -4,7 +4,6 @@
 #include "app/file_names.h"
 #include "app/messages.h"
 #include "app/posix_io.h"
-#include "app/ui_host.h"
 #include "app/unique_fd.h"
 #include "modules/effect_dialog.h"
 #include "wavefile/riff_file.h"

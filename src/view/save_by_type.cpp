@@ -4,7 +4,6 @@
 #include "app/atomic_file.h"
 #include "app/file_names.h"
 #include "app/messages.h"
-#include "app/ui_host.h"
 #include "view/child_frame.h"
 #include "view/document_picture.h"
 #include "view/document_save.h"

@@ -3,7 +3,6 @@
 #include "app/messages.h"
 #include "app/posix_io.h"
 #include "app/progress.h"
-#include "app/ui_host.h"
 #include "app/unique_fd.h"
 #include "wavefile/wave_state.h"
 

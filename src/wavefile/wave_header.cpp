@@ -2,7 +2,6 @@
 
 #include "app/messages.h"
 #include "app/preferences.h"
-#include "app/ui_host.h"
 #include "wavefile/byte_order.h"
 #include "wavefile/cue_chunk.h"
 #include "wavefile/riff_file.h"
