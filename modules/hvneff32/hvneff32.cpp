@@ -5,7 +5,6 @@
 #include "hvneff32_dialogs.h"
 #include "level_dsp.h"
 
-#include "app/messages.h"
 #include "modules/module_entries.h"
 #include "modules/module_support.h"
 #include "modules/selection_processor.h"
@@ -57,7 +56,7 @@ double selectionFrames(const CChildFrame& f)
 
 static int amplifyWaveform(HWND, HWND window, unsigned short code, int, char*)
 {
-    CChildFrame* f = selected_frame(window);
+    CChildFrame* f = selected_document(window);
     if (!f)
         return 0;
     if (code == 11301)
@@ -87,7 +86,7 @@ static int amplifyWaveform(HWND, HWND window, unsigned short code, int, char*)
         if (peak < 0)
             return 0;
         if (peak == 0) {
-            ErrMsg("The highlighted section is silent: there is nothing to normalize.");
+            module_error("The highlighted section is silent: there is nothing to normalize.");
             return 0;
         }
         gain = decibels_to_gain(d.value("peak")) / peak;
@@ -160,17 +159,17 @@ SampleKernel modulateKernel(const EffectDialog& d, const CChildFrame& f)
 
 static int fadeWaveform(HWND window, unsigned short code)
 {
-    CChildFrame* f = selected_frame(window);
+    CChildFrame* f = selected_document(window);
     return f ? run_with_dialog(*f, code, fade_dialog(), fadeKernel, "Fading...") : 0;
 }
 
 static int panWaveform(HWND window, unsigned short code)
 {
-    CChildFrame* f = selected_frame(window);
+    CChildFrame* f = selected_document(window);
     if (!f)
         return 0;
     if (f->wfx.nChannels != 2) {
-        ErrMsg("Pan needs a stereo file.");
+        module_error("Pan needs a stereo file.");
         return 0;
     }
     return run_with_dialog(*f, code, pan_dialog(), panKernel, "Panning...");
@@ -178,13 +177,13 @@ static int panWaveform(HWND window, unsigned short code)
 
 static int modulateWaveform(HWND window, unsigned short code)
 {
-    CChildFrame* f = selected_frame(window);
+    CChildFrame* f = selected_document(window);
     return f ? run_with_dialog(*f, code, modulate_dialog(), modulateKernel, "Modulating...") : 0;
 }
 
 static int reverseWaveform(HWND window, unsigned short code)
 {
-    CChildFrame* f = selected_frame(window);
+    CChildFrame* f = selected_document(window);
     if (!f)
         return 0;
     SelectionProcess how;

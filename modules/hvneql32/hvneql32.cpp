@@ -8,18 +8,12 @@
 #include "spectrum_dsp.h"
 #include "time_pitch_dsp.h"
 
-#include "app/app_paths.h"
-#include "app/messages.h"
-#include "edit/transfer_helpers.h"
-#include "edit/undo.h"
-#include "view/mouse_selection.h"
-#include "modules/effect_commands.h"
-#include "edit/presets.h"
 #include "modules/module_entries.h"
+#include "modules/module_services.h"
 #include "modules/module_support.h"
+#include "modules/selection_move.h"
 #include "modules/selection_processor.h"
 #include "view/child_frame.h"
-#include "view/view_dialogs.h"
 
 #include <algorithm>
 #include <cmath>
@@ -67,21 +61,20 @@ SampleKernel flangeKernel(const EffectDialog& d, const CChildFrame& f)
 
 static void filterWaveform(HWND window)
 {
-    if (CChildFrame* f = selected_frame(window))
+    if (CChildFrame* f = selected_document(window))
         run_with_dialog(*f, 11509, filter_dialog(rateOf(*f)), filterKernel, "Filtering...");
 }
 
 static void doFilterWaveform(float cutoff, char* const name, char* const title)
 {
-    CChildFrame* f = CChildFrame::GetTheFuckingHandle();
+    CChildFrame* f = active_document();
     if (!f || !f->bHighlight || f->nSelEnd <= f->nSelStart)
         return;
     // The named filter preset (a steep low-pass when there is none), at the
     // cut-off asked for.
     EffectDialog d = filter_dialog(rateOf(*f));
     d.set("order", "8");
-    set_preset_context("HVNFILTR.INI", "Select Filter Parameters", "Filter Presets", "Filter Preset", "Filter Values");
-    const std::string values = preset_values(preset_context(), name ? name : "");
+    const std::string values = filter_preset_values(name ? name : "");
     if (!values.empty())
         d.applyValuesText(values);
     d.set("type", "low-pass");
@@ -92,13 +85,13 @@ static void doFilterWaveform(float cutoff, char* const name, char* const title)
 
 static void getEqualizationSelection(HWND window)
 {
-    if (CChildFrame* f = selected_frame(window))
+    if (CChildFrame* f = selected_document(window))
         run_with_dialog(*f, 11506, equalizer_dialog(), equalizerKernel, "Equalizing...");
 }
 
 static void flangeWaveform(HWND window)
 {
-    if (CChildFrame* f = selected_frame(window))
+    if (CChildFrame* f = selected_document(window))
         run_with_dialog(*f, 11508, flange_dialog(), flangeKernel, "Flanging...");
 }
 
@@ -142,7 +135,7 @@ StreamKernel pitchKernel(const EffectDialog& d, const CChildFrame& f)
 
 static int stretchSelectedPassage(HWND window, int code, int flag)
 {
-    CChildFrame* f = selected_frame(window);
+    CChildFrame* f = selected_document(window);
     if (!f)
         return 0;
     EffectDialog d = tempo_dialog();
@@ -160,11 +153,11 @@ static int stretchSelectedPassage(HWND window, int code, int flag)
 
 static int howToChangePitch(HWND window)
 {
-    CChildFrame* f = selected_frame(window);
+    CChildFrame* f = selected_document(window);
     if (!f)
         return 0;
     EffectDialog d = pitch_dialog();
-    if (effect_variant == 1) {
+    if (chosen_effect_variant() == 1) {
         d.set("mode", "glissando");
         d.title = "Glissando";
     }
@@ -174,7 +167,7 @@ static int howToChangePitch(HWND window)
     return transform_selection(*f, 11502, pitchKernel(d, *f), "Changing the pitch...");
 }
 
-std::string noise_profile_path() { return join_path(user_directory(), "noise_profile.bin"); }
+std::string noise_profile_path() { return user_file_path("noise_profile.bin"); }
 
 namespace {
 
@@ -194,7 +187,7 @@ StreamKernel noiseKernel(const EffectDialog& d, const NoiseProfile& profile)
 
 static void removeNoise(HWND window)
 {
-    CChildFrame* f = selected_frame(window);
+    CChildFrame* f = selected_document(window);
     if (!f)
         return;
     EffectDialog d = noise_reduction_dialog();
@@ -214,17 +207,16 @@ static void removeNoise(HWND window)
                 "Taking the noise profile..."))
             return;
         if (profiler.windows() == 0) {
-            ErrMsg("Highlight a longer stretch of noise: the profile needs at least %d samples.", 1024 << d.choice("fft"));
+            module_error("Highlight a longer stretch of noise: the profile needs at least %d samples.", 1024 << d.choice("fft"));
             return;
         }
-        make_directories(user_directory());
-        if (!profiler.result().save(noise_profile_path()))
-            ErrMsg("Cannot write the noise profile %s", noise_profile_path().c_str());
+        if (!profiler.result().save(user_file_path("noise_profile.bin", true)))
+            module_error("Cannot write the noise profile %s", noise_profile_path().c_str());
         return;
     }
     NoiseProfile profile;
     if (!profile.load(noise_profile_path()) || profile.channels != channelsOf(*f)) {
-        ErrMsg("First take a noise profile: highlight a stretch of noise alone and choose the profile step.");
+        module_error("First take a noise profile: highlight a stretch of noise alone and choose the profile step.");
         return;
     }
     transform_selection(*f, 11511, noiseKernel(d, profile), "Reducing noise...");
@@ -241,11 +233,11 @@ long quantize_offset(long startFrame, double gridFrames)
 
 static void shiftWaveform(HWND window)
 {
-    CChildFrame* f = frame_from_handle(window);
+    CChildFrame* f = module_document(window);
     if (!f)
         return;
     if (!f->bHighlight || f->nSelEnd <= f->nSelStart) {
-        NewErrMsg(5053);
+        module_message(5053);
         return;
     }
     EffectDialog d = shift_dialog();
@@ -267,44 +259,17 @@ static void shiftWaveform(HWND window)
     if (shift == 0)
         return;
     if (start + shift < 0 || end + shift > total) {
-        NewErrMsg(5054);
+        module_message(5054);
         return;
     }
     // The highlight moves; where it was becomes silence, where it lands is
     // replaced.
-    const std::uint64_t frame = static_cast<std::uint64_t>(channels) * static_cast<std::uint64_t>(f->bytesPerSample());
-    const auto bytes = [frame](long frames) { return static_cast<std::uint64_t>(frames) * frame; };
-    UndoTransaction version(*f);
-    if (!version.begun())
-        return;
-    const auto append = [f](std::uint64_t count, std::uint64_t from) {
-        return count == 0 || f->copy_file_to_file(f->szRedoFileName, f->szFileName, static_cast<std::uint32_t>(count),
-                                                   static_cast<std::uint32_t>(from), -1, 0, "Moving...");
-    };
-    const auto silence = [f](std::uint64_t at, std::uint64_t count) {
-        return count == 0 || write_silence(f->szRedoFileName, at, count, silence_byte(*f));
-    };
-    bool ok;
-    if (shift > 0) {
-        ok = append(bytes(start), 0) && silence(bytes(start), bytes(shift)) &&
-             append(bytes(end - start), bytes(start)) && append(bytes(total - end - shift), bytes(end + shift));
-    } else {
-        const long s = -shift;
-        ok = append(bytes(start - s), 0) && append(bytes(end - start), bytes(start)) &&
-             silence(bytes(end - s), bytes(s)) && append(bytes(total - end), bytes(end));
-    }
-    // A part frame at the very end stays as it was.
-    const std::uint64_t rest = static_cast<std::uint64_t>(f->nTotalSamples) * f->bytesPerSample() - bytes(total);
-    ok = ok && append(rest, bytes(total));
-    if (!ok || !version.commit(11513))
-        return;
-    set_selection_units(*f, static_cast<std::uint32_t>((start + shift) * channels),
-                        static_cast<std::uint32_t>((end + shift) * channels));
+    move_selection(*f, shift, 11513);
 }
 
 static void show3DSpectrum(HWND window)
 {
-    CChildFrame* f = selected_frame(window);
+    CChildFrame* f = selected_document(window);
     if (!f)
         return;
     const std::uint64_t frames = (f->nSelEnd - f->nSelStart) / static_cast<std::uint64_t>(channelsOf(*f));
@@ -313,7 +278,7 @@ static void show3DSpectrum(HWND window)
             *f, [&builder](float* s, std::size_t n, int channels, std::uint64_t) { builder.add(s, n, channels); },
             "Computing the spectrum..."))
         return;
-    view_dialogs().showSpectrum(builder.result(), "Spectrum of " + f->szDisplayName);
+    show_spectrum(builder.result(), "Spectrum of " + f->szDisplayName);
 }
 
 // The entries the program calls, each behind the exception barrier.

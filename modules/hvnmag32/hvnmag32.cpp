@@ -2,7 +2,6 @@
 // sample by sample; what the user redraws with the mouse replaces it as a new
 // version (operation code 393).
 
-#include "app/messages.h"
 #include "modules/magnified_plot.h"
 #include "modules/module_entries.h"
 #include "modules/module_support.h"
@@ -15,13 +14,13 @@
 
 static void displayMagnifiedPlot(HWND, HWND window, int)
 {
-    CChildFrame* f = selected_frame(window);
+    CChildFrame* f = selected_document(window);
     if (!f)
         return;
     const int channels = std::max<int>(1, f->wfx.nChannels);
     const std::size_t frames = (f->nSelEnd - f->nSelStart) / static_cast<std::size_t>(channels);
     if (frames > kMagnifiedPlotMaxFrames) {
-        ErrMsg("Highlight at most %zu samples for the magnified plot.", kMagnifiedPlotMaxFrames);
+        module_error("Highlight at most %zu samples for the magnified plot.", kMagnifiedPlotMaxFrames);
         return;
     }
     auto plot = std::make_shared<MagnifiedPlot>();

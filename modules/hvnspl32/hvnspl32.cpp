@@ -7,7 +7,6 @@
 #include "spl_dialogs.h"
 #include "tone_dsp.h"
 
-#include "app/messages.h"
 #include "modules/module_entries.h"
 #include "modules/module_support.h"
 #include "modules/selection_processor.h"
@@ -77,7 +76,7 @@ SampleKernel envelopeKernel(const EffectDialog& d, const CChildFrame& f)
 
 static int echoWaveform(HWND window, int code, int)
 {
-    CChildFrame* f = selected_frame(window);
+    CChildFrame* f = selected_document(window);
     if (!f)
         return 0;
     if (code == 11514)
@@ -87,7 +86,7 @@ static int echoWaveform(HWND window, int code, int)
 
 static int amplifyWaveformByEnvelope(HWND window, int mode)
 {
-    CChildFrame* f = selected_frame(window);
+    CChildFrame* f = selected_document(window);
     if (!f)
         return 0;
     if (mode == 1)
@@ -144,11 +143,11 @@ SampleKernel spatialKernel(const EffectDialog& d, const CChildFrame& f)
 
 static void setSpatialLocalization(HWND window)
 {
-    CChildFrame* f = selected_frame(window);
+    CChildFrame* f = selected_document(window);
     if (!f)
         return;
     if (f->wfx.nChannels != 2) {
-        ErrMsg("Spatial localization needs a stereo file.");
+        module_error("Spatial localization needs a stereo file.");
         return;
     }
     EffectDialog d = spatial_dialog();
@@ -158,13 +157,13 @@ static void setSpatialLocalization(HWND window)
     std::string reason;
     auto renderer = spatialRenderer(d, *f, &reason);
     if (!reason.empty())
-        ErrMsg("%s: the direction is made from time and level differences instead.", reason.c_str());
+        module_error("%s: the direction is made from time and level differences instead.", reason.c_str());
     run_processor(*f, 11516, renderer, "Placing the sound...");
 }
 
 static void makeTonesOrEffects(HWND window)
 {
-    if (CChildFrame* f = selected_frame(window))
+    if (CChildFrame* f = selected_document(window))
         run_with_dialog(*f, 11517, tones_dialog(rateOf(*f)), toneKernel, "Generating...");
 }
 

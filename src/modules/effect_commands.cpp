@@ -4,14 +4,12 @@
 #include "app/string_table.h"
 #include "edit/presets.h"
 #include "edit/undo_labels.h"
+#include "modules/effect_context.h"
 #include "modules/module_entries.h"
 #include "view/child_frame.h"
 
 #include <filesystem>
 #include <vector>
-
-int effect_setting = 24;
-int effect_variant = 0;
 
 namespace {
 
@@ -27,7 +25,7 @@ int changedBy(const CChildFrame& document, const std::function<void()>& entry)
 int amplifyEntry(const EffectRun& r, int id)
 {
     std::string work = data_directory();
-    return amplify_waveform(r.mainWindow, r.frame, static_cast<unsigned short>(id), effect_setting, work.data());
+    return amplify_waveform(r.mainWindow, r.frame, static_cast<unsigned short>(id), effect_context().setting, work.data());
 }
 
 EffectPresets echoPresets(const char* section, const char* key, const char* values)
@@ -143,7 +141,7 @@ int run_effect_command(CChildFrame& f, int id, HWND mainWindow)
     if (c->presets)
         set_preset_context(c->presets->file, c->presets->title, c->presets->section, c->presets->keyPrefix,
                            c->presets->valuePrefix);
-    return c->run(EffectRun{f, f.hWaveWnd, mainWindow, effect_variant});
+    return c->run(EffectRun{f, f.hWaveWnd, mainWindow, effect_context().variant});
 }
 
 int spectrum_command(CChildFrame& f)
@@ -158,13 +156,11 @@ int magnified_plot_command(CChildFrame& f, HWND mainWindow)
 {
     if (f.szFileName.empty() || !f.bHighlight || f.nSelEnd <= f.nSelStart)
         return 0;
-    return changedBy(f, [&] { display_magnified_plot(mainWindow, f.hWaveWnd, effect_setting); });
+    return changedBy(f, [&] { display_magnified_plot(mainWindow, f.hWaveWnd, effect_context().setting); });
 }
 
 int run_effect_variant(CChildFrame& f, int id, int variant, HWND mainWindow)
 {
-    effect_variant = variant;
-    const int result = run_effect_command(f, id, mainWindow);
-    effect_variant = 0;
-    return result;
+    const EffectVariantScope scope(variant);
+    return run_effect_command(f, id, mainWindow);
 }

@@ -67,8 +67,3 @@ int spectrum_command(CChildFrame& frame);
 // Tempo is also Accelerando and Ritardando, Change Pitch also Glissando).
 // The module's dialog opens on that variant; 0 is the plain command.
 int run_effect_variant(CChildFrame& frame, int id, int variant, HWND mainWindow = nullptr);
-extern int effect_variant;
-
-// The program-wide integer setting handed to Clear, Amplify and the
-// magnified plot (24 unless changed).
-extern int effect_setting;

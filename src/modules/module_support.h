@@ -4,7 +4,7 @@
 #include "modules/selection_processor.h"
 #include "view/child_frame.h"
 
-#include "app/messages.h"
+#include "modules/module_services.h"
 
 #include <exception>
 #include <memory>
@@ -20,19 +20,11 @@ int guarded_entry(const char* entry, Work work)
     try {
         return work();
     } catch (const std::exception& e) {
-        ErrMsg("%s stopped on an internal error: %s", entry, e.what());
+        module_error("%s stopped on an internal error: %s", entry, e.what());
     } catch (...) {
-        ErrMsg("%s stopped on an internal error.", entry);
+        module_error("%s stopped on an internal error.", entry);
     }
     return 0;
-}
-
-// The document behind a window when it has a selection, else null (the
-// effect then does nothing, as every effect command does).
-inline CChildFrame* selected_frame(HWND window)
-{
-    CChildFrame* f = frame_from_handle(window);
-    return f && f->bHighlight && f->nSelEnd > f->nSelStart ? f : nullptr;
 }
 
 // A stateful processor's work as a kernel.
