@@ -1,5 +1,7 @@
 #include "app/command_icons.h"
 
+#include "app/command_ids.h"
+
 #include <QApplication>
 #include <QIconEngine>
 #include <QPainter>
@@ -220,14 +222,14 @@ QIcon command_icon(const QString& name) { return QIcon(new VectorIconEngine(name
 QIcon command_icon(int commandId)
 {
     static const std::map<int, const char*> names = {
-        {57600, "new"},          {2002, "open"},           {1020, "select-all"},
-        {1813, "record"},        {11401, "play"},          {11402, "pause"},
-        {11403, "stop"},         {11404, "loop"},          {11800, "go-start"},
-        {11801, "go-end"},       {11906, "go-highlight"},  {11900, "start-earlier-coarse"},
-        {11902, "start-earlier"}, {11903, "start-later"},  {11904, "end-earlier"},
-        {11905, "end-later"},    {11901, "end-later-coarse"}, {1898, "zoom-in"},
-        {1899, "zoom-out"},      {87, "zoom-max"},         {88, "zoom-min"},
-        {32930, "fit"},
+        {kCommandNew, "new"},          {kCommandOpen, "open"},           {kCommandSelectAll, "select-all"},
+        {kCommandRecord, "record"},        {kCommandPlay, "play"},          {kCommandPause, "pause"},
+        {kCommandStop, "stop"},         {kCommandLoop, "loop"},          {kCommandGoStart, "go-start"},
+        {kCommandGoEnd, "go-end"},       {kCommandGoHighlight, "go-highlight"},  {kCommandStartEarlierCoarse, "start-earlier-coarse"},
+        {kCommandStartEarlier, "start-earlier"}, {kCommandStartLater, "start-later"},  {kCommandEndEarlier, "end-earlier"},
+        {kCommandEndLater, "end-later"},    {kCommandEndLaterCoarse, "end-later-coarse"}, {kCommandZoomIn, "zoom-in"},
+        {kCommandZoomOut, "zoom-out"},      {kCommandZoomMaximum, "zoom-max"},         {kCommandZoomMinimum, "zoom-min"},
+        {kCommandFitToWindow, "fit"},
     };
     const auto it = names.find(commandId);
     return it == names.end() ? QIcon() : command_icon(QString::fromLatin1(it->second));

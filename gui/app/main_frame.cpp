@@ -261,12 +261,12 @@ void CMainFrame::onCommand(int id)
         return;
     }
     switch (id) {
-    case 11602: case 11600: case 11601: case kCopy: case kCut: case kPaste: case kReplace: case kMix:
+    case kCommandUndoList: case kUndoCommand: case kRedoCommand: case kCopy: case kCut: case kPaste: case kReplace: case kMix:
     case kCrop: case kTrim: case kInsertSilence:
         editCommand(id);
         break;
     case kCommandNew: newFile(); break;
-    case 393:
+    case kCommandMagnifiedPlot:
         if (ChildFrameWindow* doc = activeDocument()) {
             if (magnified_plot_command(doc->frame(), handle_of(this)))
                 doc->refreshAfterEdit();
@@ -297,20 +297,20 @@ void CMainFrame::onCommand(int id)
         QMessageBox::about(this, tr("About Ondrava"),
                            tr("<b>Ondrava</b><br>Recording and editing digital audio."));
         break;
-    case 11401:
+    case kCommandPlay:
         // Plays the highlight (or the whole file); a second Play stops.
         if (ChildFrameWindow* doc = activeDocument())
             PlaybackEngine::instance().play_the_wavefile(doc->frame());
         break;
-    case 11402: PlaybackEngine::instance().pause_playback(); break;
-    case 11403: PlaybackEngine::instance().stop_playback(); break;
-    case 11404: {
+    case kCommandPause: PlaybackEngine::instance().pause_playback(); break;
+    case kCommandStop: PlaybackEngine::instance().stop_playback(); break;
+    case kCommandLoop: {
         PlaybackEngine& engine = PlaybackEngine::instance();
         engine.loopPlayback = !engine.loopPlayback;
         for (ChildFrameWindow* w : documents())
             if (QAction* loop = w->playBar()->findChild<QAction*>(QStringLiteral("11404")))
                 loop->setChecked(engine.loopPlayback);
-        if (QAction* loop = action(11404))
+        if (QAction* loop = action(kCommandLoop))
             loop->setChecked(engine.loopPlayback);
         break;
     }
@@ -319,7 +319,7 @@ void CMainFrame::onCommand(int id)
         dialog.exec();
         break;
     }
-    case 1813: openRecordDialog(); break;
+    case kCommandRecord: openRecordDialog(); break;
     case kCommandPlugIn:
         if (ChildFrameWindow* doc = activeDocument()) {
             if (plugin_process_command(doc->frame(), handle_of(this)))
@@ -363,21 +363,21 @@ void CMainFrame::updateCommandStates()
     ChildFrameWindow* doc = activeDocument();
     const bool hasDocument = doc != nullptr;
     const bool hasHighlight = doc && doc->frame().bHighlight;
-    for (int id : {1898, 1899, 87, 88, ChildFrameWindow::kCommandFitToWindow, 11800, 11801, 1020, 1813, kCommandClose,
+    for (int id : {kCommandZoomIn, kCommandZoomOut, kCommandZoomMaximum, kCommandZoomMinimum, kCommandFitToWindow, kCommandGoStart, kCommandGoEnd, kCommandSelectAll, kCommandRecord, kCommandClose,
                    kCommandSave, kCommandSaveAs})
         if (QAction* a = action(id))
             a->setEnabled(hasDocument);
-    for (int id : {11906, 11900, 11901, 11902, 11903, 11904, 11905, kCommandSaveSelection, kCommandNewFromSelection})
+    for (int id : {kCommandGoHighlight, kCommandStartEarlierCoarse, kCommandEndLaterCoarse, kCommandStartEarlier, kCommandStartLater, kCommandEndEarlier, kCommandEndLater, kCommandSaveSelection, kCommandNewFromSelection})
         if (QAction* a = action(id))
             a->setEnabled(hasHighlight);
-    if (QAction* undo = action(11602)) {
+    if (QAction* undo = action(kCommandUndoList)) {
         undo->setText(QString::fromStdString(edit_menu_state().undoText).section('\t', 0, 0));
         undo->setEnabled(doc && (doc->frame().bUndoAvailable || doc->frame().bRedoAvailable));
     }
     for (const EffectCommand& c : effect_commands())
         if (QAction* a = action(c.id))
             a->setEnabled(hasHighlight);
-    for (int id : {kCommandSpectrum, 393})
+    for (int id : {kCommandSpectrum, kCommandMagnifiedPlot})
         if (QAction* a = action(id))
             a->setEnabled(hasHighlight);
     for (QAction* a : m_variantActions)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/command_ids.h"
+
 #include <QMainWindow>
 #include <QStringList>
 #include <map>
@@ -98,34 +100,3 @@ private:
     int m_ticks = 0;
 };
 
-// Command ids of the main frame's own commands.
-constexpr int kCommandNew = 57600;
-constexpr int kCommandOpen = 2002;
-constexpr int kCommandClose = 57602;
-constexpr int kCommandExit = 57665;
-constexpr int kCommandPreferences = 32900;
-constexpr int kCommandCascade = 57650;
-constexpr int kCommandTile = 57651;
-constexpr int kCommandHelp = 57670;
-constexpr int kCommandAbout = 57664;
-// The spectrum display (an id of our own: the command has none that is named).
-constexpr int kCommandSpectrum = 32910;
-// A pair of time marks from the highlight.
-constexpr int kCommandMarkHighlight = 11702;
-// MIDI and the triggered starts (ids of our own).
-constexpr int kCommandChaseLock = 32920;
-constexpr int kCommandDelayedStart = 32921;
-constexpr int kCommandTriggeredStart = 32922;
-constexpr int kCommandSampler = 32923;
-constexpr int kCommandMidiKeyboard = 32924;
-constexpr int kCommandDevices = 32925;
-// The plug-in host: processing (operation code 181) and registering a bundle.
-constexpr int kCommandPlugIn = 181;
-constexpr int kCommandRegisterPlugIn = 32926;
-constexpr int kCommandRecentFirst = 57616;  // 57616 .. 57621
-constexpr int kCommandOpenOpened = 11310;    // opens szOpenedFileName
-constexpr int kCommandSave = 57603;
-constexpr int kCommandSaveAs = 57604;
-constexpr int kCommandSaveSelection = 32901;
-constexpr int kCommandNewFromSelection = 32902;
-constexpr int kCommandDelete = 32903;

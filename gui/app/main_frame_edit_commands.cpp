@@ -31,9 +31,9 @@ void CMainFrame::editCommand(int id)
     }
     CChildFrame* source = frame_from_handle(clipboard_source_frame);
     switch (id) {
-    case 11602: undo_menu_command(f); break;
-    case 11600:
-    case 11601: undo_redo_toggle(f); break;
+    case kCommandUndoList: undo_menu_command(f); break;
+    case kUndoCommand:
+    case kRedoCommand: undo_redo_toggle(f); break;
     case kCopy: copy_command(f); break;
     case kCut: edit_operation(f, f, true, kCut); break;
     case kPaste:
@@ -44,13 +44,13 @@ void CMainFrame::editCommand(int id)
     case kInsertSilence: {
         SilenceDialog dialog(this);
         const int result = dialog.exec();
-        if (result == kInsertSilence) {
+        if (result == SilenceDialog::kHighlightLength) {
             if (!f.bHighlight) {
                 message_beep();
                 break;
             }
             insert_silence_command(f, f.nSelEnd - f.nSelStart);
-        } else if (result == 11500) {
+        } else if (result == SilenceDialog::kTimeEntered) {
             const std::uint32_t seconds = static_cast<std::uint32_t>(silence_length.seconds + silence_length.minutes * 60);
             insert_silence_command(f, seconds * f.wfx.nChannels * f.wfx.nSamplesPerSec);
         }

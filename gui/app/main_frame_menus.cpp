@@ -45,41 +45,41 @@ void CMainFrame::buildMenus()
     rebuildRecentFiles();
 
     QMenu* edit = menuBar()->addMenu(tr("&Edit"));
-    addCommand(edit, 11602, QString())->setEnabled(false);
+    addCommand(edit, kCommandUndoList, QString())->setEnabled(false);
     edit->addSeparator();
-    for (int id : {11303, 11304, 11305, 11306, 11307})
+    for (int id : {kCut, kCopy, kPaste, kReplace, kMix})
         addCommand(edit, id, QString());
     edit->addSeparator();
-    addCommand(edit, 11302, QString());
-    addCommand(edit, 1881, QString());
-    addCommand(edit, 11301, tr("C&lear"));
-    addCommand(edit, 11518, QString(), QKeySequence(QStringLiteral("Alt+Shift+L")));
+    addCommand(edit, kCrop, QString());
+    addCommand(edit, kTrim, QString());
+    addCommand(edit, kCommandClear, tr("C&lear"));
+    addCommand(edit, kInsertSilence, QString(), QKeySequence(QStringLiteral("Alt+Shift+L")));
     edit->addSeparator();
     QMenu* marks = edit->addMenu(tr("Ti&memarks"));
     addCommand(marks, ID_TIMEMARK_ADD, tr("&Add Timemark"), QKeySequence(QStringLiteral("F9")));
     addCommand(marks, kCommandMarkHighlight, tr("Mark &Highlight"), QKeySequence(QStringLiteral("Shift+F9")));
     addCommand(marks, ID_TIMEMARK_DELETE_ALL, tr("&Delete All Timemarks"));
     edit->addSeparator();
-    addCommand(edit, 1020, QString());
+    addCommand(edit, kCommandSelectAll, QString());
 
     QMenu* view = menuBar()->addMenu(tr("&View"));
-    addCommand(view, 1898, tr("Zoom &In"), QKeySequence(QStringLiteral("Ctrl++")));
-    addCommand(view, 1899, tr("Zoom &Out"), QKeySequence(QStringLiteral("Ctrl+-")));
-    addCommand(view, 87, QString());
-    addCommand(view, 88, QString());
-    addCommand(view, ChildFrameWindow::kCommandFitToWindow, tr("&Fit to window"), QKeySequence(QStringLiteral("Ctrl+F")));
+    addCommand(view, kCommandZoomIn, tr("Zoom &In"), QKeySequence(QStringLiteral("Ctrl++")));
+    addCommand(view, kCommandZoomOut, tr("Zoom &Out"), QKeySequence(QStringLiteral("Ctrl+-")));
+    addCommand(view, kCommandZoomMaximum, QString());
+    addCommand(view, kCommandZoomMinimum, QString());
+    addCommand(view, kCommandFitToWindow, tr("&Fit to window"), QKeySequence(QStringLiteral("Ctrl+F")));
     view->addSeparator();
-    addCommand(view, 11800, QString());
-    addCommand(view, 11801, QString());
-    addCommand(view, 11906, QString());
+    addCommand(view, kCommandGoStart, QString());
+    addCommand(view, kCommandGoEnd, QString());
+    addCommand(view, kCommandGoHighlight, QString());
     view->addSeparator();
     QMenu* nudges = view->addMenu(tr("&Highlight edges"));
-    addCommand(nudges, 11900, tr("&Review (start 50 ms earlier)"));
-    addCommand(nudges, 11901, tr("&Cue (end 50 ms later)"));
-    addCommand(nudges, 11902, tr("Start 5 ms &earlier"));
-    addCommand(nudges, 11903, tr("Start 5 ms &later"));
-    addCommand(nudges, 11904, tr("End 5 ms e&arlier"));
-    addCommand(nudges, 11905, tr("End 5 ms la&ter"));
+    addCommand(nudges, kCommandStartEarlierCoarse, tr("&Review (start 50 ms earlier)"));
+    addCommand(nudges, kCommandEndLaterCoarse, tr("&Cue (end 50 ms later)"));
+    addCommand(nudges, kCommandStartEarlier, tr("Start 5 ms &earlier"));
+    addCommand(nudges, kCommandStartLater, tr("Start 5 ms &later"));
+    addCommand(nudges, kCommandEndEarlier, tr("End 5 ms e&arlier"));
+    addCommand(nudges, kCommandEndLater, tr("End 5 ms la&ter"));
     view->addSeparator();
     QMenu* bars = view->addMenu(tr("&Toolbars"));
     bars->setObjectName(QStringLiteral("toolbarsMenu"));
@@ -89,14 +89,14 @@ void CMainFrame::buildMenus()
     connect(status, &QAction::toggled, statusBar(), &QWidget::setVisible);
 
     QMenu* play = menuBar()->addMenu(tr("&Play"));
-    addCommand(play, 11401, tr("&Play"));
-    addCommand(play, 11402, tr("P&ause"));
-    addCommand(play, 11403, tr("&Stop"));
+    addCommand(play, kCommandPlay, tr("&Play"));
+    addCommand(play, kCommandPause, tr("P&ause"));
+    addCommand(play, kCommandStop, tr("&Stop"));
     play->addSeparator();
     // Ctrl+R is Edit ▸ Replace; Record has a key of its own.
-    addCommand(play, 1813, tr("&Record..."), QKeySequence(QStringLiteral("Ctrl+Shift+R")));
+    addCommand(play, kCommandRecord, tr("&Record..."), QKeySequence(QStringLiteral("Ctrl+Shift+R")));
     play->addSeparator();
-    addCommand(play, 11404, tr("Lo&op playback"), QKeySequence(QStringLiteral("Alt+L")))->setCheckable(true);
+    addCommand(play, kCommandLoop, tr("Lo&op playback"), QKeySequence(QStringLiteral("Alt+L")))->setCheckable(true);
     addCommand(play, 1024, tr("Setup pla&yback loop..."), QKeySequence(QStringLiteral("Alt+R")));
     play->addSeparator();
     addCommand(play, kCommandChaseLock, tr("SMPTE C&hase Lock..."));
@@ -107,13 +107,13 @@ void CMainFrame::buildMenus()
     // The effects, as their descriptions give them (Clear is on the Edit menu).
     QMenu* operations = menuBar()->addMenu(tr("&Operations"));
     addCommand(operations, kCommandSpectrum, tr("&Spectrum..."));
-    addCommand(operations, 393, tr("Magnified &plot..."));
+    addCommand(operations, kCommandMagnifiedPlot, tr("Magnified &plot..."));
     operations->addSeparator();
     addCommand(operations, kCommandPlugIn, tr("DirectX Plug-&In..."));
     addCommand(operations, kCommandRegisterPlugIn, tr("&Register DirectX Plug-In..."));
     operations->addSeparator();
     for (const EffectCommand& c : effect_commands()) {
-        if (c.id == 11301)
+        if (c.id == kCommandClear)
             continue;
         addCommand(operations, c.id, tr(c.menuText), QKeySequence(QString::fromLatin1(c.shortcut)));
         // The other menu texts of the same command open its dialog on their variant.
@@ -153,10 +153,10 @@ void CMainFrame::buildControlBars()
     QMenu* barsMenu = findChild<QMenu*>(QStringLiteral("toolbarsMenu"));
     std::vector<std::vector<int>> commands(kControlBarCount);
     commands[0] = {kCommandNew, kCommandOpen};
-    commands[1] = {1020};
-    commands[2] = {1813, 11401, 11402, 11403};
-    commands[3] = {11800, 11801, 11906, 0, 11900, 11902, 11903, 11904, 11905, 11901, 0, 1898, 1899, 87, 88,
-                   ChildFrameWindow::kCommandFitToWindow};
+    commands[1] = {kCommandSelectAll};
+    commands[2] = {kCommandRecord, kCommandPlay, kCommandPause, kCommandStop};
+    commands[3] = {kCommandGoStart, kCommandGoEnd, kCommandGoHighlight, 0, kCommandStartEarlierCoarse, kCommandStartEarlier, kCommandStartLater, kCommandEndEarlier, kCommandEndLater, kCommandEndLaterCoarse, 0, kCommandZoomIn, kCommandZoomOut, kCommandZoomMaximum, kCommandZoomMinimum,
+                   kCommandFitToWindow};
     // The bars show each command as a vector icon (sharp at any pixel
     // density) with its full text as the tool tip; the menus keep the texts.
     for (const auto& ids : commands)
@@ -164,7 +164,7 @@ void CMainFrame::buildControlBars()
             if (QAction* a = id ? action(id) : nullptr) {
                 a->setIcon(command_icon(id));
                 QString tip = a->text().remove('&');
-                if (id >= 11900 && id <= 11905)
+                if (id >= kCommandStartEarlierCoarse && id <= kCommandEndLater)
                     tip = QString::fromStdString(load_string(id)).section('\n', 0, 0);
                 if (!a->shortcut().isEmpty())
                     tip += QStringLiteral(" (%1)").arg(a->shortcut().toString(QKeySequence::NativeText));

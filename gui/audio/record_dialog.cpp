@@ -1,5 +1,6 @@
 #include "audio/record_dialog.h"
 
+#include "app/command_ids.h"
 #include "app/control_drawing.h"
 #include "app/messages.h"
 #include "app/preferences.h"
@@ -110,11 +111,11 @@ QWidget* RecordDialog::buildTransport()
     auto* box = new QGroupBox(tr("Transport"), this);
     auto* grid = new QGridLayout(box);
     int column = 0;
-    for (const auto& [id, label] : std::vector<std::pair<int, QString>>{{1813, tr("&Record")},
+    for (const auto& [id, label] : std::vector<std::pair<int, QString>>{{kCommandRecord, tr("&Record")},
                                                                          {1814, tr("&Stop")},
                                                                          {1815, tr("&Play")},
-                                                                         {11800, tr("|<")},
-                                                                         {11801, tr(">|")},
+                                                                         {kCommandGoStart, tr("|<")},
+                                                                         {kCommandGoEnd, tr(">|")},
                                                                          {408, tr("Record &To...")}})
         grid->addWidget(addButton(box, id, label), 0, column++);
     auto* test = static_cast<QPushButton*>(addButton(box, 423, tr("&Test level")));
@@ -258,7 +259,7 @@ void RecordDialog::command(int id)
 {
     RecordEngine& e = engine();
     switch (id) {
-    case 1813: e.start_recording(); break;
+    case kCommandRecord: e.start_recording(); break;
     case 1814: e.stop_recording(); break;
     case 1815:
         if (e.play_take())
@@ -271,8 +272,8 @@ void RecordDialog::command(int id)
         else if (!e.start_level_test())
             button(423)->setChecked(false);
         break;
-    case 11800: e.move_record_position(false); break;
-    case 11801: e.move_record_position(true); break;
+    case kCommandGoStart: e.move_record_position(false); break;
+    case kCommandGoEnd: e.move_record_position(true); break;
     case 408: showRecordToMenu(); break;
     case 392: {
         AutoStopDialog dialog(this);

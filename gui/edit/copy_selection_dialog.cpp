@@ -144,9 +144,9 @@ SilenceDialog::SilenceDialog(QWidget* parent) : QDialog(parent)
     buttons->addButton(QDialogButtonBox::Cancel);
     connect(ok, &QPushButton::clicked, this, [this, minutes, seconds] {
         silence_length = {minutes->value(), seconds->value()};
-        done(11500);
+        done(kTimeEntered);
     });
-    connect(asHighlight, &QPushButton::clicked, this, [this] { done(11518); });
+    connect(asHighlight, &QPushButton::clicked, this, [this] { done(kHighlightLength); });
     connect(buttons, &QDialogButtonBox::rejected, this, [this] { done(2); });
     layout->addWidget(buttons);
 }

@@ -35,4 +35,6 @@ class SilenceDialog : public QDialog {
     Q_OBJECT
 public:
     explicit SilenceDialog(QWidget* parent = nullptr);
+    static constexpr int kTimeEntered = 11500;
+    static constexpr int kHighlightLength = 11518;
 };

@@ -70,7 +70,7 @@ ChildFrameWindow::ChildFrameWindow(std::unique_ptr<CChildFrame> frame, QWidget* 
     m_playBar->setObjectName(QStringLiteral("PLAYBAR"));
     m_playBar->setIconSize(QSize(12, 12));
     m_playBar->setStyleSheet(QStringLiteral("QToolBar { spacing: 0px; padding: 0px; } QToolButton { padding: 0px; margin: 0px; }"));
-    for (int id : {11401, 11402, 11403, 11404, 0, 1898, 1899}) {
+    for (int id : {kCommandPlay, kCommandPause, kCommandStop, kCommandLoop, 0, kCommandZoomIn, kCommandZoomOut}) {
         if (id == 0) {
             m_playBar->addSeparator();
             continue;
@@ -79,15 +79,15 @@ ChildFrameWindow::ChildFrameWindow(std::unique_ptr<CChildFrame> frame, QWidget* 
         action->setData(id);
         action->setObjectName(QString::number(id));
         if (m_frame->bToolTips)
-            action->setToolTip(id >= 11401 && id <= 11404 ? QStringList{"Play", "Pause", "Stop", "Loop"}[id - 11401]
+            action->setToolTip(id >= kCommandPlay && id <= kCommandLoop ? QStringList{"Play", "Pause", "Stop", "Loop"}[id - kCommandPlay]
                                                           : toolTipOf(id));
         // The transport buttons are the main frame's commands; zoom is ours.
-        if (id == 11404) {
+        if (id == kCommandLoop) {
             action->setCheckable(true);
             action->setChecked(PlaybackEngine::instance().loopPlayback);
         }
         connect(action, &QAction::triggered, this, [this, id] {
-            if (id >= 11401 && id <= 11404)
+            if (id >= kCommandPlay && id <= kCommandLoop)
                 emit commandRequested(id);
             else
                 command(id);
@@ -280,9 +280,9 @@ void ChildFrameWindow::mousePressEvent(QMouseEvent* event)
         case RightButtonAction::Play:
             // Without a highlight, playback starts from the click.
             PlaybackEngine::instance().play_from_unit = m_frame->pixel_to_sample(static_cast<float>(at.x()));
-            emit commandRequested(11401);
+            emit commandRequested(kCommandPlay);
             break;
-        case RightButtonAction::Stop: emit commandRequested(11403); break;
+        case RightButtonAction::Stop: emit commandRequested(kCommandStop); break;
         case RightButtonAction::None: break;
         }
     }
@@ -394,7 +394,7 @@ void ChildFrameWindow::keyPressEvent(QKeyEvent* event)
     case Qt::Key_P:
     case Qt::Key_Space:
         // Each starts playback when nothing plays and stops it when it does.
-        emit commandRequested(transport_state().playing ? 11403 : 11401);
+        emit commandRequested(transport_state().playing ? kCommandStop : kCommandPlay);
         return;
     default: QWidget::keyPressEvent(event); return;
     }
@@ -474,8 +474,8 @@ void ChildFrameWindow::closeEvent(QCloseEvent* event)
 bool ChildFrameWindow::isViewCommand(int id)
 {
     switch (id) {
-    case 1898: case 1899: case 87: case 88: case 11800: case 11801: case 11906: case 1020: case kCommandFitToWindow:
-    case 11900: case 11901: case 11902: case 11903: case 11904: case 11905:
+    case kCommandZoomIn: case kCommandZoomOut: case kCommandZoomMaximum: case kCommandZoomMinimum: case kCommandGoStart: case kCommandGoEnd: case kCommandGoHighlight: case kCommandSelectAll: case kCommandFitToWindow:
+    case kCommandStartEarlierCoarse: case kCommandEndLaterCoarse: case kCommandStartEarlier: case kCommandStartLater: case kCommandEndEarlier: case kCommandEndLater:
         return true;
     default:
         return false;
@@ -488,22 +488,22 @@ bool ChildFrameWindow::command(int id)
     f.nClientWidth = width();
     f.nClientHeight = height();
     // Zoom and scroll input rests while sound plays or records.
-    if (transport_state().busy() && id != 1020)
+    if (transport_state().busy() && id != kCommandSelectAll)
         return true;
     switch (id) {
-    case 1898: zoom_in(f); break;
-    case 1899: zoom_out(f); break;
-    case 87: zoom_maximum(f); break;
-    case 88: zoom_minimum(f); break;
+    case kCommandZoomIn: zoom_in(f); break;
+    case kCommandZoomOut: zoom_out(f); break;
+    case kCommandZoomMaximum: zoom_maximum(f); break;
+    case kCommandZoomMinimum: zoom_minimum(f); break;
     case kCommandFitToWindow:
         zoom_to_fit(f);
         m_fittedLevel = f.nZoomLevel;
         break;
-    case 11800: go_to_beginning(f); break;
-    case 11801: go_to_end(f); break;
-    case 11906: go_to_highlight(f); break;
-    case 1020: select_all(f); break;
-    case 11900: case 11901: case 11902: case 11903: case 11904: case 11905: nudge(f, id); break;
+    case kCommandGoStart: go_to_beginning(f); break;
+    case kCommandGoEnd: go_to_end(f); break;
+    case kCommandGoHighlight: go_to_highlight(f); break;
+    case kCommandSelectAll: select_all(f); break;
+    case kCommandStartEarlierCoarse: case kCommandEndLaterCoarse: case kCommandStartEarlier: case kCommandStartLater: case kCommandEndEarlier: case kCommandEndLater: nudge(f, id); break;
     default: return false;
     }
     changed();

@@ -20,9 +20,6 @@ class QToolBar;
 class ChildFrameWindow : public QWidget {
     Q_OBJECT
 public:
-    // View ▸ Fit to window: the level at which the whole file fills the width.
-    static constexpr int kCommandFitToWindow = 32930;
-
     ChildFrameWindow(std::unique_ptr<CChildFrame> frame, QWidget* parent = nullptr);
     ~ChildFrameWindow() override;
 

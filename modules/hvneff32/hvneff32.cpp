@@ -59,7 +59,7 @@ static int amplifyWaveform(HWND, HWND window, unsigned short code, int, char*)
     CChildFrame* f = selected_document(window);
     if (!f)
         return 0;
-    if (code == 11301)
+    if (code == kCommandClear)
         return gainPass(*f, code, 0.0f, "Clearing...");
     EffectDialog d = amplify_dialog();
     offer_preview(d, *f, [f](const EffectDialog& v) {

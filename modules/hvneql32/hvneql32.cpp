@@ -62,7 +62,7 @@ SampleKernel flangeKernel(const EffectDialog& d, const CChildFrame& f)
 static void filterWaveform(HWND window)
 {
     if (CChildFrame* f = selected_document(window))
-        run_with_dialog(*f, 11509, filter_dialog(rateOf(*f)), filterKernel, "Filtering...");
+        run_with_dialog(*f, kEffectFilter, filter_dialog(rateOf(*f)), filterKernel, "Filtering...");
 }
 
 static void doFilterWaveform(float cutoff, char* const name, char* const title)
@@ -80,19 +80,19 @@ static void doFilterWaveform(float cutoff, char* const name, char* const title)
     d.set("type", "low-pass");
     if (auto* p = const_cast<EffectParameter*>(d.find("frequency")))
         p->value = std::clamp(static_cast<double>(cutoff), p->min, p->max);
-    process_selection(*f, 11509, filterKernel(d, *f), {title ? title : "Filtering..."});
+    process_selection(*f, kEffectFilter, filterKernel(d, *f), {title ? title : "Filtering..."});
 }
 
 static void getEqualizationSelection(HWND window)
 {
     if (CChildFrame* f = selected_document(window))
-        run_with_dialog(*f, 11506, equalizer_dialog(), equalizerKernel, "Equalizing...");
+        run_with_dialog(*f, kEffectEqualize, equalizer_dialog(), equalizerKernel, "Equalizing...");
 }
 
 static void flangeWaveform(HWND window)
 {
     if (CChildFrame* f = selected_document(window))
-        run_with_dialog(*f, 11508, flange_dialog(), flangeKernel, "Flanging...");
+        run_with_dialog(*f, kEffectFlange, flange_dialog(), flangeKernel, "Flanging...");
 }
 
 namespace {
@@ -164,7 +164,7 @@ static int howToChangePitch(HWND window)
     d.preview = [f](const EffectDialog& v) { preview_selection(*f, pitchKernel(v, *f)); };
     if (!run_effect_dialog(d))
         return 0;
-    return transform_selection(*f, 11502, pitchKernel(d, *f), "Changing the pitch...");
+    return transform_selection(*f, kEffectPitch, pitchKernel(d, *f), "Changing the pitch...");
 }
 
 std::string noise_profile_path() { return user_file_path("noise_profile.bin"); }
@@ -219,7 +219,7 @@ static void removeNoise(HWND window)
         module_error("First take a noise profile: highlight a stretch of noise alone and choose the profile step.");
         return;
     }
-    transform_selection(*f, 11511, noiseKernel(d, profile), "Reducing noise...");
+    transform_selection(*f, kEffectNoiseReduction, noiseKernel(d, profile), "Reducing noise...");
 }
 
 // The frames a quantize moves a start by: to the nearest line of a grid of
@@ -264,7 +264,7 @@ static void shiftWaveform(HWND window)
     }
     // The highlight moves; where it was becomes silence, where it lands is
     // replaced.
-    move_selection(*f, shift, 11513);
+    move_selection(*f, shift, kEffectQuantize);
 }
 
 static void show3DSpectrum(HWND window)

@@ -41,7 +41,7 @@ static void displayMagnifiedPlot(HWND, HWND window, int)
     if (!module_dialogs().runMagnifiedPlot(*plot))
         return;
     process_selection(
-        *f, 393,
+        *f, kCommandMagnifiedPlot,
         [plot](float* s, std::size_t n, int ch, std::uint64_t first) {
             for (std::size_t i = 0; i < n; ++i)
                 for (int c = 0; c < ch; ++c)

@@ -79,7 +79,7 @@ static int echoWaveform(HWND window, int code, int)
     CChildFrame* f = selected_document(window);
     if (!f)
         return 0;
-    if (code == 11514)
+    if (code == kEffectReverb)
         return run_with_dialog(*f, code, reverb_dialog(), reverbKernel, "Adding reverb...");
     return run_with_dialog(*f, code, echo_dialog(), echoKernel, "Adding echo...");
 }
@@ -90,8 +90,8 @@ static int amplifyWaveformByEnvelope(HWND window, int mode)
     if (!f)
         return 0;
     if (mode == 1)
-        return run_with_dialog(*f, 11503, compressor_dialog(), dynamicsKernel, "Compressing...");
-    return run_with_dialog(*f, 11505, envelope_dialog(), envelopeKernel, "Shaping the envelope...");
+        return run_with_dialog(*f, kEffectCompressor, compressor_dialog(), dynamicsKernel, "Compressing...");
+    return run_with_dialog(*f, kEffectEnvelope, envelope_dialog(), envelopeKernel, "Shaping the envelope...");
 }
 
 namespace {
@@ -158,13 +158,13 @@ static void setSpatialLocalization(HWND window)
     auto renderer = spatialRenderer(d, *f, &reason);
     if (!reason.empty())
         module_error("%s: the direction is made from time and level differences instead.", reason.c_str());
-    run_processor(*f, 11516, renderer, "Placing the sound...");
+    run_processor(*f, kEffectSpatial, renderer, "Placing the sound...");
 }
 
 static void makeTonesOrEffects(HWND window)
 {
     if (CChildFrame* f = selected_document(window))
-        run_with_dialog(*f, 11517, tones_dialog(rateOf(*f)), toneKernel, "Generating...");
+        run_with_dialog(*f, kEffectTones, tones_dialog(rateOf(*f)), toneKernel, "Generating...");
 }
 
 // The entries the program calls, each behind the exception barrier.

@@ -1,5 +1,6 @@
 #include "app/control_drawing.h"
 
+#include "app/command_ids.h"
 #include "app/app_paths.h"
 #include "app/string_table.h"
 #include "app/transport_state.h"
@@ -42,7 +43,7 @@ OwnerDrawFace owner_draw_face(const OwnerDrawItem& item)
     }
     const int id = item.controlId;
     const TransportState& s = transport_state();
-    if (id == 1813 && s.recording && !item.disabled)
+    if (id == kCommandRecord && s.recording && !item.disabled)
         face.bitmap = "redrec";
     else if (id == 1815 && s.playing && !item.disabled)
         face.bitmap = "grnplay";

@@ -1,5 +1,6 @@
 #include "audio/record_engine.h"
 
+#include "app/command_ids.h"
 #include "app/instance_files.h"
 #include "app/clock.h"
 #include "app/file_names.h"
@@ -26,7 +27,7 @@ namespace {
 
 WaveInFactory g_factory = nullptr;
 
-constexpr int kRecordUndoCode = 1813;
+constexpr int kRecordUndoCode = kCommandRecord;
 
 // A sample as the meters see it: in the width's own steps, 8-bit centred
 // on zero.

@@ -1,19 +1,11 @@
 #pragma once
 
+#include "app/command_ids.h"
+
 #include <cstdint>
 
 class CChildFrame;
 
-// Operation codes of the edit commands.
-constexpr int kCrop = 11302;
-constexpr int kCut = 11303;
-constexpr int kCopy = 11304;  // also "insert" when it names an operation
-constexpr int kPaste = 11305;
-constexpr int kReplace = 11306;
-constexpr int kMix = 11307;
-constexpr int kCrossfade = 11311;
-constexpr int kInsertSilence = 11518;
-constexpr int kTrim = 1881;
 
 // Builds the destination's new version from its bytes before the highlight,
 // the middle the operation makes (clipboard, mix, silence) and its bytes

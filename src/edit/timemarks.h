@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/command_ids.h"
+
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -21,9 +23,6 @@ constexpr int kMarkIconWidth = 9;
 constexpr int kMarkIconHeight = 11;
 constexpr int kMarkIconRise = 13;
 
-// Commands.
-constexpr int ID_TIMEMARK_ADD = 11700;
-constexpr int ID_TIMEMARK_DELETE_ALL = 11701;
 
 // The cue list's content: one row per mark that is not the end of a pair,
 // in index order, each row naming its mark; the last row is current.

@@ -1,5 +1,7 @@
 #include "edit/undo_labels.h"
 
+#include "app/command_ids.h"
+
 #include <vector>
 
 namespace {
@@ -16,9 +18,18 @@ struct Label {
 std::vector<Label>& labels()
 {
     static std::vector<Label> all = {
-        {181, "DirectX Plugin"},  {393, "Magnified Plot"}, {1813, "Record", true},  {1881, "Trim"},
-        {11302, "Crop", true},    {11303, "Cut", true},    {11304, "Insert", true}, {11305, "Paste", true},
-        {11306, "Overwrite", true}, {11307, "Mix", true},  {11311, "Cross-fade", true}, {11518, "Insert", true},
+        {kCommandPlugIn, "DirectX Plugin"},
+        {kCommandMagnifiedPlot, "Magnified Plot"},
+        {kCommandRecord, "Record", true},
+        {kTrim, "Trim"},
+        {kCrop, "Crop", true},
+        {kCut, "Cut", true},
+        {kCopy, "Insert", true},
+        {kPaste, "Paste", true},
+        {kReplace, "Overwrite", true},
+        {kMix, "Mix", true},
+        {kCrossfade, "Cross-fade", true},
+        {kInsertSilence, "Insert", true},
     };
     return all;
 }

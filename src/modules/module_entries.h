@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/command_ids.h"
 #include "app/window_handle.h"
 
 #include <string>

@@ -1,5 +1,6 @@
 #include "view/view_navigation.h"
 
+#include "app/command_ids.h"
 #include "app/transport_state.h"
 #include "view/child_frame.h"
 #include "view/mouse_selection.h"
@@ -285,10 +286,11 @@ bool nudge(CChildFrame& f, int command)
 {
     if (!f.bHighlight)
         return false;
-    const bool coarse = command == 11900 || command == 11901;
+    const bool coarse = command == kCommandStartEarlierCoarse || command == kCommandEndLaterCoarse;
     const std::int64_t step = static_cast<std::int64_t>(f.wfx.nSamplesPerSec / (coarse ? 20 : 200)) * f.wfx.nChannels;
-    const bool startEdge = command == 11900 || command == 11902 || command == 11903;
-    const bool later = command == 11901 || command == 11903 || command == 11905;
+    const bool startEdge =
+        command == kCommandStartEarlierCoarse || command == kCommandStartEarlier || command == kCommandStartLater;
+    const bool later = command == kCommandEndLaterCoarse || command == kCommandStartLater || command == kCommandEndLater;
     std::int64_t value = startEdge ? f.nSelStart : f.nSelEnd;
     value = later ? std::min<std::int64_t>(value + step, static_cast<std::int64_t>(f.nTotalSamples) - 1)
                   : std::max<std::int64_t>(value - step, 0);

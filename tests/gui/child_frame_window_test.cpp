@@ -287,7 +287,7 @@ TEST_F(ChildFrameWindowTest, AWindowOpensFittedAndFitToWindowRefits)
     EXPECT_EQ(f().nZoomLevel, 2) << "a zoom by hand stays";
     window->command(87);
     QTest::keyClick(window.get(), Qt::Key_End);
-    window->command(ChildFrameWindow::kCommandFitToWindow);
+    window->command(kCommandFitToWindow);
     EXPECT_EQ(f().nZoomLevel, 3);
     EXPECT_EQ(f().nFirstSample, 0u);
     window->repaint();
