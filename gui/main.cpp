@@ -8,7 +8,7 @@
 #include "app/termination_signals.h"
 #include "audio/portaudio_device.h"
 #include "view/display_levels.h"
-#include "view/mp3_export.h"
+#include "wavefile/mp3_export.h"
 
 #include <QScreen>
 #include <cstdio>

@@ -58,17 +58,16 @@ void CMainFrame::save(bool askName, bool selectionOnly)
     CChildFrame& f = doc->frame();
     std::string target = f.szPathName;
     int type = kTypeWav;
+    SaveOptions options;
     if (askName || target.empty()) {
         SaveWaveDialog dialog(f, this);
         if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
             return;
         target = dialog.selectedFiles().first().toStdString();
         type = dialog.selectedType();
-    } else {
-        bSaveConverts = bSaveCompressed = 0;
+        options = dialog.options();
     }
-    const bool saved = save_by_type(f, target, type, selectionOnly ? 1 : 0) != 0;
-    bSaveConverts = bSaveCompressed = 0;
+    const bool saved = save_by_type(f, target, type, selectionOnly ? 1 : 0, options) != 0;
     // Only a WAVE file becomes the document's own file.
     if (!saved || selectionOnly || (type != kTypeWav && type != kTypeAll))
         return;

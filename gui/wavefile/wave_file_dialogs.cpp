@@ -100,8 +100,9 @@ OpenWaveDialog::OpenWaveDialog(QWidget* parent, const QString& title)
 int OpenWaveDialog::selectedType() const
 {
     const int row = static_cast<int>(nameFilters().indexOf(selectedNameFilter()));
-    // The reading list lacks RealMedia and MP3: map back to the full table.
-    return row >= kTypeRealMedia ? row + 2 : std::max(row, 0);
+    // The reading list has only the types that can be read.
+    const std::vector<int> types = readable_types();
+    return row >= 0 && row < static_cast<int>(types.size()) ? types[static_cast<std::size_t>(row)] : kTypeWav;
 }
 
 void OpenWaveDialog::showFactsOf(const QString& path)
@@ -141,8 +142,6 @@ SaveWaveDialog::SaveWaveDialog(CChildFrame& document, QWidget* parent, const QSt
     current_wave_format.wBitsPerSample = document.wfx.wBitsPerSample;
     current_wave_format.nBytesPerSample = static_cast<std::uint16_t>(document.wfx.wBitsPerSample / 8);
     current_wave_format.nSamplesPerSec = document.wfx.nSamplesPerSec;
-    bSaveConverts = 0;
-    bSaveCompressed = 0;
 
     auto* panel = new QWidget(this);
     auto* row = new QHBoxLayout(panel);
@@ -168,16 +167,16 @@ void SaveWaveDialog::press(int id)
         return;
     }
     if (id == 273 || id == 274)
-        bSaveCompressed = id == 274;
+        m_options.bSaveCompressed = id == 274;
     else if (!press_format_button(id))
         return;
     const WaveFormat& f = current_wave_format;
-    bSaveConverts = f.nChannels != m_document.wfx.nChannels || f.wBitsPerSample != m_document.wfx.wBitsPerSample ||
+    m_options.bSaveConverts = f.nChannels != m_document.wfx.nChannels || f.wBitsPerSample != m_document.wfx.wBitsPerSample ||
                     f.nSamplesPerSec != m_document.wfx.nSamplesPerSec;
     refresh();
 }
 
-void SaveWaveDialog::refresh() { check_format_buttons(this, bSaveCompressed != 0); }
+void SaveWaveDialog::refresh() { check_format_buttons(this, m_options.bSaveCompressed != 0); }
 
 void SaveWaveDialog::editInfo()
 {
@@ -187,10 +186,7 @@ void SaveWaveDialog::editInfo()
     std::string name = chosen.isEmpty() ? std::string() : chosen.first().toStdString();
     if (m_document.szDisplayName.find("SAMPLE") != std::string::npos) {
         name = exchange_file_path("hvn.tmp");
-        const int converts = bSaveConverts;
-        bSaveConverts = 0;
         save_waveform_file(m_document, name, 0, 0);
-        bSaveConverts = converts;
     }
     std::unique_ptr<wave_io_info> info;
     if (name.empty() || wioFileOpen(&info, name.c_str(), 0) != WIOERR_NOERROR) {

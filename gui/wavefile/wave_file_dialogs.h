@@ -1,5 +1,7 @@
 #pragma once
 
+#include "wavefile/save_request.h"
+
 #include <QFileDialog>
 
 class CChildFrame;
@@ -24,20 +26,23 @@ private:
 // "Save Waveform To Disk": the file-type list with the output format buttons
 // (202 mono, 203 stereo, 205 8-bit, 207 16-bit, 209/210/211 the rates), plain
 // or compressed output (273/274) and the INFO button (109). It starts from
-// the document's format; the buttons set current_wave_format, bSaveConverts
-// and bSaveCompressed at once.
+// the document's format; the buttons set current_wave_format and the options
+// (converting, compressing) at once.
 class SaveWaveDialog : public QFileDialog {
     Q_OBJECT
 public:
     SaveWaveDialog(CChildFrame& document, QWidget* parent, const QString& defaultExtension = QStringLiteral("wav"));
     void press(int controlId);
     int selectedType() const;
+    // What the format and compression buttons chose.
+    const SaveOptions& options() const { return m_options; }
 
 private:
     void refresh();
     void editInfo();
 
     CChildFrame& m_document;
+    SaveOptions m_options;
 };
 
 // "Delete Waveform File": the chosen file is removed at once, without a

@@ -9,7 +9,7 @@
 #include "modules/module_entries.h"
 #include "view/child_frame.h"
 #include "view/mouse_selection.h"
-#include "view/save_by_type.h"
+#include "wavefile/file_types.h"
 #include "view/view_navigation.h"
 #include "wavefile/helper_programs.h"
 #include "wavefile/jaf_blocks.h"
@@ -49,7 +49,10 @@ void antialias(CChildFrame& f, float cutoff)
 // Saving as JAF (the save dispatch lies below the effects) reaches the
 // export through this registration, made when the library loads.
 const bool registered = [] {
-    set_jaf_exporter(compress_to_jaf_file);
+    set_jaf_exporter([](const SaveRequest& r) {
+        set_active_frame(r.document);
+        return compress_to_jaf_file(r.target);
+    });
     return true;
 }();
 

@@ -11,7 +11,7 @@
 #include "view/child_frame.h"
 #include "view/display_levels.h"
 #include "view/document_journal.h"
-#include "view/open_by_type.h"
+#include "wavefile/open_by_type.h"
 #include "view/timemark_storage.h"
 #include "wavefile/avi_file.h"
 #include "wavefile/file_types.h"
@@ -185,7 +185,7 @@ std::unique_ptr<CChildFrame> open_document_file(const std::string& path)
 {
     // Every message of the open names the file.
     const MessageFileScope about(path, unopenable_content_description(path));
-    if (!open_by_type(path, file_type_of(path)))
+    if (!open_by_type(path, remember_file_type(path)))
         return nullptr;
     auto frame = std::make_unique<CChildFrame>();
     if (!open_document(*frame))

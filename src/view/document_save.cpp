@@ -25,9 +25,6 @@
 #include <unistd.h>
 #include <vector>
 
-int bSaveConverts = 0;
-int bSaveCompressed = 0;
-
 namespace {
 
 std::function<void()> g_openOpenedFile;
@@ -66,7 +63,7 @@ int write_waveform_file(CChildFrame& f, const std::string& path, const std::stri
     const std::uint64_t total = static_cast<std::uint64_t>(count) * bytesPerSample;
     std::uint64_t block = std::min<std::uint32_t>(f.nTotalSamples, 32768);
 
-    const bool converting = convert || bSaveConverts;
+    const bool converting = convert != 0;
     std::uint16_t channels = f.wfx.nChannels;
     std::uint16_t bits = f.wfx.wBitsPerSample;
     std::uint32_t rate = f.wfx.nSamplesPerSec;
@@ -203,10 +200,10 @@ int save_waveform_file(CChildFrame& f, const std::string& target, int selectionO
     return 1;
 }
 
-int save_wav_by_type(CChildFrame& f, const std::string& target, int selectionOnly)
+int save_wav_by_type(CChildFrame& f, const std::string& target, int selectionOnly, const SaveOptions& options)
 {
-    if (!bSaveCompressed)
-        return save_waveform_file(f, target, selectionOnly, 0);
+    if (!options.bSaveCompressed)
+        return save_waveform_file(f, target, selectionOnly, options.bSaveConverts);
     // The PCM file is made beside the target, converted into "outadpcm.wav",
     // and that takes the target's name: the target itself is only ever
     // replaced by a finished ADPCM file.
@@ -215,7 +212,7 @@ int save_wav_by_type(CChildFrame& f, const std::string& target, int selectionOnl
         NewErrMsg(5009);
         return 0;
     }
-    if (!write_waveform_file(f, pcm.temporaryPath(), target, selectionOnly, 0))
+    if (!write_waveform_file(f, pcm.temporaryPath(), target, selectionOnly, options.bSaveConverts))
         return 0;
     const std::string compressed = converter_output_path();
     ::unlink(compressed.c_str());

@@ -1,29 +1,24 @@
 #pragma once
 
+#include "wavefile/save_request.h"
+
 #include <functional>
 #include <string>
 
 class CChildFrame;
 
-// Set by the save dialog when its format differs from the document's: the
-// save then converts every block to current_wave_format's channels, bits and rate.
-extern int bSaveConverts;
-// Set by the save dialog's compression button: the saved PCM file is then
-// turned into Microsoft ADPCM.
-extern int bSaveCompressed;
-
 // Writes the document, or its highlight, as a RIFF WAVE file. With `convert`
-// (or bSaveConverts) the output takes the channels, bits and rate of
+// (the save dialog's format differs from the document's) the output takes the channels, bits and rate of
 // current_wave_format. Clears bModified on success. 1 on success, 0 on
 // failure or Cancel (a cancelled target stays incomplete on disk).
 int save_waveform_file(CChildFrame& frame, const std::string& target, int selectionOnly, int convert);
 // The same for the active document.
 int save_waveform_file(const std::string& target, int selectionOnly, int convert);
 
-// Saves as WAV by the save dialog's choices: plain, or compressed to ADPCM
-// (the PCM file is converted into "outadpcm.wav", which then takes the
-// target's name).
-int save_wav_by_type(CChildFrame& frame, const std::string& target, int selectionOnly);
+// Saves as WAV by the save dialog's choices: plain or converted to its
+// format, and then compressed to ADPCM when it asks (the PCM file is
+// converted into "outadpcm.wav", which then takes the target's name).
+int save_wav_by_type(CChildFrame& frame, const std::string& target, int selectionOnly, const SaveOptions& options = {});
 
 // The highlight becomes "SAMPLE%d.WAV" in the current folder (one channel of
 // a stereo highlight stands in both channels), and is then opened through

@@ -4,6 +4,7 @@
 #include "app/file_names.h"
 #include "app/messages.h"
 #include "wavefile/helper_programs.h"
+#include "wavefile/save_request.h"
 #include "wavefile/wave_state.h"
 
 #include <cerrno>
@@ -68,4 +69,12 @@ int open_foreign_file(const std::string& name)
         return 0;
     szOpenedFileName = target;
     return 1;
+}
+
+int save_foreign_file(const SaveRequest& r)
+{
+    const std::string exchange = exchange_file_path("CRVCNVRT.WAV");
+    if (!r.writeWave(exchange))
+        return 0;
+    return run_foreign_converter(exchange, r.target);
 }

@@ -140,3 +140,12 @@ int decompress_jaf_file(std::string& name)
     name = expanded;
     return 1;
 }
+
+int open_jaf_file(const std::string& name)
+{
+    std::string expanded = name;
+    if (!decompress_jaf_file(expanded))
+        return 0;
+    szOpenedFileName = expanded;
+    return 1;
+}

@@ -19,6 +19,8 @@
 // Decompresses a JAF file; on success `name` becomes the expanded ".wav"
 // file's name. 1 on success.
 int decompress_jaf_file(std::string& name);
+// The JAF type's opening: expanded into NAME.wav, which opens.
+int open_jaf_file(const std::string& name);
 // Runs "WAVECONV.EXE" on `source` ("%s %s %d") and waits for it: 1 when
 // "outadpcm.wav" exists afterwards. "Decompression algorithm not found.
 // Returning." when it cannot be started.

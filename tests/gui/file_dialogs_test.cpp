@@ -70,6 +70,15 @@ TEST_F(FileDialogsTest, TheOpenDialogShowsTheFileUnderTheCursor)
     OpenWaveDialog dialog(nullptr);
     EXPECT_EQ(dialog.nameFilters().size(), 19);  // the reading list: no RealMedia, no MP3
     EXPECT_EQ(dialog.nameFilters().first(), "Microsoft PCM Files (*.wav)");
+    // A row of the reading list names its type in the whole table: after AVI
+    // come JAF (19) and All Files (20).
+    for (const auto& [filter, type] : std::vector<std::pair<QString, int>>{{"Creative Labs VOC (*.voc)", 15},
+                                                                           {"Video For Windows files (*.avi)", 16},
+                                                                           {"JAF files (*.jaf)", 19},
+                                                                           {"All Files (*.*)", 20}}) {
+        dialog.selectNameFilter(filter);
+        EXPECT_EQ(dialog.selectedType(), type) << filter.toStdString();
+    }
     dialog.showFactsOf(QString::fromStdString(path("a.wav")));
     EXPECT_EQ(dialog.findChild<QLabel*>("260")->text(), "MS RIFF Wave PCM");
     EXPECT_EQ(dialog.findChild<QLabel*>("402")->text(), "22050 kHz 16 bits Stereo");
@@ -84,30 +93,28 @@ TEST_F(FileDialogsTest, TheSaveDialogStartsFromTheDocumentAndItsButtonsSetTheFor
 {
     auto f = openTone(2, 16, 22050, 1000);
     ASSERT_TRUE(f);
-    bSaveConverts = bSaveCompressed = 1;
     SaveWaveDialog dialog(*f, nullptr);
     EXPECT_EQ(dialog.windowTitle(), "Save Waveform To Disk");
-    EXPECT_EQ(bSaveConverts, 0);
-    EXPECT_EQ(bSaveCompressed, 0);
+    EXPECT_EQ(dialog.options().bSaveConverts, 0);
+    EXPECT_EQ(dialog.options().bSaveCompressed, 0);
     EXPECT_TRUE(dialog.findChild<QRadioButton*>("273")->isChecked());
     EXPECT_TRUE(dialog.findChild<QRadioButton*>("203")->isChecked());
     EXPECT_TRUE(dialog.findChild<QRadioButton*>("210")->isChecked());
     EXPECT_EQ(dialog.selectedType(), 0);
     dialog.press(202);
     EXPECT_EQ(current_wave_format.nChannels, 1);
-    EXPECT_EQ(bSaveConverts, 1);
+    EXPECT_EQ(dialog.options().bSaveConverts, 1);
     dialog.press(203);
-    EXPECT_EQ(bSaveConverts, 0);  // back to the document's format
+    EXPECT_EQ(dialog.options().bSaveConverts, 0);  // back to the document's format
     dialog.press(211);
     dialog.press(205);
     EXPECT_EQ(current_wave_format.nSamplesPerSec, 44100u);
     EXPECT_EQ(current_wave_format.nBytesPerSample, 1);
     dialog.press(274);
-    EXPECT_EQ(bSaveCompressed, 1);
+    EXPECT_EQ(dialog.options().bSaveCompressed, 1);
     EXPECT_TRUE(dialog.findChild<QRadioButton*>("274")->isChecked());
     SaveWaveDialog avi(*f, nullptr, QStringLiteral("avi"));
     EXPECT_EQ(avi.selectedType(), 16);
-    bSaveConverts = bSaveCompressed = 0;
 }
 
 TEST_F(FileDialogsTest, TheFileMenuSavesAndMakesNewFilesFromTheHighlight)

@@ -27,7 +27,6 @@ protected:
     }
     void TearDown() override
     {
-        bSaveConverts = bSaveCompressed = 0;
         unsetenv("ONDRAVA_HOME");
         f.reset();
         DocumentTest::TearDown();
@@ -207,8 +206,9 @@ TEST_F(DocumentSaveTest, AFailedSaveOverTheOpenFileLeavesItUntouched)
 
 TEST_F(DocumentSaveTest, ACompressedSaveLeavesAnAdpcmFileUnderTheChosenName)
 {
-    bSaveCompressed = 1;
-    ASSERT_EQ(save_wav_by_type(*f, path("packed.wav"), 0), 1);
+    SaveOptions options;
+    options.bSaveCompressed = 1;
+    ASSERT_EQ(save_wav_by_type(*f, path("packed.wav"), 0, options), 1);
     std::unique_ptr<wave_io_info> info;
     ASSERT_EQ(wioFileOpen(&info, path("packed.wav").c_str(), 0), WIOERR_NOERROR);
     EXPECT_EQ(info->fmt[0], 2);
@@ -216,12 +216,12 @@ TEST_F(DocumentSaveTest, ACompressedSaveLeavesAnAdpcmFileUnderTheChosenName)
     // 48 kHz cannot be compressed: the save fails and nothing is left under
     // the name, nor the PCM file it was to be made from.
     chooseFormat(2, 16, 48000);
-    bSaveConverts = 1;
-    EXPECT_EQ(save_wav_by_type(*f, path("48k.wav"), 0), 0);
+    options.bSaveConverts = 1;
+    EXPECT_EQ(save_wav_by_type(*f, path("48k.wav"), 0, options), 0);
     EXPECT_FALSE(file_exists(path("48k.wav")));
     // Over an existing file, a failed compression leaves it as it was.
     const Bytes packed = readFile(path("packed.wav"));
-    EXPECT_EQ(save_wav_by_type(*f, path("packed.wav"), 0), 0);
+    EXPECT_EQ(save_wav_by_type(*f, path("packed.wav"), 0, options), 0);
     EXPECT_EQ(readFile(path("packed.wav")), packed);
     for (const std::string& name : filesIn(path("")))
         EXPECT_FALSE(is_atomic_temporary_name(name)) << name;

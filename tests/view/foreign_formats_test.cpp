@@ -7,8 +7,8 @@
 #include "app/atomic_file.h"
 #include "app/file_names.h"
 #include "view/document_save.h"
-#include "view/mp3_export.h"
-#include "view/open_by_type.h"
+#include "wavefile/mp3_export.h"
+#include "wavefile/open_by_type.h"
 #include "view/save_by_type.h"
 #include "wavefile/avi_file.h"
 #include "wavefile/file_types.h"
@@ -120,7 +120,7 @@ TEST_F(ForeignFormatsTest, OurFilesReadBackBySoxSampleForSample)
     // 16-bit stereo formats keep every sample.
     for (const char* ext : {"aif", "au", "sf"}) {
         const std::string file = path(std::string("out.") + ext);
-        ASSERT_EQ(save_by_type(*doc, file, file_type_of(file), 0), 1) << ext;
+        ASSERT_EQ(save_by_type(*doc, file, remember_file_type(file), 0), 1) << ext;
         EXPECT_EQ(soxRead(file), original) << ext;
         EXPECT_FALSE(file_exists(converter_output_path())) << "the success sign is taken away";
     }
@@ -138,7 +138,7 @@ TEST_F(ForeignFormatsTest, OurFilesReadBackBySoxSampleForSample)
     for (const Raw& r : {Raw{"uw", "uw", 0}, Raw{"sb", "sb", 256}, Raw{"ub", "ub", 256}, Raw{"sou", "ub", 256},
                          Raw{"ul", "ul", 1100}}) {
         const std::string file = path(std::string("out.") + r.ext);
-        ASSERT_EQ(save_by_type(*doc, file, file_type_of(file), 0), 1) << r.ext;
+        ASSERT_EQ(save_by_type(*doc, file, remember_file_type(file), 0), 1) << r.ext;
         const auto back = soxRead(file, std::string("-t ") + r.soxType + " -r 22050 -c 2");
         ASSERT_EQ(back.size(), original.size()) << r.ext;
         int worst = 0;
@@ -149,7 +149,7 @@ TEST_F(ForeignFormatsTest, OurFilesReadBackBySoxSampleForSample)
     // 8-bit formats keep the top eight bits.
     for (const char* ext : {"8sv", "iff", "voc"}) {
         const std::string file = path(std::string("out.") + ext);
-        ASSERT_EQ(save_by_type(*doc, file, file_type_of(file), 0), 1) << ext;
+        ASSERT_EQ(save_by_type(*doc, file, remember_file_type(file), 0), 1) << ext;
         const bool voc = std::string(ext) == "voc";
         const auto back = soxRead(file, std::string("-t ") + (voc ? "voc" : "8svx"));
         // SoX's VOC reader drops the last frames of a stereo 16-bit block.
@@ -181,7 +181,7 @@ TEST_F(ForeignFormatsTest, SoxFilesOpenAsDocumentsBesideTheirSource)
         ASSERT_EQ(run("sox '" + path("src.wav") + "' -t " + (std::string(ext) == "sf" ? "ircam" : ext) + " '" + file + "'"),
                   0)
             << ext;
-        ASSERT_EQ(open_by_type(file, file_type_of(file)), 1) << ext;
+        ASSERT_EQ(open_by_type(file, remember_file_type(file)), 1) << ext;
         EXPECT_EQ(szOpenedFileName, path("made.WAV"));
         auto opened = open_document_file(szOpenedFileName);
         ASSERT_TRUE(opened);
@@ -211,8 +211,8 @@ TEST_F(ForeignFormatsTest, FailuresOpenNothingAndLoseNothing)
     // RealMedia and MP3 are written, never opened.
     writeFile(path("song.rm"), Bytes(100, 1));
     writeFile(path("song.mp3"), Bytes(100, 1));
-    EXPECT_EQ(open_by_type(path("song.rm"), file_type_of(path("song.rm"))), 0);
-    EXPECT_EQ(open_by_type(path("song.mp3"), file_type_of(path("song.mp3"))), 0);
+    EXPECT_EQ(open_by_type(path("song.rm"), remember_file_type(path("song.rm"))), 0);
+    EXPECT_EQ(open_by_type(path("song.mp3"), remember_file_type(path("song.mp3"))), 0);
     // A damaged foreign file leaves no target: nothing opens, no message.
     writeFile(path("broken.aif"), Bytes(64, 0x41));
     host.clearShown();
@@ -431,7 +431,7 @@ TEST_F(ForeignFormatsTest, NeighboursAreNeverOverwrittenWithoutAYes)
     // and the question said which.
     host.setDefaultAgree(false);
     host.clearShown();
-    ASSERT_EQ(open_by_type(path("made.au"), file_type_of(path("made.au"))), 1);
+    ASSERT_EQ(open_by_type(path("made.au"), remember_file_type(path("made.au"))), 1);
     EXPECT_EQ(szOpenedFileName, path("made-2.WAV"));
     EXPECT_EQ(readFile(path("made.WAV")), mine);
     EXPECT_EQ(samples16(readFile(path("made-2.WAV"))), original);
@@ -441,7 +441,7 @@ TEST_F(ForeignFormatsTest, NeighboursAreNeverOverwrittenWithoutAYes)
 
     // Yes: replaced by the finished conversion.
     host.setDefaultAgree(true);
-    ASSERT_EQ(open_by_type(path("made.au"), file_type_of(path("made.au"))), 1);
+    ASSERT_EQ(open_by_type(path("made.au"), remember_file_type(path("made.au"))), 1);
     EXPECT_EQ(szOpenedFileName, path("made.WAV"));
     EXPECT_EQ(samples16(readFile(path("made.WAV"))), original);
 

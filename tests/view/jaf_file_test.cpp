@@ -6,7 +6,7 @@
 #include "wavefile/jaf_file.h"
 
 #include "edit/undo.h"
-#include "view/open_by_type.h"
+#include "wavefile/open_by_type.h"
 #include "view/save_by_type.h"
 #include "wavefile/file_types.h"
 #include "wavefile/wave_converter.h"
@@ -142,7 +142,7 @@ TEST_F(JafFileTest, ACompressedFileExpandsBackWithinTheCodecsLoss)
     ASSERT_TRUE(doc);
     host.setJafChoice(2000);
     const std::string jaf = path("signal.jaf");
-    ASSERT_EQ(save_by_type(*doc, jaf, file_type_of(jaf), 0), 1);
+    ASSERT_EQ(save_by_type(*doc, jaf, remember_file_type(jaf), 0), 1);
     EXPECT_EQ(jaf_button, 2000);
     ASSERT_FALSE(host.shown().empty());
     EXPECT_EQ(host.shown().back().caption, "File Compression Successful");

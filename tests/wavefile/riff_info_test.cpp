@@ -164,11 +164,26 @@ TEST(FileTypes, TheTableAndTheExtensionRule)
     EXPECT_STREQ(file_types()[7].pattern, ".sf");  // without a star, as it always was
     EXPECT_STREQ(file_types()[10].filter, "Unigned binary files (*.sou)");
     EXPECT_EQ(readable_file_types().size(), 19u);  // no RealMedia, no MP3
-    EXPECT_EQ(file_type_of("song.AIF"), 2);
-    EXPECT_EQ(file_type_of("take.1.wav"), 2);  // the text after the first dot: "1.wav" keeps the last type
-    EXPECT_EQ(file_type_of("x.mp3"), 18);
-    EXPECT_EQ(file_type_of("x.unknown"), 18);  // other extensions keep the type chosen last
-    EXPECT_EQ(file_type_of("x.wav"), 0);
-    EXPECT_EQ(file_type_of("movie.avi"), 16);
+    EXPECT_EQ(readable_types(), (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 19, 20}));
+    // Every row that can be read opens, every row that can be written saves.
+    for (const FileType& t : file_types()) {
+        EXPECT_EQ(t.canRead, t.open != nullptr) << t.filter;
+        EXPECT_TRUE(t.canWrite && t.save) << t.filter;
+    }
+    // The extension rule alone changes nothing.
+    EXPECT_EQ(file_type_of("song.AIF", 7), 2);
+    EXPECT_EQ(file_type_of("x.unknown", 7), 7);
+    EXPECT_EQ(file_type_of("x.wav", 7), 0);
+    EXPECT_EQ(file_type_of("movie.avi", 0), 16);
+    EXPECT_EQ(file_type_of("noise.voc", 0), 15);
+    EXPECT_EQ(file_type_of("any.jaf", 0), 19);
+    EXPECT_EQ(last_file_type, 0);
+    // Remembering keeps the type of the last known name.
+    EXPECT_EQ(remember_file_type("song.AIF"), 2);
+    EXPECT_EQ(remember_file_type("take.1.wav"), 2);  // the text after the first dot: "1.wav" keeps the last type
+    EXPECT_EQ(remember_file_type("x.mp3"), 18);
+    EXPECT_EQ(remember_file_type("x.unknown"), 18);  // other extensions keep the type chosen last
+    EXPECT_EQ(remember_file_type("x.wav"), 0);
+    EXPECT_EQ(remember_file_type("movie.avi"), 16);
     last_file_type = 0;
 }

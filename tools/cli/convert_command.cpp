@@ -3,7 +3,7 @@
 #include "document_session.h"
 #include "view/child_frame.h"
 #include "view/document_save.h"
-#include "view/mp3_export.h"
+#include "wavefile/mp3_export.h"
 #include "view/save_by_type.h"
 #include "wavefile/file_types.h"
 #include "wavefile/wave_state.h"
@@ -39,16 +39,17 @@ int run_convert_command(const std::vector<std::string>& argv)
     current_wave_format.wBitsPerSample = *bits ? static_cast<std::uint16_t>(*bits) : f.wfx.wBitsPerSample;
     current_wave_format.nBytesPerSample = static_cast<std::uint16_t>(current_wave_format.wBitsPerSample / 8);
     current_wave_format.nSamplesPerSec = *rate ? static_cast<std::uint32_t>(*rate) : f.wfx.nSamplesPerSec;
-    bSaveConverts = current_wave_format.nChannels != f.wfx.nChannels ||
-                    current_wave_format.wBitsPerSample != f.wfx.wBitsPerSample ||
-                    current_wave_format.nSamplesPerSec != f.wfx.nSamplesPerSec;
-    bSaveCompressed = args->has("adpcm");
-    // The type by OUT's extension, as the save dialog would choose it.
+    SaveOptions options;
+    options.bSaveConverts = current_wave_format.nChannels != f.wfx.nChannels ||
+                            current_wave_format.wBitsPerSample != f.wfx.wBitsPerSample ||
+                            current_wave_format.nSamplesPerSec != f.wfx.nSamplesPerSec;
+    options.bSaveCompressed = args->has("adpcm");
+    // The type by OUT's extension, as the save dialog would choose it (an
+    // extension of no type keeps the type of the file opened).
     const std::string& out = args->positionals()[1];
-    const int saved = save_by_type(f, out, file_type_of(out), 0);
+    const int saved = save_by_type(f, out, file_type_of(out, last_file_type), 0, options);
     // An MP3 encoder runs on its own: the command waits for it.
     if (saved && !wait_for_mp3_encoders(10 * 60 * 1000))
         return kExitFailed;
-    bSaveConverts = bSaveCompressed = 0;
     return saved ? kExitOk : kExitFailed;
 }

@@ -1,15 +1,12 @@
-#include "view/open_by_type.h"
+#include "wavefile/open_by_type.h"
 
 #include "app/app_paths.h"
 #include "app/file_names.h"
 #include "app/messages.h"
+#include "wavefile/adpcm_open.h"
 #include "wavefile/avi_file.h"
 #include "wavefile/file_content.h"
-#include "wavefile/adpcm_open.h"
 #include "wavefile/file_types.h"
-#include "wavefile/foreign_formats.h"
-#include "wavefile/helper_programs.h"
-#include "wavefile/jaf_file.h"
 #include "wavefile/wave_header.h"
 #include "wavefile/wave_io.h"
 #include "wavefile/wave_state.h"
@@ -19,9 +16,10 @@
 int open_by_type(const std::string& name, int type)
 {
     szOpenedAviFileName.clear();
-    if (type >= 1 && type <= 15)
-        return open_foreign_file(name);
-    if (type == kTypeRealMedia || type == kTypeMp3) {
+    if (type < 0 || type >= static_cast<int>(file_types().size()))
+        type = kTypeWav;
+    const FileType& t = file_types()[static_cast<std::size_t>(type)];
+    if (!t.canRead || !t.open) {
         // Types the program writes but does not read: say so, and what the
         // file holds when its bytes tell.
         std::string text = unopenable_content_description(name);
@@ -30,23 +28,11 @@ int open_by_type(const std::string& name, int type)
         message_box(nullptr, text, kProductName, MB_OK | MB_ICONEXCLAMATION);
         return 0;
     }
-    if (type == kTypeAvi) {
-        // The sound track becomes "TESTAVI.WAV"; the document remembers its AVI.
-        const std::string wave = exchange_file_path("TESTAVI.WAV");
-        if (!make_wave_file_from_AVI_file(name, wave))
-            return 0;
-        szOpenedFileName = wave;
-        szOpenedAviFileName = name;
-        return 1;
-    }
-    if (type == kTypeJaf) {
-        // Expanded into NAME.wav, which opens.
-        std::string expanded = name;
-        if (!decompress_jaf_file(expanded))
-            return 0;
-        szOpenedFileName = expanded;
-        return 1;
-    }
+    return t.open(name);
+}
+
+int open_wave_file(const std::string& name)
+{
     if (ReadInputWaveformHeader(name, 0)) {
         szOpenedFileName = name;
         return 1;

@@ -1,10 +1,9 @@
-#include "view/mp3_export.h"
+#include "wavefile/mp3_export.h"
 
 #include "app/atomic_file.h"
 #include "app/messages.h"
-#include "view/child_frame.h"
-#include "view/document_save.h"
 #include "wavefile/helper_programs.h"
+#include "wavefile/save_request.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -23,8 +22,9 @@ int g_running = 0;
 
 std::string bladeenc_program() { return helper_program("BLADEENC.EXE", "ONDRAVA_BLADEENC"); }
 
-int save_mp3_file(CChildFrame& f, const std::string& name, int selectionOnly)
+int save_mp3_export(const SaveRequest& r)
 {
+    const std::string& name = r.target;
     const std::string encoder = bladeenc_program();
     if (::access(encoder.c_str(), X_OK) != 0) {
         ErrMsg("BLADEENC.EXE missing.");
@@ -41,7 +41,7 @@ int save_mp3_file(CChildFrame& f, const std::string& name, int selectionOnly)
     }
     const std::string mp3 = staged.temporaryPath();
     const std::string wave = mp3 + ".wav";
-    if (!save_waveform_file(f, wave, selectionOnly, 0))
+    if (!r.writeWave(wave))
         return 0;
     // "%s -320 -quit %s": the encoder runs on by itself; its temporary input
     // goes when it is done.
