@@ -73,8 +73,8 @@ int main(int argc, char** argv)
         return 1;
     }
     CChildFrame& f = *frame;
-    f.nClientWidth = 1920;
-    f.nClientHeight = 600;
+    f.layout.clientWidth = 1920;
+    f.layout.clientHeight = 600;
     WaveformRenderer renderer(1920);
     QImage client;
 
@@ -94,7 +94,7 @@ int main(int argc, char** argv)
             QElapsedTimer t;
             t.start();
             PlaybackEngine::instance().get_play_position_ms();
-            f.bRedrawAll = true;
+            f.layout.redrawAll = true;
             renderer.paint(f, client, 1);
             load.worstRepaint = std::max(load.worstRepaint, t.nsecsElapsed() / 1e6);
         });

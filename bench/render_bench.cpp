@@ -53,8 +53,8 @@ int main(int argc, char** argv)
         return 1;
     }
     CChildFrame& f = *frame;
-    f.nClientWidth = 1920;
-    f.nClientHeight = 600;
+    f.layout.clientWidth = 1920;
+    f.layout.clientHeight = 600;
     WaveformRenderer renderer(1920);
     QImage client;
     std::printf("%llu units, %d levels\n", static_cast<unsigned long long>(f.nTotalSamples), f.nMaxZoomLevel);
@@ -72,7 +72,7 @@ int main(int argc, char** argv)
         for (int position = 0; position < 8; ++position) {
             scroll(f, ScrollRequest::Thumb, scroll_bar_maximum(f) * position / 8);
             for (int repeat = 0; repeat < 3; ++repeat) {
-                f.bRedrawAll = true;
+                f.layout.redrawAll = true;
                 const auto start = std::chrono::steady_clock::now();
                 renderer.paint(f, client, 1);
                 times.push_back(std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count());

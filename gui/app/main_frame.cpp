@@ -235,7 +235,7 @@ void CMainFrame::showPreferences()
     PreferencesDialog dialog(this);
     if (dialog.exec() == QDialog::Accepted) {
         for (ChildFrameWindow* doc : documents()) {
-            doc->frame().bRedrawAll = true;
+            doc->frame().layout.redrawAll = true;
             doc->update();
         }
         updatePositionDisplays();

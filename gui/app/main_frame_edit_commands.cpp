@@ -20,8 +20,8 @@ void CMainFrame::editCommand(int id)
     if (!doc)
         return;
     CChildFrame& f = doc->frame();
-    f.nClientWidth = doc->width();
-    f.nClientHeight = doc->height();
+    f.layout.clientWidth = doc->width();
+    f.layout.clientHeight = doc->height();
     const bool inserting = id == kCopy || id == kPaste || id == kReplace || id == kMix;
     // Without a highlight, the clipboard goes in at the caret.
     if (inserting && id != kCopy && !f.bHighlight) {

@@ -56,7 +56,7 @@ void CMainFrame::save(bool askName, bool selectionOnly)
     if (!doc)
         return;
     CChildFrame& f = doc->frame();
-    std::string target = f.szPathName;
+    std::string target = f.files.path;
     int type = kTypeWav;
     SaveOptions options;
     if (askName || target.empty()) {
@@ -73,7 +73,7 @@ void CMainFrame::save(bool askName, bool selectionOnly)
         return;
     if (askName) {
         // The document now belongs to the file it was saved as.
-        f.szPathName = target;
+        f.files.path = target;
         f.szDisplayName = file_name_part(target);
         doc->updateTitle();
         add_recent_file(preferences().recentFiles, target);

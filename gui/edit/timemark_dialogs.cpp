@@ -88,7 +88,7 @@ int TimemarkDialog::run()
     case Play: play_from_timemark(m_frame, m_index); return Play;
     case Deleted:
         delete_timemark(m_frame, m_index);
-        m_frame.bRedrawAll = true;
+        m_frame.layout.redrawAll = true;
         return Deleted;
     default: return Cancelled;
     }

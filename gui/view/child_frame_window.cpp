@@ -154,8 +154,8 @@ void ChildFrameWindow::changed(bool scrollRange)
 
 void ChildFrameWindow::paintEvent(QPaintEvent*)
 {
-    m_frame->nClientWidth = width();
-    m_frame->nClientHeight = height();
+    m_frame->layout.clientWidth = width();
+    m_frame->layout.clientHeight = height();
     m_renderer.setColours(DisplayColours::fromPreferences(preferences()));
     m_renderer.setScale(static_cast<int>(std::ceil(devicePixelRatioF() - 0.01)));
     m_renderer.paint(*m_frame, m_client, timeFormat());
@@ -197,12 +197,12 @@ void ChildFrameWindow::paintVideo(QPainter& p)
 {
     // A document from an AVI shows the video frame of the play position (or
     // of the cursor) in the corner of its waveform.
-    if (m_frame->szAviFileName.empty())
+    if (m_frame->files.aviSource.empty())
         return;
     if (!m_video) {
         m_video = std::make_unique<AviFrames>();
-        if (!m_video->open(m_frame->szAviFileName))
-            m_frame->szAviFileName.clear();  // no video to show: stop trying
+        if (!m_video->open(m_frame->files.aviSource))
+            m_frame->files.aviSource.clear();  // no video to show: stop trying
     }
     if (!m_video->isOpen())
         return;
@@ -232,9 +232,9 @@ void ChildFrameWindow::setPlayCursor(std::int64_t sampleUnit)
 
 void ChildFrameWindow::resizeEvent(QResizeEvent*)
 {
-    m_frame->nClientWidth = width();
-    m_frame->nClientHeight = height();
-    m_frame->bSizeChanged = true;
+    m_frame->layout.clientWidth = width();
+    m_frame->layout.clientHeight = height();
+    m_frame->layout.sizeChanged = true;
     // The view follows the size while it is still the fitted one: the level
     // the fit chose, from the start of the file.
     const bool stillFitted = m_fittedLevel == kFitPending ||
@@ -273,7 +273,7 @@ void ChildFrameWindow::mousePressEvent(QMouseEvent* event)
             changed();
         // The pointer stays with the strip until it is released (where the
         // platform can hold it).
-        if (m_frame->bStripDrag && QGuiApplication::platformName() != QLatin1String("offscreen"))
+        if (m_frame->mouse.stripDrag && QGuiApplication::platformName() != QLatin1String("offscreen"))
             grabMouse();
     } else if (event->button() == Qt::RightButton) {
         switch (right_button_down(*m_frame, at.x(), at.y())) {
@@ -299,19 +299,19 @@ void ChildFrameWindow::mouseMoveEvent(QMouseEvent* event)
     setToolTip(mark >= 0 ? QString::fromStdString(timemark_info_text(*m_frame, mark, false, 0, timeFormat()))
                          : QString());
     setCursor(cursor_for(mark >= 0 ? ViewCursor::Strip : cursor_at(*m_frame, at.x(), at.y())));
-    const bool wasDragging = m_frame->bHighlightDragging;
+    const bool wasDragging = m_frame->mouse.highlightDragging;
     if (mouse_moved(*m_frame, at.x(), at.y(), event->buttons() & Qt::LeftButton,
                     event->modifiers() & Qt::ShiftModifier))
         changed();
-    if (!wasDragging && m_frame->bHighlightDragging) {
+    if (!wasDragging && m_frame->mouse.highlightDragging) {
         // The highlight goes out as data: another document window takes it.
         auto* drag = new QDrag(this);
         auto* mime = new QMimeData;
         mime->setData(kHighlightMime, QByteArray::number(reinterpret_cast<quintptr>(m_frame->hWaveWnd)));
         drag->setMimeData(mime);
         drag->exec(Qt::CopyAction);
-        m_frame->bHighlightDragging = false;
-        m_frame->bHighlightDragPending = false;
+        m_frame->mouse.highlightDragging = false;
+        m_frame->mouse.highlightDragPending = false;
     }
 }
 
@@ -358,7 +358,7 @@ void ChildFrameWindow::mouseReleaseEvent(QMouseEvent* event)
         changed();
         return;
     }
-    const bool strip = m_frame->bStripDrag;
+    const bool strip = m_frame->mouse.stripDrag;
     if (strip && QWidget::mouseGrabber() == this)
         releaseMouse();
     const bool wasHighlighted = m_frame->bHighlight != 0;
@@ -372,7 +372,7 @@ void ChildFrameWindow::mouseReleaseEvent(QMouseEvent* event)
         m_frame->bHighlight = 0;
         m_frame->nCaretX = std::max(0, at.x());
         PlaybackEngine::instance().play_from_unit = m_frame->pixel_to_sample(static_cast<float>(m_frame->nCaretX));
-        m_frame->bRedrawAll = true;
+        m_frame->layout.redrawAll = true;
         redraw = true;
         emit selectionChanged();
     }
@@ -414,7 +414,7 @@ void ChildFrameWindow::wheelEvent(QWheelEvent* event)
             const bool in = m_wheelAngle > 0;
             m_wheelAngle -= in ? 120 : -120;
             if (!transport_state().busy()) {
-                m_frame->nClientWidth = width();
+                m_frame->layout.clientWidth = width();
                 zoomed = zoom_at(*m_frame, x, in) || zoomed;
             }
         }
@@ -485,8 +485,8 @@ bool ChildFrameWindow::isViewCommand(int id)
 bool ChildFrameWindow::command(int id)
 {
     CChildFrame& f = *m_frame;
-    f.nClientWidth = width();
-    f.nClientHeight = height();
+    f.layout.clientWidth = width();
+    f.layout.clientHeight = height();
     // Zoom and scroll input rests while sound plays or records.
     if (transport_state().busy() && id != kCommandSelectAll)
         return true;

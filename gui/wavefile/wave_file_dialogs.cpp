@@ -126,8 +126,8 @@ SaveWaveDialog::SaveWaveDialog(CChildFrame& document, QWidget* parent, const QSt
     setDefaultSuffix(defaultExtension);
     // Start beside the document's own file, with its name; a document that
     // has none starts in the data directory.
-    const QFileInfo own(QString::fromStdString(document.szPathName));
-    if (!document.szPathName.empty() && own.dir().exists()) {
+    const QFileInfo own(QString::fromStdString(document.files.path));
+    if (!document.files.path.empty() && own.dir().exists()) {
         setDirectory(own.dir());
         selectFile(own.fileName());
     } else {

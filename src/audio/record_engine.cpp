@@ -568,7 +568,7 @@ int RecordEngine::adopt_take()
     szRecordFileName.clear();
     journalTake();
     const std::uint64_t bytes = std::max<std::uint64_t>(get_named_file_length(f.szRedoFileName), 4);
-    f.nNewVersionLength = static_cast<std::uint32_t>(bytes / static_cast<std::uint64_t>(f.bytesPerSample()));
+    f.versions.newLength = static_cast<std::uint32_t>(bytes / static_cast<std::uint64_t>(f.bytesPerSample()));
     f.bHighlight = 0;
     f.nSelStart = f.nSelEnd = 0;
     const int done = version.commit(kRecordUndoCode);

@@ -58,7 +58,7 @@ int edit_operation(CChildFrame& s, CChildFrame& d, bool clipboardCopy, int code)
         if (!append(d, insert.path, insert.bytes, 0))
             return 0;
         d.bHighlight = 0;
-        d.nNewVersionLength = versionLength(d);
+        d.versions.newLength = versionLength(d);
         return version.commit(kCrop);
     }
     std::uint64_t insertLength = insert.bytes;
@@ -122,7 +122,7 @@ int edit_operation(CChildFrame& s, CChildFrame& d, bool clipboardCopy, int code)
     const std::uint64_t made = fileSize(d.szRedoFileName);
     if (made < 4 && !write_silence(d.szRedoFileName, made, 4 - made, silence_byte(d)))
         return 0;
-    d.nNewVersionLength = versionLength(d);
+    d.versions.newLength = versionLength(d);
     return version.commit(code);
 }
 

@@ -48,7 +48,7 @@ int addChecked(CChildFrame& f, bool fromBar)
             message_beep();
             ErrMsg("Too many timemarks");
         }
-        f.bRedrawAll = true;
+        f.layout.redrawAll = true;
         refill_cue_list(f);
         return 0;
     }
@@ -102,7 +102,7 @@ int addMark(CChildFrame& f, std::uint32_t position, int x, const std::string& na
     mark.name = name.empty() ? default_timemark_name(mark.position) : name;
     f.timemarks.push_back(std::move(mark));
     f.bModified = 1;
-    f.bRedrawAll = true;
+    f.layout.redrawAll = true;
     refill_cue_list(f);
     return static_cast<int>(f.timemarks.size()) - 1;
 }
@@ -127,7 +127,7 @@ int add_timemark_pair(CChildFrame& f)
     f.timemarks.push_back(std::move(first));
     f.timemarks.push_back(std::move(second));
     f.bModified = 1;
-    f.bRedrawAll = true;
+    f.layout.redrawAll = true;
     refill_cue_list(f);
     return 1;
 }
@@ -166,12 +166,12 @@ void delete_timemark(CChildFrame& f, int i)
             --m.partner;
     }
     marks.erase(marks.begin() + i);
-    if (f.nCurrentTimemark == i)
-        f.nCurrentTimemark = -1;
-    else if (f.nCurrentTimemark > i)
-        --f.nCurrentTimemark;
+    if (f.currentTimemark == i)
+        f.currentTimemark = -1;
+    else if (f.currentTimemark > i)
+        --f.currentTimemark;
     f.bModified = 1;
-    f.bRedrawAll = true;
+    f.layout.redrawAll = true;
     refill_cue_list(f);
 }
 
@@ -179,7 +179,7 @@ void delete_all_timemarks(CChildFrame& f)
 {
     while (!f.timemarks.empty())
         delete_timemark(f, 0);
-    f.bRedrawAll = true;
+    f.layout.redrawAll = true;
 }
 
 int find_timemark(const CChildFrame& f, int x, int y)
@@ -212,7 +212,7 @@ int rename_timemark(CChildFrame& f, int i, const std::string& name)
         return 0;
     f.timemarks[static_cast<std::size_t>(i)].name = name.substr(0, kMarkerNameLength);
     f.bModified = 1;
-    f.bRedrawAll = true;
+    f.layout.redrawAll = true;
     refill_cue_list(f);
     return 1;
 }
@@ -222,10 +222,10 @@ void move_timemark(CChildFrame& f, int i, int x)
     if (!valid(f, i))
         return;
     Timemark& m = f.timemarks[static_cast<std::size_t>(i)];
-    m.x = std::clamp(x, 0, f.nClientWidth);
+    m.x = std::clamp(x, 0, f.layout.clientWidth);
     m.position = positionAt(f, m.x);
     f.bModified = 1;
-    f.bRedrawAll = true;
+    f.layout.redrawAll = true;
 }
 
 CueList cue_list(const CChildFrame& f)
@@ -249,14 +249,14 @@ void select_timemark(CChildFrame& f, int i)
     if (!valid(f, i))
         return;
     const Timemark& m = f.timemarks[static_cast<std::size_t>(i)];
-    f.nCurrentTimemark = i;
+    f.currentTimemark = i;
     f.bLeftChannel = f.bRightChannel = 1;
     const bool pair = m.partner >= 0 && valid(f, m.partner);
     const std::uint32_t end = pair ? f.timemarks[static_cast<std::size_t>(m.partner)].position : m.position;
     f.bHighlight = 1;
     set_selection_units(f, std::min(m.position, end), std::max(m.position, end));
     const float x = f.sample_to_pixel(f.nSelStart);
-    if (x < 0.0f || x >= static_cast<float>(f.nClientWidth))
+    if (x < 0.0f || x >= static_cast<float>(f.layout.clientWidth))
         go_to_highlight(f);
     update_highlight_pixels(f);
     if (!pair) {
@@ -265,7 +265,7 @@ void select_timemark(CChildFrame& f, int i)
         f.nCaretX = static_cast<int>(f.sample_to_pixel(m.position));
         compute_operation_range(f);
     }
-    f.bRedrawAll = true;
+    f.layout.redrawAll = true;
 }
 
 void set_playing_unit_source(PlayingUnitSource source) { playingUnitSource() = std::move(source); }

@@ -101,9 +101,9 @@ int copy_selected_area_to_pseudo_clipboard(CChildFrame& f)
 {
     if (!preferences().backupForUndo)
         return 1;
-    if (!f.szSelectionCopyName.empty())
-        ::unlink(f.szSelectionCopyName.c_str());
-    const bool created = create_work_file(f.szSelectionCopyName, ".tmp").valid();
+    if (!f.files.selectionCopy.empty())
+        ::unlink(f.files.selectionCopy.c_str());
+    const bool created = create_work_file(f.files.selectionCopy, ".tmp").valid();
     busy_wait_ms(20);
     if (!created) {
         NewErrMsg(5031);
@@ -113,6 +113,6 @@ int copy_selected_area_to_pseudo_clipboard(CChildFrame& f)
     const auto bps = static_cast<std::uint32_t>(f.bytesPerSample());
     const std::uint32_t start = (f.nSelStart * bps) & ~3u;
     const std::uint32_t end = (f.nSelEnd * bps) & ~3u;
-    return f.copy_file_to_file(f.szSelectionCopyName, f.szFileName, end > start ? end - start : 0, start, -1, 0,
+    return f.copy_file_to_file(f.files.selectionCopy, f.szFileName, end > start ? end - start : 0, start, -1, 0,
                                "Copying file...");
 }

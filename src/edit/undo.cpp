@@ -31,7 +31,7 @@ void fitView(CChildFrame& f, int level, std::uint32_t first)
     f.nZoomLevel = std::clamp(level, 1, f.nMaxZoomLevel);
     f.fZoom = std::ldexp(1.0f, f.nZoomLevel - 1);
     f.nFirstSample = std::min(first, f.nTotalSamples);
-    f.bRedrawAll = true;
+    f.layout.redrawAll = true;
     compute_scroll_range(f);
     update_highlight_pixels(f);
 }
@@ -58,15 +58,15 @@ int setup_for_undo(CChildFrame& f, int copy)
         // No operation yet, or the user undid: a newest version that was
         // undone is given up for good.
         if (f.szFileName == f.szUndoFileName && !f.szRedoFileName.empty()) {
-            f.otherVersion.release();
-            f.otherVersion = VersionState{};
+            f.versions.other.release();
+            f.versions.other = VersionState{};
             ::unlink(f.szRedoFileName.c_str());
         }
         f.szUndoFileName = f.szFileName;
     } else {
         // The shown file is the newest version: the one before it goes.
-        f.otherVersion.release();
-        f.otherVersion = VersionState{};
+        f.versions.other.release();
+        f.versions.other = VersionState{};
         if (!f.szUndoFileName.empty())
             ::unlink(f.szUndoFileName.c_str());
         f.szUndoFileName = f.szRedoFileName;
@@ -107,7 +107,7 @@ void abandon_new_version(CChildFrame& f)
     f.szRedoFileName.clear();
     // Where starting the operation gave up the version before, nothing is
     // left to undo.
-    if (f.otherVersion.empty()) {
+    if (f.versions.other.empty()) {
         f.bUndoAvailable = 0;
         f.bRedoAvailable = 0;
     }
@@ -122,7 +122,7 @@ int setup_for_redo(CChildFrame& f, int code, int copy)
     if (copy && !f.copy_file_to_file(f.szRedoFileName, f.szFileName, (f.nTotalSamples - f.nSelEnd) * bps,
                                      f.nSelEnd * bps, -1, 0, "Copying file..."))
         return 0;
-    const std::uint32_t length = changes_length(code) ? f.nNewVersionLength : f.nTotalSamples;
+    const std::uint32_t length = changes_length(code) ? f.versions.newLength : f.nTotalSamples;
 
     // Build the newest version in the frame's place; on failure the shown
     // version comes back untouched.
@@ -144,12 +144,12 @@ int setup_for_redo(CChildFrame& f, int code, int copy)
     }
     if (!built) {
         f.release_levels();
-        if (!f.szOverviewFileName.empty())
-            ::unlink(f.szOverviewFileName.c_str());
+        if (!f.files.overview.empty())
+            ::unlink(f.files.overview.c_str());
         swap_version(f, shown);
         return 0;
     }
-    f.otherVersion = std::move(shown);
+    f.versions.other = std::move(shown);
     if (const auto labels = undo_labels(code)) {
         f.szUndoLabel = labels->first;
         f.szRedoLabel = labels->second;
@@ -166,11 +166,11 @@ int setup_for_redo(CChildFrame& f, int code, int copy)
 
 void undo_redo_toggle(CChildFrame& f)
 {
-    if (f.otherVersion.empty())
+    if (f.versions.other.empty())
         return;
     const int level = f.nZoomLevel;
     const std::uint32_t first = f.nFirstSample;
-    swap_version(f, f.otherVersion);
+    swap_version(f, f.versions.other);
     if (f.bUndoAvailable) {
         f.bUndoAvailable = 0;
         f.bRedoAvailable = 1;

@@ -56,8 +56,8 @@ int plugin_process_command(CChildFrame& f, HWND mainWindow)
                f.szRedoFileName.c_str());
         return 0;
     }
-    f.nNewVersionLength = static_cast<std::uint32_t>(get_named_file_length(f.szRedoFileName) / bytesPerSample);
-    f.bRedrawAll = true;
+    f.versions.newLength = static_cast<std::uint32_t>(get_named_file_length(f.szRedoFileName) / bytesPerSample);
+    f.layout.redrawAll = true;
     return version.commit(181);
 }
 

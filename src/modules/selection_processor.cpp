@@ -242,7 +242,7 @@ int transform_selection(CChildFrame& f, int code, const StreamKernel& kernel, co
     // The new version: head, the transformed selection, the tail.
     const std::uint64_t bps = static_cast<std::uint64_t>(f.bytesPerSample());
     const std::uint64_t tail = (static_cast<std::uint64_t>(f.nTotalSamples) - std::min(f.nSelEnd, f.nTotalSamples)) * bps;
-    f.nNewVersionLength = static_cast<std::uint32_t>((written + tail) / bps);
+    f.versions.newLength = static_cast<std::uint32_t>((written + tail) / bps);
     if (!version.commit(code, 1))
         return 0;
     // The highlight covers what the selection became.

@@ -208,7 +208,7 @@ bool ChaseLock::arm(bool afterRestart)
     m_frame.bHighlight = 0;
     compute_operation_range(m_frame);
     m_frame.nCaretX = static_cast<int>(m_frame.sample_to_pixel(units));
-    m_frame.bRedrawAll = true;
+    m_frame.layout.redrawAll = true;
 
     PlaybackEngine& engine = PlaybackEngine::instance();
     engine.cancel_prepared();

@@ -65,10 +65,10 @@ void CChildFrame::release_levels()
 
 void CChildFrame::removeOwnedFiles()
 {
-    otherVersion.release();
+    versions.other.release();
     // The shown version, the other version and the selection copy.
     for (const std::string* name :
-         {&szFileName, &szOverviewFileName, &szUndoFileName, &szRedoFileName, &szSelectionCopyName})
+         {&szFileName, &files.overview, &szUndoFileName, &szRedoFileName, &files.selectionCopy})
         if (!name->empty())
             ::unlink(name->c_str());
 }
@@ -88,7 +88,7 @@ void VersionState::release()
 void swap_version(CChildFrame& f, VersionState& v)
 {
     std::swap(f.szFileName, v.fileName);
-    std::swap(f.szOverviewFileName, v.overviewFileName);
+    std::swap(f.files.overview, v.overviewFileName);
     std::swap(f.levels, v.levels);
     std::swap(f.nLevelLength, v.nLevelLength);
     std::swap(f.nMaxZoomLevel, v.nMaxZoomLevel);
@@ -129,7 +129,7 @@ void CChildFrame::shitcan_pSaveBuffer()
 {
     pSaveBuffer.clear();
     pSaveBuffer.shrink_to_fit();
-    bSaveBufferValid = false;
+    saveBufferValid = false;
 }
 
 unsigned char* CChildFrame::make_pSaveBuffer_single_display(std::uint32_t offset,
@@ -144,7 +144,7 @@ unsigned char* CChildFrame::make_pSaveBuffer_single_display(std::uint32_t offset
         NewErrMsg(5001);
         return nullptr;
     }
-    bSaveBufferValid = true;
+    saveBufferValid = true;
     const std::uint32_t start = nSelStart * static_cast<std::uint32_t>(bytesPerSample()) + offset;
     if (position)
         *position = start;

@@ -55,6 +55,47 @@ struct VersionState {
     void release();
 };
 
+// The files a document knows beside its working file.
+struct DocumentFiles {
+    std::string path;           // the WAVE file Save writes: where the document came from
+    std::string aviSource;      // the AVI the document came from, if any: its video is shown and kept
+    std::string overview;       // level 1 when the document has levels
+    std::string selectionCopy;  // the copy of its own highlight (made by Trim), in the work folder
+};
+
+// How the view is laid out: the size of the client area it is laid out for
+// (the window's, or what a renderer is asked for), and what must be redone
+// at the next paint.
+struct ViewLayout {
+    int clientWidth = 800;
+    int clientHeight = 400;
+    bool redrawAll = true;
+    bool redrawRuler = true;
+    bool sizeChanged = true;
+    bool recomputeScroll = true;
+};
+
+// What the mouse is doing in the view between its events.
+struct MouseState {
+    bool selecting = false;            // the left button is making a highlight
+    bool stripDrag = false;            // a drag along the whole-document strip
+    int stripDragX1 = 0;
+    int stripDragX2 = 0;
+    bool highlightDragPending = false;  // button went down inside the highlight
+    bool highlightDragging = false;
+    int highlightDragX = 0;
+    int highlightDragY = 0;
+    int lineScrollDirection = 0;  // -1 left, +1 right, 0 none since the last paint
+};
+
+// The version of a document that is not shown, and the length an operation
+// gives the newest version (length-changing operations set it before
+// committing), in sample units.
+struct VersionSwap {
+    VersionState other;
+    std::uint32_t newLength = 0;
+};
+
 // One open waveform document and how it is shown. The document lives on its
 // working file (raw samples, no header) from opening to closing; it owns that
 // file, its overview file and their maps, and removes them when destroyed.
@@ -110,9 +151,7 @@ public:
     HWND hWaveWnd = nullptr;
     std::string szFileName;       // working file: raw samples
     std::string szDisplayName;
-    std::string szPathName;       // the WAVE file Save writes: where the document came from
-    std::string szAviFileName;    // the AVI the document came from, if any: its video is shown and kept
-    std::string szOverviewFileName;  // level 1 when the document has levels
+    DocumentFiles files;
     WaveFmtRecord wfx;
     std::uint32_t nTotalSamples = 0;
     std::uint32_t nSelStart = 0;
@@ -142,13 +181,9 @@ public:
     int nInfoHeight = 0;
     int bColorDisplay = 1;
     int bToolTips = 1;
-    bool bRedrawAll = true;
-    bool bRedrawRuler = true;
-    bool bSizeChanged = true;
-    bool bRecomputeScroll = true;
     // Time marks in the order they were added (not by position).
     std::vector<Timemark> timemarks;
-    int nCurrentTimemark = -1;  // the mark chosen last: drawn highlighted
+    int currentTimemark = -1;  // the mark chosen last: drawn highlighted
     // A coarser summary of the overview: the minimum and maximum of every 64
     // of its blocks (16384 frames), laid out like the overview and holding the
     // same sample values (raw bytes for 8-bit data). The renderer reads it
@@ -156,40 +191,24 @@ public:
     // more than about 256 values however long the document.
     std::vector<std::int16_t> coarseOverview;
 
-    // Size of the client area the view is laid out for (the window's, or
-    // what a renderer is asked for).
-    int nClientWidth = 800;
-    int nClientHeight = 400;
+    ViewLayout layout;
     // Mouse and keyboard state of the view.
     float fAnchorPixel = 0.0f;     // the highlight edge that stays put
     int nLastNudgeX = -1;          // x of the last nudged edge
     int nPrevScrollPos = 0;
-    bool bSelecting = false;       // the left button is making a highlight
-    bool bStripDrag = false;       // a drag along the whole-document strip
-    int nStripDragX1 = 0;
-    int nStripDragX2 = 0;
-    bool bHighlightDragPending = false;  // button went down inside the highlight
-    bool bHighlightDragging = false;
-    int nHighlightDragX = 0;
-    int nHighlightDragY = 0;
-    int nLineScrollDirection = 0;  // -1 left, +1 right, 0 none since the last paint
+    MouseState mouse;
     std::vector<unsigned char> pSaveBuffer;
-    bool bSaveBufferValid = false;
+    bool saveBufferValid = false;
 
     // Undo and redo: the shown version is the frame's own; the other one
-    // (previous or newest) waits in otherVersion.
+    // (previous or newest) waits in versions.other.
     std::string szUndoFileName;  // the previous version
     std::string szRedoFileName;  // the newest version
-    VersionState otherVersion;
     int bUndoAvailable = 0;
     int bRedoAvailable = 0;
     std::string szUndoLabel;
     std::string szRedoLabel;
-    // The length in sample units an operation gives the newest version
-    // (length-changing operations set it before committing).
-    std::uint32_t nNewVersionLength = 0;
-    // The frame's copy of its own highlight (made by Trim), in the work folder.
-    std::string szSelectionCopyName;
+    VersionSwap versions;
     // The document's own INFO items (artist, title, comments ...): read from
     // its file when it opens, written into every file saved from it.
     std::shared_ptr<InfoList> infoList;

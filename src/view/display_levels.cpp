@@ -164,7 +164,7 @@ int build_overview_level(CChildFrame& f, const char* progressFormat)
     f.nLevelLength[1] = 0;
 
     DisplayLevel& level = f.levels[1];
-    level.file = create_work_file(f.szOverviewFileName, ".ovr");
+    level.file = create_work_file(f.files.overview, ".ovr");
     busy_wait_ms(20);
     if (!level.file.valid() || ftruncate(level.file.get(), static_cast<off_t>(size)) != 0)
         return 0;

@@ -58,8 +58,8 @@ void journal_document(const CChildFrame& f)
     record["working"] = f.szFileName;
     // Where the document came from, wherever the program was started.
     std::error_code error;
-    record["original"] = f.szPathName.empty() ? std::string()
-                                              : std::filesystem::absolute(f.szPathName, error).lexically_normal().string();
+    record["original"] = f.files.path.empty() ? std::string()
+                                              : std::filesystem::absolute(f.files.path, error).lexically_normal().string();
     record["display"] = f.szDisplayName;
     record["channels"] = std::to_string(f.wfx.nChannels);
     record["bits"] = std::to_string(f.wfx.wBitsPerSample);
@@ -67,8 +67,8 @@ void journal_document(const CChildFrame& f)
     record["samples"] = std::to_string(f.nTotalSamples);
     record["time"] = std::to_string(static_cast<long long>(std::time(nullptr)));
     int n = 0;
-    for (const std::string* name : {&f.szFileName, &f.szOverviewFileName, &f.szUndoFileName, &f.szRedoFileName,
-                                    &f.szSelectionCopyName, &f.otherVersion.overviewFileName})
+    for (const std::string* name : {&f.szFileName, &f.files.overview, &f.szUndoFileName, &f.szRedoFileName,
+                                    &f.files.selectionCopy, &f.versions.other.overviewFileName})
         if (!name->empty())
             record["owned." + std::to_string(n++)] = *name;
     write_journal_record(idOf(f), record);

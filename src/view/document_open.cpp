@@ -129,9 +129,9 @@ int open_document(CChildFrame& f, bool newEmpty)
     }
     const bool truncated = data_chunk_truncated != 0;
     initialise_fields(f);
-    f.szPathName = szOpenedFileName;
+    f.files.path = szOpenedFileName;
     // A document opened from an AVI's sound track keeps the AVI for its video.
-    f.szAviFileName = szOpenedAviFileName;
+    f.files.aviSource = szOpenedAviFileName;
     szOpenedAviFileName.clear();
     if (!load_document_file(f))
         return 0;
@@ -174,7 +174,7 @@ int open_raw_document(CChildFrame& f, const std::string& raw, std::uint64_t byte
     if (!load_document_file(f))
         return 0;
     apply_initial_zoom(f, preferences().zoomedInitialDisplay, screen_width_pixels());
-    f.szPathName = pathName;
+    f.files.path = pathName;
     f.szDisplayName = title;
     f.bModified = 1;
     journal_document(f);

@@ -11,7 +11,7 @@ QImage document_picture(CChildFrame& f, int width, int height, int level, std::u
                         long* valuesPerColumn)
 {
     // What the picture changes of the view, put back afterwards.
-    const int clientWidth = f.nClientWidth, clientHeight = f.nClientHeight, zoomLevel = f.nZoomLevel;
+    const int clientWidth = f.layout.clientWidth, clientHeight = f.layout.clientHeight, zoomLevel = f.nZoomLevel;
     const float zoom = f.fZoom;
     const std::uint32_t firstSample = f.nFirstSample;
     const int scrollPos = f.nScrollPos, scrollMax = f.nScrollMax, scrollStep = f.nScrollStep;
@@ -20,13 +20,13 @@ QImage document_picture(CChildFrame& f, int width, int height, int level, std::u
 
     // The control row of the window is not drawn: lay out a client area
     // that much taller and leave it off the picture.
-    f.nClientWidth = width;
-    f.nClientHeight = height + nControlRowHeight;
+    f.layout.clientWidth = width;
+    f.layout.clientHeight = height + nControlRowHeight;
     f.nZoomLevel = std::clamp(level, 1, std::max(1, f.nMaxZoomLevel));
     f.fZoom = std::ldexp(1.0f, f.nZoomLevel - 1);
     f.nFirstSample = first & static_cast<std::uint32_t>(frame_mask(f));
     compute_scroll_range(f, true);
-    f.bRedrawAll = true;
+    f.layout.redrawAll = true;
     WaveformRenderer renderer(width);
     QImage client;
     renderer.paint(f, client, timeFormat);
@@ -34,8 +34,8 @@ QImage document_picture(CChildFrame& f, int width, int height, int level, std::u
         *valuesPerColumn = renderer.maxValuesPerColumn();
     const QImage picture = client.copy(0, 0, width, height);
 
-    f.nClientWidth = clientWidth;
-    f.nClientHeight = clientHeight;
+    f.layout.clientWidth = clientWidth;
+    f.layout.clientHeight = clientHeight;
     f.nZoomLevel = zoomLevel;
     f.fZoom = zoom;
     f.nFirstSample = firstSample;
@@ -46,6 +46,6 @@ QImage document_picture(CChildFrame& f, int width, int height, int level, std::u
     f.fSelStartPixel = startPixel;
     f.fSelEndPixel = endPixel;
     f.nCaretX = caret;
-    f.bRedrawAll = f.bSizeChanged = true;
+    f.layout.redrawAll = f.layout.sizeChanged = true;
     return picture;
 }

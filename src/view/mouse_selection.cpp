@@ -12,7 +12,7 @@
 namespace {
 
 // A click lands on whole pixel columns: the display grid.
-float snapped(int x, const CChildFrame& f) { return static_cast<float>(std::clamp(x, 0, f.nClientWidth)); }
+float snapped(int x, const CChildFrame& f) { return static_cast<float>(std::clamp(x, 0, f.layout.clientWidth)); }
 
 bool acceptsClicks(const CChildFrame& f) { return f.nTotalSamples > 8 && !transport_state().busy(); }
 
@@ -30,7 +30,7 @@ void extendTo(CChildFrame& f, float x)
 void selectFromStrip(CChildFrame& f, int x1, int x2)
 {
     const double n = f.nTotalSamples;
-    const double w = std::max(1, f.nClientWidth);
+    const double w = std::max(1, f.layout.clientWidth);
     const auto start = static_cast<std::uint32_t>(std::min(x1, x2) * n / w);
     const auto end = static_cast<std::uint32_t>(std::min(std::trunc(std::max(x1, x2) * n / w), n));
     set_selection_units(f, start, end);
@@ -88,7 +88,7 @@ ViewZone zone_at(const CChildFrame& f, int y)
         return ViewZone::Strip;
     if (y < f.nInfoHeight + nRulerHeight)
         return ViewZone::Ruler;
-    if (y >= f.nClientHeight - nControlRowHeight)
+    if (y >= f.layout.clientHeight - nControlRowHeight)
         return ViewZone::Controls;
     return ViewZone::Waveform;
 }
@@ -97,7 +97,7 @@ int channels_at(const CChildFrame& f, int y)
 {
     if (f.wfx.nChannels != 2)
         return 3;
-    const int h = f.nClientHeight - f.nInfoHeight - nControlRowHeight - nRulerHeight;
+    const int h = f.layout.clientHeight - f.nInfoHeight - nControlRowHeight - nRulerHeight;
     const int top = f.nInfoHeight + nRulerHeight;
     if (y < top + h / 4)
         return 1;
@@ -128,20 +128,20 @@ bool left_button_down(CChildFrame& f, int x, int y, bool shift)
     const ViewZone zone = zone_at(f, y);
     if (zone == ViewZone::Strip) {
         f.bHighlight = 0;
-        f.bStripDrag = true;
-        f.nStripDragX1 = f.nStripDragX2 = std::clamp(x, 0, f.nClientWidth);
+        f.mouse.stripDrag = true;
+        f.mouse.stripDragX1 = f.mouse.stripDragX2 = std::clamp(x, 0, f.layout.clientWidth);
         return true;
     }
     if (zone != ViewZone::Waveform)
         return false;
     const float px = snapped(x, f);
     if (f.bHighlight && !shift && px >= f.fSelStartPixel && px <= f.fSelEndPixel) {
-        f.bHighlightDragPending = true;
-        f.nHighlightDragX = x;
-        f.nHighlightDragY = y;
+        f.mouse.highlightDragPending = true;
+        f.mouse.highlightDragX = x;
+        f.mouse.highlightDragY = y;
         return false;
     }
-    f.bSelecting = true;
+    f.mouse.selecting = true;
     if (!shift || !f.bHighlight) {
         f.bHighlight = 0;
         f.fSelStartPixel = f.fSelEndPixel = px;
@@ -168,19 +168,19 @@ bool mouse_moved(CChildFrame& f, int x, int y, bool leftDown, bool shift)
 {
     if (!leftDown)
         return false;
-    if (f.bStripDrag) {
-        f.nStripDragX2 = std::clamp(x, 0, f.nClientWidth);
-        selectFromStrip(f, f.nStripDragX1, f.nStripDragX2);
+    if (f.mouse.stripDrag) {
+        f.mouse.stripDragX2 = std::clamp(x, 0, f.layout.clientWidth);
+        selectFromStrip(f, f.mouse.stripDragX1, f.mouse.stripDragX2);
         return true;
     }
-    if (f.bHighlightDragPending) {
-        if (!shift && (std::abs(x - f.nHighlightDragX) > 5 || std::abs(y - f.nHighlightDragY) >= 6)) {
-            f.bHighlightDragPending = false;
-            f.bHighlightDragging = true;
+    if (f.mouse.highlightDragPending) {
+        if (!shift && (std::abs(x - f.mouse.highlightDragX) > 5 || std::abs(y - f.mouse.highlightDragY) >= 6)) {
+            f.mouse.highlightDragPending = false;
+            f.mouse.highlightDragging = true;
         }
         return false;
     }
-    if (!f.bSelecting)
+    if (!f.mouse.selecting)
         return false;
     extendTo(f, snapped(x, f));
     return true;
@@ -188,20 +188,20 @@ bool mouse_moved(CChildFrame& f, int x, int y, bool leftDown, bool shift)
 
 bool left_button_up(CChildFrame& f, int x, int)
 {
-    if (f.bStripDrag) {
-        f.bStripDrag = false;
-        zoom_to_region(f, f.nStripDragX1, std::clamp(x, 0, f.nClientWidth));
+    if (f.mouse.stripDrag) {
+        f.mouse.stripDrag = false;
+        zoom_to_region(f, f.mouse.stripDragX1, std::clamp(x, 0, f.layout.clientWidth));
         return true;
     }
-    if (f.bHighlightDragging || f.bHighlightDragPending) {
+    if (f.mouse.highlightDragging || f.mouse.highlightDragPending) {
         // A highlight dragged out as data is dropped by the edit commands.
-        f.bHighlightDragging = false;
-        f.bHighlightDragPending = false;
+        f.mouse.highlightDragging = false;
+        f.mouse.highlightDragPending = false;
         return false;
     }
-    if (!f.bSelecting)
+    if (!f.mouse.selecting)
         return false;
-    f.bSelecting = false;
+    f.mouse.selecting = false;
     if (!f.bHighlight) {
         f.bLeftChannel = f.bRightChannel = 1;
         f.nCaretX = static_cast<int>(snapped(x, f));
@@ -215,12 +215,12 @@ bool left_button_up(CChildFrame& f, int x, int)
 void zoom_to_region(CChildFrame& f, int x1, int x2)
 {
     const int a = std::max(1, std::min(x1, x2));
-    const int b = std::min(f.nClientWidth, std::max(x1, x2));
+    const int b = std::min(f.layout.clientWidth, std::max(x1, x2));
     selectFromStrip(f, a, b);
     f.nFirstSample = 0;
     f.fZoom = 1.0f;
     const std::uint32_t length = f.nSelEnd - f.nSelStart;
-    while (f.fZoom < f.fMaxZoom && f.sample_to_pixel(length) < f.nClientWidth / 2.0f)
+    while (f.fZoom < f.fMaxZoom && f.sample_to_pixel(length) < f.layout.clientWidth / 2.0f)
         f.fZoom *= 2.0f;
     f.fZoom = std::clamp(f.fZoom, 1.0f, f.fMaxZoom);
     f.nZoomLevel = std::clamp(static_cast<int>(std::log2(f.fZoom)) + 1, 1, f.nMaxZoomLevel);
@@ -228,7 +228,7 @@ void zoom_to_region(CChildFrame& f, int x1, int x2)
     f.bHighlight = 1;
     f.bLeftChannel = f.bRightChannel = 1;
     compute_scroll_range(f);
-    f.bRedrawAll = true;
+    f.layout.redrawAll = true;
     f.fSelStartPixel = f.sample_to_pixel(f.nSelStart);
     f.fSelEndPixel = f.sample_to_pixel(f.nSelEnd);
     f.nCaretX = static_cast<int>(f.fSelStartPixel);

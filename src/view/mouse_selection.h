@@ -5,7 +5,7 @@
 class CChildFrame;
 
 // The highlight and the mouse. Positions are client coordinates of the
-// document window; the frame's nClientWidth and nClientHeight give its size.
+// document window; the frame's layout gives its size.
 
 // Recomputes nSelStart/nSelEnd and their byte and millisecond forms from the
 // highlight's pixels (or the whole file without a highlight).

@@ -24,7 +24,7 @@ int save_by_type(CChildFrame& f, const std::string& name, int type, int selectio
         return save_wav_by_type(f, path, selectionOnly, o);
     };
     r.picture = [&f](int width, int height) { return document_picture(f, width, height, 1, 0, 1); };
-    r.aviSource = f.szAviFileName;
+    r.aviSource = f.files.aviSource;
     r.channels = f.wfx.nChannels;
     return file_types()[static_cast<std::size_t>(type)].save(r);
 }

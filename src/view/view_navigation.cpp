@@ -14,13 +14,13 @@ namespace {
 // Units in a tenth and in nine tenths of the window, from the current first sample.
 std::int64_t unitsTo(const CChildFrame& f, double fraction)
 {
-    return static_cast<std::int64_t>(f.pixel_to_level_index(static_cast<float>(fraction * f.nClientWidth))) -
+    return static_cast<std::int64_t>(f.pixel_to_level_index(static_cast<float>(fraction * f.layout.clientWidth))) -
            f.nFirstSample;
 }
 
 bool showsPastEnd(const CChildFrame& f)
 {
-    return f.sample_to_pixel(f.nTotalSamples) < static_cast<float>(f.nClientWidth);
+    return f.sample_to_pixel(f.nTotalSamples) < static_cast<float>(f.layout.clientWidth);
 }
 
 }  // namespace
@@ -75,14 +75,14 @@ void compute_scroll_range(CChildFrame& f, bool sizeChange)
             first_sample_from_scroll(f);
         }
         ++f.nScrollMax;
-        f.bRedrawAll = true;
+        f.layout.redrawAll = true;
     }
     if (f.nScrollMax > 0 && f.nScrollMax < 1000) {
         f.fScrollScale = 1000.0f / static_cast<float>(f.nScrollMax);
         f.nScrollMax = 1000;
         f.nScrollPos = static_cast<int>(f.nScrollPos * f.fScrollScale);
     }
-    f.bRecomputeScroll = false;
+    f.layout.recomputeScroll = false;
 }
 
 int scroll_bar_position(const CChildFrame& f)
@@ -114,23 +114,23 @@ bool scroll(CChildFrame& f, ScrollRequest request, int thumb)
         break;
     case ScrollRequest::PageLeft:
         pos = std::max(0, pos - f.nScrollMax / 5);
-        f.bRedrawAll = true;
+        f.layout.redrawAll = true;
         break;
     case ScrollRequest::PageRight:
         pos = std::min(f.nScrollMax, pos + f.nScrollMax / 5);
-        f.bRedrawAll = true;
+        f.layout.redrawAll = true;
         break;
     case ScrollRequest::Thumb:
         pos = f.nScrollStep * thumb;
-        f.bRedrawAll = true;
+        f.layout.redrawAll = true;
         break;
     case ScrollRequest::ToStart:
         pos = 0;
-        f.bRedrawAll = true;
+        f.layout.redrawAll = true;
         break;
     case ScrollRequest::ToEnd:
         pos = f.nScrollMax;
-        f.bRedrawAll = true;
+        f.layout.redrawAll = true;
         break;
     }
     pos = std::clamp(pos, 0, f.nScrollMax);
@@ -142,9 +142,9 @@ bool scroll(CChildFrame& f, ScrollRequest request, int thumb)
     first_sample_from_scroll(f);
     if (line) {
         if (f.nZoomLevel != 1)
-            f.nLineScrollDirection = pos < f.nPrevScrollPos ? -1 : pos > f.nPrevScrollPos ? 1 : 0;
+            f.mouse.lineScrollDirection = pos < f.nPrevScrollPos ? -1 : pos > f.nPrevScrollPos ? 1 : 0;
         else
-            f.bRedrawAll = true;
+            f.layout.redrawAll = true;
     }
     f.nPrevScrollPos = pos;
     update_highlight_pixels(f);
@@ -158,7 +158,7 @@ bool zoom_in(CChildFrame& f)
     f.nZoomLevel = std::min(f.nZoomLevel + 1, f.nMaxZoomLevel);
     f.fZoom *= 2.0f;
     compute_scroll_range(f);
-    f.bRedrawAll = true;
+    f.layout.redrawAll = true;
     update_highlight_pixels(f);
     return true;
 }
@@ -170,7 +170,7 @@ bool zoom_out(CChildFrame& f)
     f.fZoom *= 0.5f;
     f.nZoomLevel = std::max(f.nZoomLevel - 1, 1);
     compute_scroll_range(f);
-    f.bRedrawAll = true;
+    f.layout.redrawAll = true;
     update_highlight_pixels(f);
     return true;
 }
@@ -198,7 +198,7 @@ int fitting_zoom_level(const CChildFrame& f)
     const double frames = static_cast<double>(f.nTotalSamples) / f.wfx.nChannels;
     int level = 1;
     for (int l = 2; l <= f.nMaxZoomLevel; ++l) {
-        if (frames * std::ldexp(1.0, l - 1) / f.fMaxZoom > f.nClientWidth)
+        if (frames * std::ldexp(1.0, l - 1) / f.fMaxZoom > f.layout.clientWidth)
             break;
         level = l;
     }
@@ -207,13 +207,13 @@ int fitting_zoom_level(const CChildFrame& f)
 
 bool zoom_to_fit(CChildFrame& f)
 {
-    if (f.nClientWidth <= 0)
+    if (f.layout.clientWidth <= 0)
         return false;
     f.nZoomLevel = fitting_zoom_level(f);
     f.fZoom = std::ldexp(1.0f, f.nZoomLevel - 1);
     f.nFirstSample = 0;
     compute_scroll_range(f);
-    f.bRedrawAll = true;
+    f.layout.redrawAll = true;
     update_highlight_pixels(f);
     return true;
 }
@@ -231,7 +231,7 @@ bool zoom_at(CChildFrame& f, int x, bool in)
     const double first = std::clamp(at - x * unitsPerPixel, 0.0, static_cast<double>(f.nTotalSamples));
     f.nFirstSample = static_cast<std::uint32_t>(static_cast<std::int64_t>(first) & frame_mask(f));
     compute_scroll_range(f);
-    f.bRedrawAll = true;
+    f.layout.redrawAll = true;
     update_highlight_pixels(f);
     return true;
 }
@@ -240,7 +240,7 @@ void go_to_beginning(CChildFrame& f)
 {
     f.nScrollPos = 0;
     first_sample_from_scroll(f);
-    f.bRedrawAll = true;
+    f.layout.redrawAll = true;
     update_highlight_pixels(f);
 }
 
@@ -248,7 +248,7 @@ void go_to_end(CChildFrame& f)
 {
     f.nScrollPos = f.nScrollMax;
     first_sample_from_scroll(f);
-    f.bRedrawAll = true;
+    f.layout.redrawAll = true;
     update_highlight_pixels(f);
 }
 
@@ -258,7 +258,7 @@ bool go_to_highlight(CChildFrame& f)
         return false;
     const std::uint32_t kept = f.nFirstSample;
     f.nFirstSample = 0;
-    const std::uint32_t lead = f.pixel_to_level_index(static_cast<float>(f.nClientWidth / 10));
+    const std::uint32_t lead = f.pixel_to_level_index(static_cast<float>(f.layout.clientWidth / 10));
     if (f.nSelStart < lead) {
         f.nFirstSample = kept;
         return false;
@@ -267,7 +267,7 @@ bool go_to_highlight(CChildFrame& f)
     const std::int64_t tenth = scroll_unit(f);
     if (tenth > 0)
         f.nScrollPos = static_cast<int>(static_cast<double>(f.nFirstSample) * f.fScrollScale / tenth);
-    f.bRedrawAll = true;
+    f.layout.redrawAll = true;
     update_highlight_pixels(f);
     return true;
 }
@@ -279,7 +279,7 @@ void select_all(CChildFrame& f)
     set_selection_units(f, 0, f.nTotalSamples);
     update_highlight_pixels(f);
     f.nCaretX = 0;
-    f.bRedrawAll = true;
+    f.layout.redrawAll = true;
 }
 
 bool nudge(CChildFrame& f, int command)

@@ -5,7 +5,7 @@
 class CChildFrame;
 
 // Scrolling, zooming and moving about a document. Every routine works on the
-// frame's fields for its client size (nClientWidth) and sets the redraw
+// frame's fields for its client size (layout.clientWidth) and sets the redraw
 // flags the next paint needs.
 
 // The frame mask of sample positions: none for 1-byte frames, even for

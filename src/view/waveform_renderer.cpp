@@ -113,9 +113,9 @@ int WaveformRenderer::drawingHeight(const CChildFrame& f, int clientHeight)
 
 void WaveformRenderer::paint(CChildFrame& f, QImage& client, int timeFormat)
 {
-    const int height = drawingHeight(f, f.nClientHeight);
+    const int height = drawingHeight(f, f.layout.clientHeight);
     const int s = m_scale;
-    bool full = f.bRedrawAll || f.bRedrawRuler || f.bSizeChanged || f.nLineScrollDirection != 0;
+    bool full = f.layout.redrawAll || f.layout.redrawRuler || f.layout.sizeChanged || f.mouse.lineScrollDirection != 0;
     if (m_wave.isNull() || m_wave.height() != height * s || m_wave.width() != m_screenWidth * s) {
         m_wave = QImage(m_screenWidth * s, height * s, QImage::Format_RGB32);
         m_wave.setDevicePixelRatio(s);
@@ -126,16 +126,16 @@ void WaveformRenderer::paint(CChildFrame& f, QImage& client, int timeFormat)
 
     // The client image has the device's pixels; everything drawn with a
     // painter below uses the window's own (logical) coordinates.
-    if (client.size() != QSize(f.nClientWidth * s, f.nClientHeight * s))
-        client = QImage(f.nClientWidth * s, f.nClientHeight * s, QImage::Format_RGB32);
+    if (client.size() != QSize(f.layout.clientWidth * s, f.layout.clientHeight * s))
+        client = QImage(f.layout.clientWidth * s, f.layout.clientHeight * s, QImage::Format_RGB32);
     client.setDevicePixelRatio(s);
     client.fill(kRulerGrey);
     QPainter p(&client);
     const int rulerTop = f.nInfoHeight + kStripHeight;
-    p.drawImage(QPoint(0, rulerTop), m_ruler, QRect(0, 0, f.nClientWidth * s, (nRulerHeight - kStripHeight) * s));
+    p.drawImage(QPoint(0, rulerTop), m_ruler, QRect(0, 0, f.layout.clientWidth * s, (nRulerHeight - kStripHeight) * s));
     const int waveTop = f.nInfoHeight + nRulerHeight;
-    const int waveRows = std::max(0, f.nClientHeight - nControlRowHeight - waveTop);
-    p.drawImage(QPoint(0, waveTop), m_wave, QRect(0, 0, f.nClientWidth * s, std::min(waveRows, height) * s));
+    const int waveRows = std::max(0, f.layout.clientHeight - nControlRowHeight - waveTop);
+    p.drawImage(QPoint(0, waveTop), m_wave, QRect(0, 0, f.layout.clientWidth * s, std::min(waveRows, height) * s));
     p.end();
     drawStrip(f, client);
     drawTimemarks(f, client);
@@ -148,10 +148,10 @@ void WaveformRenderer::paint(CChildFrame& f, QImage& client, int timeFormat)
     }
     drawCaret(f, client);
 
-    f.bRedrawAll = false;
-    f.bRedrawRuler = false;
-    f.bSizeChanged = false;
-    f.nLineScrollDirection = 0;
+    f.layout.redrawAll = false;
+    f.layout.redrawRuler = false;
+    f.layout.sizeChanged = false;
+    f.mouse.lineScrollDirection = 0;
 }
 
 void WaveformRenderer::drawWaveformBitmap(CChildFrame& f, bool full)
@@ -263,7 +263,7 @@ void WaveformRenderer::traceWaveform(CChildFrame& f, bool full)
     if (source != Source::Coarse && !f.levels[level].mapped())
         return;
     std::int64_t first = f.nFirstSample >> shift;
-    std::int64_t end = static_cast<std::int64_t>(f.pixel_to_sample(static_cast<float>(f.nClientWidth))) >> shift;
+    std::int64_t end = static_cast<std::int64_t>(f.pixel_to_sample(static_cast<float>(f.layout.clientWidth))) >> shift;
     std::int64_t last = (static_cast<std::int64_t>(f.nTotalSamples) >> shift) - c - 1;
     const std::int64_t available =
         source == Source::Coarse ? static_cast<std::int64_t>(f.coarseOverview.size())
@@ -405,7 +405,7 @@ void WaveformRenderer::drawRuler(CChildFrame& f, int timeFormat)
     QFont font = p.font();
     font.setPixelSize(11);
     p.setFont(font);
-    const int width = f.nClientWidth;
+    const int width = f.layout.clientWidth;
     const int top = 0;
     const int bottom = nRulerHeight - kStripHeight;  // the rows that are shown
 
@@ -465,18 +465,18 @@ void WaveformRenderer::drawStrip(const CChildFrame& f, QImage& client)
 {
     // The whole document across the window; the part in view is darker.
     QPainter p(&client);
-    const QRect strip(0, f.nInfoHeight, f.nClientWidth, kStripHeight);
+    const QRect strip(0, f.nInfoHeight, f.layout.clientWidth, kStripHeight);
     p.fillRect(strip, QColor(168, 168, 168));
     if (f.nTotalSamples > 0) {
-        const double w = f.nClientWidth;
+        const double w = f.layout.clientWidth;
         const double from = f.pixel_to_sample(0.0f) * w / f.nTotalSamples;
         const double to = std::min<double>(f.pixel_to_sample(static_cast<float>(w)), f.nTotalSamples) * w /
                           f.nTotalSamples;
         p.fillRect(QRectF(from, strip.top() + 3, std::max(2.0, to - from), kStripHeight - 6), QColor(96, 96, 96));
     }
-    if (f.bStripDrag) {
-        const int a = std::min(f.nStripDragX1, f.nStripDragX2);
-        const int b = std::max(f.nStripDragX1, f.nStripDragX2);
+    if (f.mouse.stripDrag) {
+        const int a = std::min(f.mouse.stripDragX1, f.mouse.stripDragX2);
+        const int b = std::max(f.mouse.stripDragX1, f.mouse.stripDragX2);
         p.setCompositionMode(QPainter::RasterOp_SourceXorDestination);
         p.fillRect(QRect(a, strip.top(), b - a, kStripHeight), Qt::white);
     }
@@ -489,7 +489,7 @@ void WaveformRenderer::drawHighlight(const CChildFrame& f, QImage& client)
     const int a = static_cast<int>(std::floor(std::min(f.fSelStartPixel, f.fSelEndPixel)));
     const int b = static_cast<int>(std::ceil(std::max(f.fSelStartPixel, f.fSelEndPixel)));
     const int waveTop = f.nInfoHeight + nRulerHeight;
-    const int waveBottom = f.nClientHeight - nControlRowHeight;
+    const int waveBottom = f.layout.clientHeight - nControlRowHeight;
     const int middle = waveTop + (waveBottom - waveTop) / 2;
     int top = waveTop;
     int bottom = waveBottom;
@@ -499,17 +499,17 @@ void WaveformRenderer::drawHighlight(const CChildFrame& f, QImage& client)
     }
     QPainter p(&client);
     p.setCompositionMode(QPainter::RasterOp_SourceXorDestination);
-    p.fillRect(QRect(std::max(0, a), top, std::min(f.nClientWidth, std::max(b, a + 1)) - std::max(0, a),
+    p.fillRect(QRect(std::max(0, a), top, std::min(f.layout.clientWidth, std::max(b, a + 1)) - std::max(0, a),
                      bottom - top),
                Qt::white);
 }
 
 void WaveformRenderer::drawCaret(const CChildFrame& f, QImage& client)
 {
-    if (f.nCaretX < 0 || f.nCaretX >= f.nClientWidth)
+    if (f.nCaretX < 0 || f.nCaretX >= f.layout.clientWidth)
         return;
     const int top = f.nInfoHeight + nRulerHeight;
-    const int bottom = f.nClientHeight - nControlRowHeight;
+    const int bottom = f.layout.clientHeight - nControlRowHeight;
     QPainter p(&client);
     for (int y = top; y < bottom; y += 2)
         p.fillRect(QRect(f.nCaretX, y, 1, 1), QColor(255, 0, 0));
@@ -523,13 +523,13 @@ void WaveformRenderer::drawTimemarks(const CChildFrame& f, QImage& client)
     p.setFont(font);
     const QFontMetrics metrics(font);
     const int base = f.nInfoHeight + nRulerHeight;
-    const int bottom = f.nClientHeight - nControlRowHeight;
+    const int bottom = f.layout.clientHeight - nControlRowHeight;
     for (std::size_t i = 0; i < f.timemarks.size(); ++i) {
         const Timemark& mark = f.timemarks[i];
         const int x = static_cast<int>(f.sample_to_pixel(mark.position));
-        if (x < 0 || x >= f.nClientWidth)
+        if (x < 0 || x >= f.layout.clientWidth)
             continue;
-        const bool current = static_cast<int>(i) == f.nCurrentTimemark;
+        const bool current = static_cast<int>(i) == f.currentTimemark;
         const QColor fill = current ? m_colours.markerText : m_colours.marker;
         const QColor edge = current ? m_colours.marker : m_colours.markerText;
         // The icon, 9 x 11 with its left edge at x - 4 and its top 13 rows

@@ -25,7 +25,7 @@ class WaveformRenderer {
 public:
     explicit WaveformRenderer(int screenWidth);
 
-    // Paints the client area of `frame` (its nClientWidth x nClientHeight)
+    // Paints the client area of `frame` (its layout's client width x height)
     // into `client`, consuming the frame's redraw flags. The bottom control
     // row is left for the window's own controls.
     void paint(CChildFrame& frame, QImage& client, int timeFormat);

@@ -220,7 +220,7 @@ TEST_F(FileDialogsTest, TheFileDialogsAndTheirColumnsFitTheScreen)
 {
     auto f = openTone(2, 16, 44100, 1000);
     ASSERT_TRUE(f);
-    f->szPathName = path("tone.wav");
+    f->files.path = path("tone.wav");
     writeFile(path("a file with a rather long name for the list.wav"), WavBuilder::pcm(1, 8000, 8, {1, 2, 3}));
     const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
     ASSERT_EQ(screen.size(), QSize(1280, 800));

@@ -96,7 +96,7 @@ TEST_F(RecoveryTest, DocumentsOfAKilledProgramAreOfferedAtStart)
         ASSERT_EQ(frame.documents().size(), 1);
         CChildFrame& f = frame.documents().first()->frame();
         EXPECT_EQ(f.szDisplayName.rfind("song.wav (recovered, ", 0), 0u) << f.szDisplayName;
-        EXPECT_EQ(f.szPathName, path("song.wav"));
+        EXPECT_EQ(f.files.path, path("song.wav"));
         EXPECT_EQ(f.bModified, 1);
         EXPECT_EQ(readFile(f.szFileName), data);
         EXPECT_EQ(workingFiles().size(), 2u) << "only the new document's own working and overview files";

@@ -26,7 +26,7 @@ protected:
         writeFile(path("t.wav"), WavBuilder::pcm(2, 44100, 16, WavBuilder::indexedFrames(44100)));
         doc = open_document_file(path("t.wav"));
         ASSERT_TRUE(doc);
-        doc->nClientWidth = 1000;
+        doc->layout.clientWidth = 1000;
     }
     void TearDown() override
     {

@@ -37,8 +37,8 @@ protected:
                                                     static_cast<std::uint16_t>(bits), data));
         auto f = open_document_file(path("tone.wav"));
         if (f) {
-            f->nClientWidth = clientWidth;
-            f->nClientHeight = clientHeight;
+            f->layout.clientWidth = clientWidth;
+            f->layout.clientHeight = clientHeight;
         }
         return f;
     }

@@ -286,7 +286,7 @@ TEST_F(ForeignFormatsTest, AviSoundTracksOpenAndAviFilesAreWrittenWithVideo)
     auto fromAvi = open_document_file(made);
     ASSERT_TRUE(fromAvi);
     EXPECT_EQ(szOpenedFileName, exchange_file_path("TESTAVI.WAV"));
-    EXPECT_EQ(fromAvi->szAviFileName, made);
+    EXPECT_EQ(fromAvi->files.aviSource, made);
     EXPECT_EQ(fromAvi->wfx.nChannels, 2);
     EXPECT_EQ(fromAvi->wfx.nSamplesPerSec, 22050u);
     const std::vector<std::int16_t> original = samples16(WavBuilder::pcm(2, 22050, 16, source));

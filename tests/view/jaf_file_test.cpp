@@ -162,7 +162,7 @@ TEST_F(JafFileTest, ACompressedFileExpandsBackWithinTheCodecsLoss)
     host.clearShown();
     auto back = open_document_file(jaf);
     ASSERT_TRUE(back);
-    EXPECT_EQ(back->szPathName, path("signal-2.wav"));
+    EXPECT_EQ(back->files.path, path("signal-2.wav"));
     EXPECT_EQ(readFile(path("signal.wav")), originalFile);
     ASSERT_FALSE(host.shown().empty());
     EXPECT_NE(host.shown().front().text.find("signal.wav already exists beside signal.jaf"), std::string::npos);

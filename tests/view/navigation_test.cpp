@@ -102,11 +102,11 @@ TEST_F(NavigationTest, ClicksChooseChannelsByZoneAndDragsMakeTheHighlight)
 
     // A click inside the highlight only makes a drag pending.
     left_button_down(*f, 100, 200, false);
-    EXPECT_TRUE(f->bHighlightDragPending);
+    EXPECT_TRUE(f->mouse.highlightDragPending);
     mouse_moved(*f, 104, 203, true, false);
-    EXPECT_FALSE(f->bHighlightDragging);
+    EXPECT_FALSE(f->mouse.highlightDragging);
     mouse_moved(*f, 106, 203, true, false);
-    EXPECT_TRUE(f->bHighlightDragging);
+    EXPECT_TRUE(f->mouse.highlightDragging);
     left_button_up(*f, 106, 203);
     EXPECT_EQ(f->fSelStartPixel, 50.0f);
     EXPECT_EQ(f->fSelEndPixel, 150.0f);
@@ -145,12 +145,12 @@ TEST_F(NavigationTest, AStripDragZoomsToTheRegion)
 {
     atLevel(1);
     left_button_down(*f, 100, 5, false);
-    EXPECT_TRUE(f->bStripDrag);
+    EXPECT_TRUE(f->mouse.stripDrag);
     mouse_moved(*f, 500, 5, true, false);
     EXPECT_EQ(f->nSelStart, 88200u);   // 100 / 1000 of the document
     EXPECT_EQ(f->nSelEnd, 441000u);
     left_button_up(*f, 500, 5);
-    EXPECT_FALSE(f->bStripDrag);
+    EXPECT_FALSE(f->mouse.stripDrag);
     EXPECT_EQ(f->bHighlight, 1);
     // 352800 units fill half of 1000 pixels from fZoom 2: 2 / 1024 x 352800 = 689.
     EXPECT_EQ(f->fZoom, 2.0f);
@@ -166,7 +166,7 @@ TEST_F(NavigationTest, ZoomCommandsStopAtTheEnds)
     EXPECT_TRUE(zoom_out(*f));
     EXPECT_EQ(f->nZoomLevel, 9);
     EXPECT_EQ(f->fZoom, 256.0f);
-    EXPECT_TRUE(f->bRedrawAll);
+    EXPECT_TRUE(f->layout.redrawAll);
     EXPECT_TRUE(zoom_minimum(*f));
     EXPECT_EQ(f->nZoomLevel, 1);
     EXPECT_EQ(f->fZoom, 1.0f);
@@ -191,7 +191,7 @@ TEST_F(NavigationTest, MinimumZoomAndFitToWindowShowTheFileFromItsStart)
         SCOPED_TRACE(client);
         atLevel(9);
         go_to_end(*f);
-        f->nClientWidth = client;
+        f->layout.clientWidth = client;
         EXPECT_TRUE(zoom_to_fit(*f));
         EXPECT_EQ(f->nFirstSample, 0u);
         EXPECT_EQ(f->fZoom, std::ldexp(1.0f, f->nZoomLevel - 1));
@@ -202,7 +202,7 @@ TEST_F(NavigationTest, MinimumZoomAndFitToWindowShowTheFileFromItsStart)
             EXPECT_GT(widthAt(f->nZoomLevel + 1), client);
         }
     }
-    f->nClientWidth = 1800;
+    f->layout.clientWidth = 1800;
     zoom_to_fit(*f);
     EXPECT_EQ(f->nZoomLevel, 2);  // 1723 pixels of data in 1800
     EXPECT_EQ(f->nScrollPos, 0);
@@ -244,7 +244,7 @@ TEST_F(NavigationTest, ScrollingFollowsTheRangeArithmetic)
     scroll(*f, ScrollRequest::LineRight);
     EXPECT_EQ(f->nScrollPos, 1);
     EXPECT_EQ(f->nFirstSample, 200u);
-    EXPECT_EQ(f->nLineScrollDirection, 1);
+    EXPECT_EQ(f->mouse.lineScrollDirection, 1);
     scroll(*f, ScrollRequest::PageRight);
     EXPECT_EQ(f->nScrollPos, 1 + 4401 / 5);
     scroll(*f, ScrollRequest::ToEnd);
@@ -353,8 +353,8 @@ TEST(LongDocumentNavigation, TheEndIsReachableAtEveryLevelOfATwoHourFile)
         for (int l = 1; l < f.nMaxZoomLevel; ++l)
             f.nLevelLength[l] = f.nTotalSamples;
         f.nLevelLength[1] = f.nTotalSamples / 128;  // the overview: 2 values per 256 frames and channel
-        f.nClientWidth = 1000;
-        f.nClientHeight = 400;
+        f.layout.clientWidth = 1000;
+        f.layout.clientHeight = 400;
 
         for (int level = 1; level <= f.nMaxZoomLevel; ++level) {
             SCOPED_TRACE(testing::Message() << channels << " channels, level " << level);

@@ -89,7 +89,7 @@ TEST_F(RendererTest, AtEveryLevelTheEndOfTheDataIsInViewAndTheBricksStartRightAf
         f->nFirstSample = 0;
         compute_scroll_range(*f);
         go_to_end(*f);
-        f->bRedrawAll = true;
+        f->layout.redrawAll = true;
         const QImage image = paint(*f, r);
         int lastTrace = -1;
         int firstBrick = -1;
@@ -148,7 +148,7 @@ TEST_F(RendererTest, NeverReadsMoreThan256ValuesAColumn)
         f->fZoom = std::ldexp(1.0f, level - 1);
         f->nFirstSample = 0;
         compute_scroll_range(*f);
-        f->bRedrawAll = true;
+        f->layout.redrawAll = true;
         paint(*f, r);
         EXPECT_LE(r.maxValuesPerColumn(), 256) << level;
         EXPECT_GT(r.columnsDrawn(), 0) << level;
@@ -184,7 +184,7 @@ TEST_F(RendererTest, TheCoarseOverviewDrawsWhatTheOverviewDraws)
     EXPECT_LE(coarse.maxValuesPerColumn(), 8);
     const std::vector<std::int16_t> kept = f->coarseOverview;
     f->coarseOverview.clear();
-    f->bRedrawAll = true;
+    f->layout.redrawAll = true;
     WaveformRenderer plain(200);
     const QImage withOverview = paint(*f, plain);
     EXPECT_EQ(plain.maxValuesPerColumn(), 512);
@@ -212,7 +212,7 @@ TEST_F(RendererTest, APaintWithoutRedrawFlagsOnlyAddsColumnsRightOfTheLastOne)
     const QImage second = paint(*f, r);  // nothing changed, no flag set
     EXPECT_EQ(r.columnsDrawn(), 0);
     EXPECT_TRUE(first == second);
-    f->bRedrawAll = true;
+    f->layout.redrawAll = true;
     paint(*f, r);
     EXPECT_GT(r.columnsDrawn(), 800);
 }
@@ -240,7 +240,7 @@ TEST_F(RendererTest, TheHighlightIsInvertedOverItsChannel)
     preferences().colorDisplay = false;
     r.setColours(DisplayColours::fromPreferences(preferences()));
     f->bHighlight = 0;
-    f->bRedrawAll = true;
+    f->layout.redrawAll = true;
     const QImage grey = paint(*f, r);
     EXPECT_EQ(at(grey, 800, 46 + 20), qRgb(255, 255, 255) & 0xFFFFFF);
 }
