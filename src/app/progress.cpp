@@ -6,18 +6,30 @@
 
 #include <cstdio>
 
-HWND progress_dialog = nullptr;
-std::string progress_text;
-bool progress_cancel_allowed = false;
-HWND current_progress_box = nullptr;
-
 namespace {
 
+ProgressState g_progress;
 constexpr int kTimeLeftControl = 1039;
-int g_operations = 0;
-bool g_abort = false;
+int& g_operations = g_progress.operations;
+bool& g_abort = g_progress.abort;
 TimeLeftEstimate g_estimate;
-bool g_waitCursor = false;
+bool& g_waitCursor = g_progress.waitCursor;
+
+}  // namespace
+
+ProgressState& progress_state() { return g_progress; }
+void reset_progress_state()
+{
+    g_progress = ProgressState{};
+    g_estimate = TimeLeftEstimate{};
+}
+
+HWND& progress_dialog = g_progress.progress_dialog;
+std::string& progress_text = g_progress.progress_text;
+bool& progress_cancel_allowed = g_progress.progress_cancel_allowed;
+HWND& current_progress_box = g_progress.current_progress_box;
+
+namespace {
 
 void drawTimeLeft(const std::string& text)
 {

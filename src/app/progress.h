@@ -13,10 +13,24 @@
 // per block; the scope closes the box and puts the cursor back however the
 // operation ends.
 
-extern HWND progress_dialog;
-extern std::string progress_text;
-extern bool progress_cancel_allowed;
-extern HWND current_progress_box;
+// The progress box's state, in one object; the names below refer into it.
+struct ProgressState {
+    HWND progress_dialog = nullptr;
+    std::string progress_text;
+    bool progress_cancel_allowed = false;
+    HWND current_progress_box = nullptr;
+    int operations = 0;       // scopes open now
+    bool abort = false;       // Cancel was pressed
+    bool waitCursor = false;  // the wait cursor is up
+};
+ProgressState& progress_state();
+// Closes nothing: puts every value back to its start (between tests).
+void reset_progress_state();
+
+extern HWND& progress_dialog;
+extern std::string& progress_text;
+extern bool& progress_cancel_allowed;
+extern HWND& current_progress_box;
 
 HWND display_message_dialog(const char* text, int showCancel);
 void terminate_message_dialog(HWND box);

@@ -7,12 +7,19 @@
 #include <cmath>
 #include <vector>
 
-std::uint32_t output_level = 255;
-int volume_both_channels = 1;
-int volume_uniform = 1;
-std::uint32_t mixer_previous_level = 0;
-int master_aux_device = -1;
-std::uint32_t software_volume_word = 0xFFFFFFFFu;
+namespace {
+VolumeState g_volume;
+}  // namespace
+
+VolumeState& volume_state() { return g_volume; }
+void reset_volume_state() { g_volume = VolumeState{}; }
+
+std::uint32_t& output_level = g_volume.output_level;
+int& volume_both_channels = g_volume.volume_both_channels;
+int& volume_uniform = g_volume.volume_uniform;
+std::uint32_t& mixer_previous_level = g_volume.mixer_previous_level;
+int& master_aux_device = g_volume.master_aux_device;
+std::uint32_t& software_volume_word = g_volume.software_volume_word;
 
 void set_output_volume(std::uint32_t level)
 {

@@ -6,16 +6,28 @@
 // on the program's own output stream, 255 being unity; or, when the user has
 // turned on "Control the system mixer" and there is one, the mixer's master
 // control (the desktop's volume is the user's, not ours, unless asked).
-extern std::uint32_t output_level;
-extern int volume_both_channels;  // 1: as volume_uniform says; 0: right channel only
-extern int volume_uniform;        // with both channels: 1 one value for all, 0 left only
-extern std::uint32_t mixer_previous_level;
-extern int master_aux_device;
+// The values live in one object; the names below refer into it.
+struct VolumeState {
+    std::uint32_t output_level = 255;
+    int volume_both_channels = 1;  // 1: as volume_uniform says; 0: right channel only
+    int volume_uniform = 1;        // with both channels: 1 one value for all, 0 left only
+    std::uint32_t mixer_previous_level = 0;
+    int master_aux_device = -1;
+    // The gain on the program's own stream: the classic volume word, the
+    // left channel's in the low 16 bits and the right's in the high 16
+    // bits, 0..65535 each, 65535 being unity (0 dB).
+    std::uint32_t software_volume_word = 0xFFFFFFFFu;
+};
+VolumeState& volume_state();
+// Back to the start values (between tests); the sound card is not touched.
+void reset_volume_state();
 
-// The gain on the program's own stream: the classic volume word, the left
-// channel's in the low 16 bits and the right's in the high 16 bits, 0..65535
-// each, 65535 being unity (0 dB).
-extern std::uint32_t software_volume_word;
+extern std::uint32_t& output_level;
+extern int& volume_both_channels;
+extern int& volume_uniform;
+extern std::uint32_t& mixer_previous_level;
+extern int& master_aux_device;
+extern std::uint32_t& software_volume_word;
 
 // The stream gain of a level: 255 is unity, every step below it 0.25 dB
 // quieter (so the record dialog's slider is linear in dB), 0 is silence.

@@ -10,8 +10,6 @@
 
 #include <algorithm>
 
-SilenceLength silence_length;
-std::uint32_t silence_units = 0;
 
 namespace {
 
@@ -34,7 +32,7 @@ bool append(CChildFrame& d, const std::string& from, std::uint64_t bytes, std::u
 
 }  // namespace
 
-int edit_operation(CChildFrame& s, CChildFrame& d, bool clipboardCopy, int code)
+int edit_operation(CChildFrame& s, CChildFrame& d, bool clipboardCopy, int code, std::uint32_t silenceUnits)
 {
     if (d.szFileName.empty())
         return 0;
@@ -63,7 +61,7 @@ int edit_operation(CChildFrame& s, CChildFrame& d, bool clipboardCopy, int code)
     }
     std::uint64_t insertLength = insert.bytes;
     if (code == kInsertSilence)
-        insertLength = static_cast<std::uint64_t>(silence_units) * bps;
+        insertLength = static_cast<std::uint64_t>(silenceUnits) * bps;
 
     const std::uint64_t total = static_cast<std::uint64_t>(d.nTotalSamples) * bps;
     const std::uint64_t start = align_to_frame(d, static_cast<std::uint64_t>(d.nSelStart) * bps);
@@ -153,6 +151,5 @@ int trim_command(CChildFrame& f)
 
 int insert_silence_command(CChildFrame& f, std::uint32_t units)
 {
-    silence_units = units;
-    return edit_operation(f, f, false, kInsertSilence);
+    return edit_operation(f, f, false, kInsertSilence, units);
 }

@@ -14,7 +14,6 @@
 #include <new>
 #include <vector>
 
-MixSettings mix_settings;
 
 namespace {
 

@@ -13,7 +13,7 @@ struct MixSettings {
     int crossfadeCurve = 1;  // 1 linear, 0 exponential
     MixTarget target = MixTarget::Both;
 };
-extern MixSettings mix_settings;
+extern MixSettings& mix_settings;
 
 // Mixes `length` bytes of the insert source with the destination passage that
 // starts at byte `start` of the destination's file, writing the result at the

@@ -14,6 +14,8 @@ PresetContext& preset_context()
     return context;
 }
 
+void reset_preset_context() { preset_context() = PresetContext{}; }
+
 std::string preset_file_path(const std::string& name)
 {
     const std::string path = join_path(user_directory(), name);

@@ -22,6 +22,8 @@ struct PresetContext {
 constexpr int kMaxPresets = 100;
 
 PresetContext& preset_context();
+// No preset context (between tests).
+void reset_preset_context();
 // The preset file named `name` in the user's folder; on first use the
 // starting presets shipped beside the program are copied there.
 std::string preset_file_path(const std::string& name);

@@ -21,7 +21,6 @@
 #include <unistd.h>
 #include <vector>
 
-HWND clipboard_source_frame = nullptr;
 
 std::string clipboard_data_path() { return join_path(data_directory(), "clipbord.clp"); }
 std::string clipboard_text_path() { return join_path(data_directory(), "cliptext.clp"); }

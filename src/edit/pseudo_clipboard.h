@@ -36,8 +36,8 @@ std::string format_text(const ClipboardFormat& format);
 std::optional<ClipboardFormat> parse_format_text(const std::string& text);
 ClipboardFormat format_of(const CChildFrame& frame);
 
-// The frame the clipboard was last filled from.
-extern HWND clipboard_source_frame;
+// The frame the clipboard was last filled from (edit_state.h).
+extern HWND& clipboard_source_frame;
 
 // Copies the frame's highlight into the clipboard (one channel when only one
 // of a stereo pair is highlighted). 1 on success.

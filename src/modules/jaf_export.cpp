@@ -185,9 +185,7 @@ int compress_to_jaf_file(const std::string& target)
 
     const std::string compressed = converter_output_path();
     ::unlink(compressed.c_str());
-    jaf_conversion = true;
-    const int converted = convert_wave_file(nullptr, staged.temporaryPath(), compressed);
-    jaf_conversion = false;
+    const int converted = convert_wave_file(nullptr, staged.temporaryPath(), compressed, jaf_ratio);
     if (!converted) {
         ::unlink(compressed.c_str());
         ErrMsg("Failed to decompress file");

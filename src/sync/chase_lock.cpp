@@ -11,8 +11,15 @@
 
 #include <cstdio>
 
-int smpte_frame_rate = 24;
-int chase_preroll_frames = 0;
+namespace {
+ChaseSettings g_chaseSettings;
+}  // namespace
+
+ChaseSettings& chase_settings() { return g_chaseSettings; }
+void reset_chase_settings() { g_chaseSettings = ChaseSettings{}; }
+
+int& smpte_frame_rate = g_chaseSettings.smpte_frame_rate;
+int& chase_preroll_frames = g_chaseSettings.chase_preroll_frames;
 
 namespace {
 

@@ -22,12 +22,21 @@ constexpr int kChaseStart = 1893;
 constexpr int kChaseNudgeBack = 427;
 constexpr int kChaseNudgeForward = 428;
 
-// The frame rate chase lock counts and ticks at (24 until set: the loop
-// set-up sets 30, the command line --fps).
-extern int smpte_frame_rate;
-// Frames added to the time code when re-arming after a restart, and ticks of
-// fresh code to wait before re-arming.
-extern int chase_preroll_frames;
+// The settings chase lock runs with, in one object; the names below refer
+// into it.
+struct ChaseSettings {
+    // The frame rate chase lock counts and ticks at (24 until set: the loop
+    // set-up sets 30, the command line --fps).
+    int smpte_frame_rate = 24;
+    // Frames added to the time code when re-arming after a restart, and
+    // ticks of fresh code to wait before re-arming.
+    int chase_preroll_frames = 0;
+};
+ChaseSettings& chase_settings();
+void reset_chase_settings();
+
+extern int& smpte_frame_rate;
+extern int& chase_preroll_frames;
 
 // Chase lock: playback of a document follows incoming MIDI Time Code. It
 // starts when the code reaches the cue point, stops when the code stops

@@ -26,7 +26,6 @@ extern "C" {
 #include <unistd.h>
 #include <vector>
 
-std::string szOpenedAviFileName;
 
 namespace {
 

@@ -10,7 +10,7 @@
 
 // The AVI a document is opened from (set by the open dispatch, taken by the
 // next document that opens).
-extern std::string szOpenedAviFileName;
+extern std::string& szOpenedAviFileName;
 
 // Writes the AVI's sound track as a RIFF WAVE file: 16-bit (8-bit sources
 // stay 8-bit), mono or stereo (more channels are mixed to two), the track's

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <map>
 
-std::vector<CuePoint> cue_points_to_write;
 
 namespace {
 

@@ -19,7 +19,7 @@ struct CuePoint {
 
 // The cue points written into the next file that create_waveform_format_header
 // makes (between "fmt " and "data"); the saver sets them and clears them after.
-extern std::vector<CuePoint> cue_points_to_write;
+extern std::vector<CuePoint>& cue_points_to_write;
 
 // Writes the "cue " chunk and the "LIST"/"adtl" chunk at the file's position.
 // Nothing is written for an empty list. 1 on success.

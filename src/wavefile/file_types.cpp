@@ -12,8 +12,6 @@
 #include <cctype>
 #include <utility>
 
-int last_file_type = kTypeWav;
-
 namespace {
 
 std::function<int(const SaveRequest&)>& jafExporter()

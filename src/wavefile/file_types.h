@@ -42,7 +42,7 @@ std::vector<FileType> readable_file_types();
 int file_type_of(const std::string& name, int otherwise);
 // The type chosen last (in the open dialog, or by the last file opened),
 // which a name of no known extension keeps.
-extern int last_file_type;
+extern int& last_file_type;
 // file_type_of with the type chosen last, which it then becomes.
 int remember_file_type(const std::string& name);
 

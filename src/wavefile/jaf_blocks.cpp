@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <vector>
 
-int jaf_button = 2000;
 
 std::uint32_t jaf_average_bytes(float ratio)
 {

@@ -12,7 +12,7 @@
 // The ratios of the dialog's buttons 2000..2004.
 constexpr std::array<float, 5> kJafRatios = {1.47f, 1.764f, 2.0f, 2.205f, 2.8224f};
 // The button that is on (persisting through the program's run).
-extern int jaf_button;
+extern int& jaf_button;
 // The average-bytes field a ratio is recorded as: 44100 / ratio in double
 // precision from the single-precision ratio, truncated.
 std::uint32_t jaf_average_bytes(float ratio);

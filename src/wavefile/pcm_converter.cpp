@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <vector>
 
-PcmConversionParameters conversion_parameters;
 
 namespace {
 

@@ -15,7 +15,7 @@ struct PcmConversionParameters {
     std::uint32_t destinationBytes = 1;
     std::uint32_t destinationChannels = 1;
 };
-extern PcmConversionParameters conversion_parameters;
+extern PcmConversionParameters& conversion_parameters;
 
 // Starts a conversion with the parameters as they stand; false when the
 // resampler cannot be made.

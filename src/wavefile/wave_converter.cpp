@@ -14,8 +14,6 @@
 #include <new>
 #include <vector>
 
-bool jaf_conversion = false;
-float jaf_ratio = 1.0f;
 
 namespace {
 
@@ -64,7 +62,7 @@ bool writeChunk(RiffFile& file, const char (&id)[5], const std::vector<unsigned 
 
 }  // namespace
 
-std::optional<AdpcmFormat> conversion_destination(const AdpcmFormat& s)
+std::optional<AdpcmFormat> conversion_destination(const AdpcmFormat& s, float jafRatio)
 {
     AdpcmFormat d;
     d.channels = s.channels;
@@ -101,14 +99,14 @@ std::optional<AdpcmFormat> conversion_destination(const AdpcmFormat& s)
         ErrMsg("This wave converter application does not know how to convert current format!");
         return std::nullopt;
     }
-    if (jaf_conversion)
+    if (jafRatio > 0.0f)
         // The quotient in double precision from the single-precision ratio,
         // truncated: 29999 for 1.47, 15624 for 2.8224.
-        d.avgBytesPerSec = static_cast<std::uint32_t>(44100.0 / static_cast<double>(jaf_ratio > 0.0f ? jaf_ratio : 1.0f));
+        d.avgBytesPerSec = static_cast<std::uint32_t>(44100.0 / static_cast<double>(jafRatio));
     return d;
 }
 
-int convert_wave_file(HWND, const std::string& sourceName, const std::string& destinationName)
+int convert_wave_file(HWND, const std::string& sourceName, const std::string& destinationName, float jafRatio)
 {
     std::unique_ptr<wave_io_info> info;
     if (wioFileOpen(&info, sourceName.c_str(), 0) != WIOERR_NOERROR) {
@@ -121,7 +119,7 @@ int convert_wave_file(HWND, const std::string& sourceName, const std::string& de
     if (source.formatTag == 2 && source.samplesPerBlock == 0 && source.channels >= 1 && source.channels <= 2 &&
         source.blockAlign > 7 * source.channels)
         source.samplesPerBlock = adpcm_samples_per_block(source.blockAlign, source.channels);
-    const std::optional<AdpcmFormat> destination = conversion_destination(source);
+    const std::optional<AdpcmFormat> destination = conversion_destination(source, jafRatio);
     if (!destination)
         return 0;
     const bool encoding = source.formatTag == 1;

@@ -14,12 +14,12 @@
 // shown) when the pair is not one the converter handles: PCM of 8 or 16 bits,
 // 1 or 2 channels at exactly 11025, 22050 or 44100 Hz; ADPCM of 4 bits with
 // exactly the standard seven coefficient pairs.
-std::optional<AdpcmFormat> conversion_destination(const AdpcmFormat& source);
+// When a JAF file is being made (`jafRatio` above 0), the destination's
+// average bytes per second is 44100 / jafRatio instead.
+std::optional<AdpcmFormat> conversion_destination(const AdpcmFormat& source, float jafRatio = 0.0f);
 
 // 1 when the conversion completed, 0 otherwise (the reason has been shown).
-int convert_wave_file(HWND owner, const std::string& source, const std::string& destination);
+int convert_wave_file(HWND owner, const std::string& source, const std::string& destination, float jafRatio = 0.0f);
 
-// Set while a JAF file is being made: the destination's average bytes per
-// second is then 44100 / jaf_ratio.
-extern bool jaf_conversion;
-extern float jaf_ratio;
+// The ratio of the JAF file being made or read (wave_state.h).
+extern float& jaf_ratio;

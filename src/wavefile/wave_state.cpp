@@ -3,24 +3,36 @@
 #include "wavefile/byte_order.h"
 #include "wavefile/riff_info.h"
 
-WaveFormat current_wave_format;
-WaveFmtRecord wave_fmt_record;
-ChunkInfo riff_chunk_info;
-ChunkInfo data_chunk_info;
-std::uint32_t data_chunk_size = 0;
-std::uint64_t data_chunk_offset = 0;
-int data_chunk_truncated = 0;
-std::uint16_t input_format_tag = 0;
-int header_read_ok = 0;
-int info_chunk_present = 0;
-std::uint32_t new_file_counter = 0;
-std::shared_ptr<InfoList> last_info_list;
+namespace {
+WaveState g_waveState;
+}  // namespace
 
-std::string szOpenedFileName;
-int bOpenedByConverter = 0;
-int bNeedsConversion = 0;
-int bCopyOneChannel = 0;
-int nChannelSelector = 2;
+WaveState& wave_state() { return g_waveState; }
+void reset_wave_state() { g_waveState = WaveState{}; }
+
+WaveFormat& current_wave_format = g_waveState.current_wave_format;
+WaveFmtRecord& wave_fmt_record = g_waveState.wave_fmt_record;
+ChunkInfo& riff_chunk_info = g_waveState.riff_chunk_info;
+ChunkInfo& data_chunk_info = g_waveState.data_chunk_info;
+std::uint32_t& data_chunk_size = g_waveState.data_chunk_size;
+std::uint64_t& data_chunk_offset = g_waveState.data_chunk_offset;
+int& data_chunk_truncated = g_waveState.data_chunk_truncated;
+std::uint16_t& input_format_tag = g_waveState.input_format_tag;
+int& header_read_ok = g_waveState.header_read_ok;
+int& info_chunk_present = g_waveState.info_chunk_present;
+std::uint32_t& new_file_counter = g_waveState.new_file_counter;
+std::shared_ptr<InfoList>& last_info_list = g_waveState.last_info_list;
+std::vector<CuePoint>& cue_points_to_write = g_waveState.cue_points_to_write;
+std::string& szOpenedFileName = g_waveState.szOpenedFileName;
+std::string& szOpenedAviFileName = g_waveState.szOpenedAviFileName;
+int& bOpenedByConverter = g_waveState.bOpenedByConverter;
+int& bNeedsConversion = g_waveState.bNeedsConversion;
+int& bCopyOneChannel = g_waveState.bCopyOneChannel;
+int& nChannelSelector = g_waveState.nChannelSelector;
+int& last_file_type = g_waveState.last_file_type;
+PcmConversionParameters& conversion_parameters = g_waveState.conversion_parameters;
+float& jaf_ratio = g_waveState.jaf_ratio;
+int& jaf_button = g_waveState.jaf_button;
 
 namespace {
 InputCapsQuery g_capsQuery = nullptr;
@@ -60,25 +72,6 @@ void fill_fmt_record_from_current_format()
                                       f.nSamplesPerSec;
     wave_fmt_record.nBlockAlign = static_cast<std::uint16_t>(f.nBytesPerSample * f.nChannels);
     wave_fmt_record.wBitsPerSample = f.wBitsPerSample;
-}
-
-void reset_wave_state()
-{
-    current_wave_format = WaveFormat{};
-    wave_fmt_record = WaveFmtRecord{};
-    riff_chunk_info = ChunkInfo{};
-    data_chunk_info = ChunkInfo{};
-    data_chunk_size = 0;
-    input_format_tag = 0;
-    header_read_ok = 0;
-    info_chunk_present = 0;
-    new_file_counter = 0;
-    last_info_list.reset();
-    szOpenedFileName.clear();
-    bOpenedByConverter = 0;
-    bNeedsConversion = 0;
-    bCopyOneChannel = 0;
-    nChannelSelector = 2;
 }
 
 void set_wave_input_caps_query(InputCapsQuery query) { g_capsQuery = query; }

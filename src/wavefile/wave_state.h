@@ -1,5 +1,7 @@
 #pragma once
 
+#include "wavefile/cue_chunk.h"
+#include "wavefile/pcm_converter.h"
 #include "wavefile/riff_file.h"
 
 #include <array>
@@ -35,42 +37,78 @@ struct WaveFmtRecord {
     static WaveFmtRecord fromBytes(const unsigned char* bytes);
 };
 
-extern WaveFormat current_wave_format;
-extern WaveFmtRecord wave_fmt_record;
-// Descriptors of the "RIFF" and "data" chunks of the file being written,
-// kept from the header write to the final ascend, even across a close and
-// reopen of the file.
-extern ChunkInfo riff_chunk_info;
-extern ChunkInfo data_chunk_info;
-extern std::uint32_t data_chunk_size;
-// Where the samples of the file last read start: the offset of its "data"
-// chunk's contents. Nothing before or after that chunk is audio.
-extern std::uint64_t data_chunk_offset;
-// Set when the file last read ends before the size its "data" chunk
-// announces: data_chunk_size then counts the whole frames that are present.
-extern int data_chunk_truncated;
-extern std::uint16_t input_format_tag;
-extern int header_read_ok;
-extern int info_chunk_present;
-extern std::uint32_t new_file_counter;
-// The INFO list of the file last opened through wioFileOpen, written back by
-// the header writer while info_chunk_present is set.
-extern std::shared_ptr<InfoList> last_info_list;
+// The state the file routines share, in one object: the format of the file
+// being read, created or written and its chunks, what the last opening
+// found, and the settings of the conversions. Each value keeps the name the
+// program knows it by (below); reset_wave_state() puts all of them back.
+struct WaveState {
+    WaveFormat current_wave_format;
+    WaveFmtRecord wave_fmt_record;
+    // Descriptors of the "RIFF" and "data" chunks of the file being written,
+    // kept from the header write to the final ascend, even across a close
+    // and reopen of the file.
+    ChunkInfo riff_chunk_info;
+    ChunkInfo data_chunk_info;
+    std::uint32_t data_chunk_size = 0;
+    // Where the samples of the file last read start: the offset of its
+    // "data" chunk's contents. Nothing before or after that chunk is audio.
+    std::uint64_t data_chunk_offset = 0;
+    // Set when the file last read ends before the size its "data" chunk
+    // announces: data_chunk_size then counts the whole frames present.
+    int data_chunk_truncated = 0;
+    std::uint16_t input_format_tag = 0;
+    int header_read_ok = 0;
+    int info_chunk_present = 0;
+    std::uint32_t new_file_counter = 0;
+    // The INFO list of the file last opened through wioFileOpen, written back
+    // by the header writer while info_chunk_present is set.
+    std::shared_ptr<InfoList> last_info_list;
+    // The cue points the next header written carries (cue_chunk.h).
+    std::vector<CuePoint> cue_points_to_write;
 
-// Opening state shared by the open, new-file and converter paths.
-extern std::string szOpenedFileName;
-extern int bOpenedByConverter;
-extern int bNeedsConversion;
-// Set while a new file is made from a one-channel highlight.
-extern int bCopyOneChannel;
-extern int nChannelSelector;
+    // Opening state shared by the open, new-file and converter paths.
+    std::string szOpenedFileName;
+    std::string szOpenedAviFileName;  // the AVI whose sound was opened (avi_file.h)
+    int bOpenedByConverter = 0;
+    int bNeedsConversion = 0;
+    // Set while a new file is made from a one-channel highlight.
+    int bCopyOneChannel = 0;
+    int nChannelSelector = 2;
+    // The file type chosen last (file_types.h).
+    int last_file_type = 0;
+
+    // The sample-format conversion's parameters (pcm_converter.h).
+    PcmConversionParameters conversion_parameters;
+    // JAF: the ratio of the file being made or read, and the dialog's button
+    // that is on (persisting through the program's run).
+    float jaf_ratio = 1.0f;
+    int jaf_button = 2000;
+};
+WaveState& wave_state();
+// Puts every value of the wave state back to its start value.
+void reset_wave_state();
+
+extern WaveFormat& current_wave_format;
+extern WaveFmtRecord& wave_fmt_record;
+extern ChunkInfo& riff_chunk_info;
+extern ChunkInfo& data_chunk_info;
+extern std::uint32_t& data_chunk_size;
+extern std::uint64_t& data_chunk_offset;
+extern int& data_chunk_truncated;
+extern std::uint16_t& input_format_tag;
+extern int& header_read_ok;
+extern int& info_chunk_present;
+extern std::uint32_t& new_file_counter;
+extern std::shared_ptr<InfoList>& last_info_list;
+extern std::string& szOpenedFileName;
+extern int& bOpenedByConverter;
+extern int& bNeedsConversion;
+extern int& bCopyOneChannel;
+extern int& nChannelSelector;
 
 // Fills wave_fmt_record from current_wave_format: tag 1, and average bytes
 // and block align from bytes per sample as it stands.
 void fill_fmt_record_from_current_format();
-// Puts every value above back to its start value.
-void reset_wave_state();
-
 // Answers which formats the chosen wave input device supports, as a mask of
 // the WAVE_FORMAT_* bits below. Until an audio back-end installs a query,
 // every format counts as supported.

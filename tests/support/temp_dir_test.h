@@ -5,7 +5,7 @@
 #include "app/preferences.h"
 #include "app/file_names.h"
 #include "app/progress.h"
-#include "wavefile/wave_state.h"
+#include "support/program_state.h"
 
 #include <gtest/gtest.h>
 
@@ -34,10 +34,8 @@ protected:
         setenv("ONDRAVA_HOME", (m_dir + "/ondrava").c_str(), 1);
         host.setQuiet(true);
         setUiHost(&host);
-        reset_wave_state();
+        reset_program_state();
         preferences() = Preferences{};
-        progress_dialog = nullptr;
-        current_progress_box = nullptr;
     }
 
     void TearDown() override
