@@ -104,14 +104,9 @@ int compress_to_jaf_file(const std::string& target)
         NewErrMsg(5070);
         return 0;
     }
-    wave_fmt_record = f.wfx;
-    wave_fmt_record.nAvgBytesPerSec = jaf_average_bytes(jaf_ratio);
-    int headerWritten = 0;
-    {
-        const DocumentInfoForHeader info(f);
-        headerWritten = create_waveform_format_header(out, 0);
-    }
-    if (!headerWritten) {
+    WaveFmtRecord format = f.wfx;
+    format.nAvgBytesPerSec = jaf_average_bytes(jaf_ratio);
+    if (!write_waveform_header(out, 0, {format, f.infoList.get(), {}})) {
         return 0;
     }
     std::vector<std::int16_t> input, output;

@@ -100,19 +100,6 @@ void swap_version(CChildFrame& f, VersionState& v)
     std::swap(f.coarseOverview, v.coarseOverview);
 }
 
-DocumentInfoForHeader::DocumentInfoForHeader(const CChildFrame& frame)
-    : m_present(info_chunk_present), m_list(last_info_list)
-{
-    last_info_list = frame.infoList;
-    info_chunk_present = frame.infoList ? 1 : 0;
-}
-
-DocumentInfoForHeader::~DocumentInfoForHeader()
-{
-    info_chunk_present = m_present;
-    last_info_list = std::move(m_list);
-}
-
 CChildFrame* CChildFrame::GetTheFuckingHandle() { return g_active; }
 
 CChildFrame* CChildFrame::get_private_member() { return frame_from_handle(hWaveWnd); }

@@ -221,20 +221,6 @@ private:
 // format) with a version record.
 void swap_version(CChildFrame& frame, VersionState& version);
 
-// While it lives, the header writer writes this document's INFO items and
-// no other's (the process-wide pending list is set aside and put back).
-class DocumentInfoForHeader {
-public:
-    explicit DocumentInfoForHeader(const CChildFrame& frame);
-    ~DocumentInfoForHeader();
-    DocumentInfoForHeader(const DocumentInfoForHeader&) = delete;
-    DocumentInfoForHeader& operator=(const DocumentInfoForHeader&) = delete;
-
-private:
-    int m_present;
-    std::shared_ptr<InfoList> m_list;
-};
-
 // Makes `frame` the active document (null for none).
 void set_active_frame(CChildFrame* frame);
 // The frame registered for a window handle, or null.

@@ -97,23 +97,17 @@ int write_waveform_file(CChildFrame& f, const std::string& path, const std::stri
     }
     long long position = selectionOnly ? static_cast<long long>(f.nSelStart) * bytesPerSample : 0;
 
-    set_pcm_fmt_record(channels, rate, bits);
-    // The document's time marks go into the file with its samples.
-    cue_points_to_write = timemarks_to_cue_points(f, selectionOnly ? f.nSelStart : 0,
-                                                  selectionOnly ? f.nSelEnd : f.nTotalSamples + 1,
-                                                  static_cast<double>(rate) / std::max<std::uint32_t>(1, f.wfx.nSamplesPerSec));
+    // The document's own INFO items and time marks go into the file with its
+    // samples.
+    const WaveHeaderContent content{
+        pcm_fmt_record(channels, rate, bits), f.infoList.get(),
+        timemarks_to_cue_points(f, selectionOnly ? f.nSelStart : 0, selectionOnly ? f.nSelEnd : f.nTotalSamples + 1,
+                                static_cast<double>(rate) / std::max<std::uint32_t>(1, f.wfx.nSamplesPerSec))};
     // More than 4 GiB of samples (a long document converted to more
     // channels, bits or a higher rate) take the RF64 form.
     const double outputBytes = static_cast<double>(total) * channels * (bits / 8) * rate /
                                std::max(1.0, static_cast<double>(f.wfx.nChannels) * bytesPerSample * f.wfx.nSamplesPerSec);
-    int headerWritten = 0;
-    {
-        const DocumentInfoForHeader info(f);
-        headerWritten = needs_rf64(static_cast<std::uint64_t>(outputBytes)) ? create_rf64_waveform_header(out)
-                                                                              : create_waveform_format_header(out, 0);
-    }
-    cue_points_to_write.clear();
-    if (!headerWritten)
+    if (!write_waveform_header(out, 0, content, needs_rf64(static_cast<std::uint64_t>(outputBytes))))
         return 0;
 
     std::vector<unsigned char> buffer;
@@ -232,7 +226,6 @@ int save_wav_by_type(CChildFrame& f, const std::string& target, int selectionOnl
 
 int new_file_from_selection(CChildFrame& f)
 {
-    wave_fmt_record = f.wfx;
     new_file_counter += 1;
     char leaf[32];
     std::snprintf(leaf, sizeof leaf, "SAMPLE%u.WAV", new_file_counter);
@@ -254,8 +247,7 @@ int new_file_from_selection(CChildFrame& f)
             message_box(f.hWaveWnd, "Can't create new wave file " + name, "Record File", MB_OK | MB_ICONEXCLAMATION);
             return 0;
         }
-        const DocumentInfoForHeader info(f);
-        if (!create_waveform_format_header(file, 0))
+        if (!write_waveform_header(file, 0, {f.wfx, f.infoList.get(), {}}))
             return 0;
     }
     const std::uint32_t bytes = (f.nSelEnd - f.nSelStart) * static_cast<std::uint32_t>(f.bytesPerSample());

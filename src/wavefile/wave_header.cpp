@@ -42,8 +42,9 @@ namespace {
 
 constexpr std::uint32_t kDs64Size = 28;  // RIFF size, data size, sample count, an empty table
 
-int writeHeader(RiffFile& file, std::uint32_t dataSize, bool wide)
+int writeHeader(RiffFile& file, std::uint32_t dataSize, bool wide, const WaveHeaderContent& content)
 {
+    wave_fmt_record = content.format;
     riff_chunk_info = ChunkInfo{};
     riff_chunk_info.fccType = kWave;
     riff_chunk_info.cksize = 0;
@@ -66,15 +67,14 @@ int writeHeader(RiffFile& file, std::uint32_t dataSize, bool wide)
             return 0;
         }
     }
-    if (info_chunk_present && last_info_list &&
-        write_info_list(&file, last_info_list.get()) != INFO_OK) {
+    if (content.info && write_info_list(&file, const_cast<InfoList*>(content.info)) != INFO_OK) {
         NewErrMsg(5031);
         return 0;
     }
     data_chunk_info = ChunkInfo{};
     data_chunk_info.ckid = kFmt;
     data_chunk_info.cksize = WaveFmtRecord::kSize;
-    const auto record = wave_fmt_record.toBytes();
+    const auto record = content.format.toBytes();
     if (file.createChunk(data_chunk_info, 0) != MMSYSERR_NOERROR ||
         file.write(record.data(), WaveFmtRecord::kSize) != WaveFmtRecord::kSize ||
         file.ascend(data_chunk_info) != MMSYSERR_NOERROR) {
@@ -83,7 +83,7 @@ int writeHeader(RiffFile& file, std::uint32_t dataSize, bool wide)
     }
     // Time marks go before the samples: the loader takes the samples from
     // the end of the file, so nothing may follow them.
-    if (!write_cue_chunks(file, cue_points_to_write)) {
+    if (!write_cue_chunks(file, content.cues)) {
         NewErrMsg(5031);
         return 0;
     }
@@ -128,9 +128,28 @@ int completeRf64(RiffFile& file)
 
 }  // namespace
 
-int create_waveform_format_header(RiffFile& file, std::uint32_t dataSize) { return writeHeader(file, dataSize, false); }
+namespace {
 
-int create_rf64_waveform_header(RiffFile& file) { return writeHeader(file, 0, true); }
+// The content the exported routines write: the pending format, INFO list and
+// cue points.
+WaveHeaderContent pendingContent()
+{
+    return {wave_fmt_record, info_chunk_present ? last_info_list.get() : nullptr, cue_points_to_write};
+}
+
+}  // namespace
+
+int create_waveform_format_header(RiffFile& file, std::uint32_t dataSize)
+{
+    return writeHeader(file, dataSize, false, pendingContent());
+}
+
+int create_rf64_waveform_header(RiffFile& file) { return writeHeader(file, 0, true, pendingContent()); }
+
+int write_waveform_header(RiffFile& file, std::uint32_t dataSize, const WaveHeaderContent& content, bool rf64)
+{
+    return writeHeader(file, rf64 ? 0 : dataSize, rf64, content);
+}
 
 bool needs_rf64(std::uint64_t dataBytes)
 {
@@ -381,26 +400,25 @@ std::string wave_facts_text(const WaveFacts& facts)
     return text;
 }
 
-void set_pcm_fmt_record(int channels, std::uint32_t rate, int bits)
+WaveFmtRecord pcm_fmt_record(int channels, std::uint32_t rate, int bits)
 {
     const auto blockAlign = static_cast<std::uint16_t>(channels * bits / 8);
-    wave_fmt_record.wFormatTag = 1;
-    wave_fmt_record.nChannels = static_cast<std::uint16_t>(channels);
-    wave_fmt_record.nSamplesPerSec = rate;
-    wave_fmt_record.nBlockAlign = blockAlign;
-    wave_fmt_record.nAvgBytesPerSec = rate * blockAlign;
-    wave_fmt_record.wBitsPerSample = static_cast<std::uint16_t>(bits);
+    WaveFmtRecord r;
+    r.wFormatTag = 1;
+    r.nChannels = static_cast<std::uint16_t>(channels);
+    r.nSamplesPerSec = rate;
+    r.nBlockAlign = blockAlign;
+    r.nAvgBytesPerSec = rate * blockAlign;
+    r.wBitsPerSample = static_cast<std::uint16_t>(bits);
+    return r;
+}
+
+void set_pcm_fmt_record(int channels, std::uint32_t rate, int bits)
+{
+    wave_fmt_record = pcm_fmt_record(channels, rate, bits);
 }
 
 int create_plain_waveform_header(RiffFile& file, int channels, std::uint32_t rate, int bits)
 {
-    const int info = info_chunk_present;
-    std::vector<CuePoint> cues;
-    cues.swap(cue_points_to_write);
-    info_chunk_present = 0;
-    set_pcm_fmt_record(channels, rate, bits);
-    const int written = create_waveform_format_header(file, 0);
-    info_chunk_present = info;
-    cues.swap(cue_points_to_write);
-    return written;
+    return write_waveform_header(file, 0, {pcm_fmt_record(channels, rate, bits), nullptr, {}});
 }

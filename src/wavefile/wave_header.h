@@ -1,13 +1,35 @@
 #pragma once
 
+#include "wavefile/cue_chunk.h"
+#include "wavefile/wave_state.h"
+
 #include <cstdint>
 #include <string>
+#include <vector>
 
 class RiffFile;
 struct ChunkInfo;
+struct InfoList;
 
-// Writes "RIFF"/"WAVE", the INFO list when one is pending, the 16-byte "fmt "
-// chunk from wave_fmt_record, and opens the "data" chunk with the given size,
+// What a header carries besides its sizes: the "fmt " record, the INFO list
+// (none when null) and the cue points of the time marks.
+struct WaveHeaderContent {
+    WaveFmtRecord format;
+    const InfoList* info = nullptr;
+    std::vector<CuePoint> cues;
+};
+// Writes a header with that content, in the RF64 form when `rf64` is set;
+// as create_waveform_format_header otherwise. The format becomes
+// wave_fmt_record, the format of the file being written, which the final
+// ascend reads.
+int write_waveform_header(RiffFile& file, std::uint32_t dataSize, const WaveHeaderContent& content,
+                          bool rf64 = false);
+// A PCM "fmt " record: tag 1, the block align and the byte rate computed.
+WaveFmtRecord pcm_fmt_record(int channels, std::uint32_t rate, int bits);
+
+// Writes "RIFF"/"WAVE", the INFO list when one is pending (info_chunk_present
+// and last_info_list), the 16-byte "fmt " chunk from wave_fmt_record, the
+// pending cue points, and opens the "data" chunk with the given size,
 // leaving the file inside it for the caller's samples. 1 on success; on failure
 // message 5031 has been shown and the file is left open for the caller.
 int create_waveform_format_header(RiffFile& file, std::uint32_t dataSize);

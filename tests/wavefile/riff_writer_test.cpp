@@ -228,3 +228,40 @@ TEST_F(RiffWriterTest, Rf64FilesCarryTheirSizesInDs64)
     EXPECT_EQ(data_chunk_size, samples.size());
     EXPECT_EQ(data_chunk_offset, static_cast<std::uint64_t>(start));
 }
+
+// A header given its content writes that and nothing that is pending for the
+// exported routine: neither the pending INFO list nor the pending cue points.
+TEST_F(RiffWriterTest, AHeaderGivenItsContentWritesOnlyThat)
+{
+    setFormat(2, 16, 44100);
+    info_chunk_present = 1;
+    last_info_list = std::make_shared<InfoList>();
+    cue_points_to_write.push_back(CuePoint{1, 10, "pending", 0, {}});
+    CuePoint own{7, 20, "own", 0, {}};
+    {
+        RiffFile out;
+        ASSERT_TRUE(out.open(path("given.wav"), RiffFile::Mode::Create));
+        ASSERT_EQ(write_waveform_header(out, 0, {pcm_fmt_record(1, 8000, 8), nullptr, {own}}), 1);
+        const unsigned char samples[4] = {0x80, 0x81, 0x82, 0x83};
+        ASSERT_EQ(out.write(samples, 4), 4);
+        ASSERT_EQ(ascend_and_update_waveform_file(out), 0);
+    }
+    const Bytes b = readFile(path("given.wav"));
+    const std::string text(b.begin(), b.end());
+    EXPECT_EQ(text.find("LIST"), text.find("adtl") - 8);  // the only list is the cue labels
+    EXPECT_EQ(text.find("INFO"), std::string::npos);
+    EXPECT_NE(text.find("own"), std::string::npos);
+    EXPECT_EQ(text.find("pending"), std::string::npos);
+    // "fmt " of the given format: mono, 8000 Hz, 8 bits, block align 1.
+    const std::size_t fmt = text.find("fmt ");
+    ASSERT_NE(fmt, std::string::npos);
+    EXPECT_EQ(b[fmt + 10], 1);
+    EXPECT_EQ(le32At(b, fmt + 12), 8000u);
+    EXPECT_EQ(le32At(b, fmt + 16), 8000u);
+    EXPECT_EQ(b[fmt + 22], 8);
+    // The pending values stay as they were, for the exported routine.
+    EXPECT_EQ(cue_points_to_write.size(), 1u);
+    EXPECT_EQ(info_chunk_present, 1);
+    // The file ends with its samples.
+    EXPECT_EQ(Bytes(b.end() - 4, b.end()), (Bytes{0x80, 0x81, 0x82, 0x83}));
+}
