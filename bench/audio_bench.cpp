@@ -121,7 +121,7 @@ int main(int argc, char** argv)
         server.stop();
         return 1;
     }
-    const Load played = underLoad([&] { return !engine.is_playing && engine.bufferBytes().empty(); });
+    const Load played = underLoad([&] { return !engine.is_playing() && engine.bufferBytes().empty(); });
     std::printf("played %.1f s in %.1f s\n", engine.get_play_position_ms() / 1000.0, played.seconds);
     std::printf("  underruns: %d from PortAudio, %d from the server; %d periods starved of our buffers\n",
                 portaudio_output_xruns(), serverXruns.load() - xrunsBefore, portaudio_output_starved());
@@ -148,7 +148,7 @@ int main(int argc, char** argv)
         QElapsedTimer cpu;
         cpu.start();
         const std::clock_t cpuBefore = std::clock();
-        const Load conv = underLoad([&] { return !engine.is_playing && engine.bufferBytes().empty(); });
+        const Load conv = underLoad([&] { return !engine.is_playing() && engine.bufferBytes().empty(); });
         const double cpuSeconds = static_cast<double>(std::clock() - cpuBefore) / CLOCKS_PER_SEC;
         std::printf("played a 44.1 kHz file of %.1f s in %.1f s, converted to 48 kHz (process CPU %.1f s)\n",
                     engine.get_play_position_ms() / 1000.0, conv.seconds, cpuSeconds);
@@ -168,7 +168,7 @@ int main(int argc, char** argv)
     RecordEngine& recorder = RecordEngine::instance();
     recorder.insert_mode = 0;
     recorder.begin_dialog(f);
-    recorder.record_position = 0;
+    recorder.set_record_position(0);
     if (!source.open() || !recorder.start_recording()) {
         std::fprintf(stderr, "recording did not start\n");
         server.stop();
@@ -181,12 +181,12 @@ int main(int argc, char** argv)
     const Load recorded = underLoad([&] {
         if (!connected)
             connected = source.connectToListeners() == 2;
-        if (recorder.record_bytes_written >= wanted && !recorder.idle())
+        if (recorder.record_bytes_written() >= wanted && !recorder.idle())
             recorder.stop_recording();
         return recorder.idle();
     });
     std::printf("recorded %.1f s in %.1f s\n",
-                static_cast<double>(recorder.record_length) / (JackServer::kRate * 4), recorded.seconds);
+                static_cast<double>(recorder.record_length()) / (JackServer::kRate * 4), recorded.seconds);
     std::printf("  overruns: %d from PortAudio (%d for want of a free buffer), %d xruns from the server\n",
                 portaudio_input_overruns(), portaudio_input_dropped(), serverXruns.load() - xrunsBefore);
     std::printf("  user-interface thread: longest busy gap %.2f ms (1 ms heartbeat), worst repaint %.2f ms\n",

@@ -68,7 +68,7 @@ Series chaseStarts(CChildFrame& doc, JackChaseRig& rig, int port, int fps, bool 
         if (!runUntil([&] { return rig.codeStartedAt().has_value(); }, 2000))
             return series;
         const std::int64_t codeStart = *rig.codeStartedAt();
-        if (!runUntil([&] { return engine.is_playing; }, 4000))
+        if (!runUntil([&] { return engine.is_playing(); }, 4000))
             return series;
         const std::int64_t until = rig.now() + 14400;
         runUntil([&] { return rig.now() >= until; }, 2000);
@@ -78,7 +78,7 @@ Series chaseStarts(CChildFrame& doc, JackChaseRig& rig, int port, int fps, bool 
         const std::int64_t sounds = heard->graphFrame + rig.playbackLatency();
         series.errors.push_back(heard->documentFrame / static_cast<double>(rig.rate()) - rig.codeSecondsAt(sounds));
         rig.stopCode();
-        if (!runUntil([&] { return !engine.is_playing; }, 2000))
+        if (!runUntil([&] { return !engine.is_playing(); }, 2000))
             return series;
         const std::int64_t rest = rig.now() + 4800;
         runUntil([&] { return rig.now() >= rest; }, 1000);

@@ -117,7 +117,7 @@ CMainFrame::CMainFrame() : m_mdi(new QMdiArea(this)), m_timer(new QTimer(this))
     connect(m_playHost, &PlayCursorHost::positionChanged, this, [this](float, const QString& text) {
         m_playPosition->setText(tr("Play: %1").arg(text));
         // The big time display, when the option is on.
-        if (preferences().bigTimeDisplay && !PlaybackEngine::instance().play_short)
+        if (preferences().bigTimeDisplay && !PlaybackEngine::instance().play_short())
             showBigTime(text);
     });
     connect(m_playHost, &PlayCursorHost::ended, this, [this] { m_playPosition->clear(); });

@@ -71,7 +71,7 @@ void CMainFrame::midiCommand(int id)
 void CMainFrame::openRecordDialog()
 {
     ChildFrameWindow* doc = activeDocument();
-    if (!doc || PlaybackEngine::instance().is_playing)
+    if (!doc || PlaybackEngine::instance().is_playing())
         return;
     RecordDialog dialog(
         doc->frame(),

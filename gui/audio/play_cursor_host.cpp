@@ -19,8 +19,8 @@ void PlayCursorHost::startCursorTimer(CChildFrame& frame)
     // The range the engine plays (the highlight, the file, or from a click).
     const PlaybackEngine& engine = PlaybackEngine::instance();
     const std::uint32_t bps = static_cast<std::uint32_t>(std::max(1, frame.bytesPerSample()));
-    m_rangeStart = engine.play_shown_start;
-    m_rangeEnd = m_rangeStart + engine.play_total_bytes / bps;
+    m_rangeStart = engine.play_shown_start();
+    m_rangeEnd = m_rangeStart + engine.play_total_bytes() / bps;
     m_frame = &frame;
     m_timer.start();
 }
@@ -51,7 +51,7 @@ std::uint32_t PlayCursorHost::playing_sample(const CChildFrame& f, float positio
 void PlayCursorHost::tick()
 {
     PlaybackEngine& engine = PlaybackEngine::instance();
-    if (!m_frame || !engine.is_playing)
+    if (!m_frame || !engine.is_playing())
         return;
     const float ms = engine.get_play_position_ms();
     const std::uint32_t at = playing_sample(*m_frame, ms, m_rangeStart, m_rangeEnd);

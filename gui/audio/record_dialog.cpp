@@ -79,7 +79,7 @@ void RecordDialog::stopAll()
         e.stop_recording();
         e.wait_until_idle(3000);
     }
-    if (PlaybackEngine::instance().is_playing)
+    if (PlaybackEngine::instance().is_playing())
         PlaybackEngine::instance().stop_playback();
 }
 
@@ -267,7 +267,7 @@ void RecordDialog::command(int id)
         updateButtons();
         break;
     case 423:
-        if (e.test_level_mode)
+        if (e.test_level_mode())
             e.stop_recording();
         else if (!e.start_level_test())
             button(423)->setChecked(false);
@@ -294,7 +294,7 @@ void RecordDialog::pollPlayback()
 {
     // The dialog's own end of play: buttons back, meters cleared, and with
     // rewind on, back to the start (command 427).
-    if (m_wasPlaying && !PlaybackEngine::instance().is_playing) {
+    if (m_wasPlaying && !PlaybackEngine::instance().is_playing()) {
         m_wasPlaying = false;
         clearMeters();
         if (engine().rewind_after_take)
@@ -388,7 +388,7 @@ void RecordDialog::showRecordLength(const std::string& t)
     }
     // Without a text: the record file's length as it stands.
     const RecordFormat& f = engine().format;
-    const double seconds = static_cast<double>(engine().record_length) / std::max<std::uint32_t>(f.bytesPerSecond(), 1);
+    const double seconds = static_cast<double>(engine().record_length()) / std::max<std::uint32_t>(f.bytesPerSecond(), 1);
     label(418)->setText(QString::asprintf("%7.3f sec", seconds));
 }
 
@@ -416,7 +416,7 @@ void RecordDialog::captureStateChanged()
 {
     RecordEngine& e = engine();
     if (auto* test = button(423))
-        test->setChecked(e.test_level_mode);
+        test->setChecked(e.test_level_mode());
     if (e.idle())
         clearMeters();
     updateButtons();
@@ -426,7 +426,7 @@ void RecordDialog::updateButtons()
 {
     RecordEngine& e = engine();
     const bool busy = !e.idle();
-    const bool playing = PlaybackEngine::instance().is_playing;
+    const bool playing = PlaybackEngine::instance().is_playing();
     // While a take or a test runs only Stop (and the Test button, which
     // stops a test) answers; the take plays only when idle.
     for (QAbstractButton* b : findChildren<QAbstractButton*>()) {
@@ -434,9 +434,9 @@ void RecordDialog::updateButtons()
         if (id == 1814)
             b->setEnabled(busy || playing);
         else if (id == 423)
-            b->setEnabled(e.test_level_mode || (!busy && !playing));
+            b->setEnabled(e.test_level_mode() || (!busy && !playing));
         else if (id == 1815)
-            b->setEnabled(!busy && !playing && e.record_length > 0);
+            b->setEnabled(!busy && !playing && e.record_length() > 0);
         else
             b->setEnabled(!busy && !playing);
     }

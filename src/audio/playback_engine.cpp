@@ -39,7 +39,7 @@ PlaybackEngine::PlaybackEngine()
         if (playing_frame() != &f)
             return std::nullopt;
         const double unitsPerMs = static_cast<double>(f.wfx.nSamplesPerSec) * f.wfx.nChannels / 1000.0;
-        return std::min<double>(play_shown_start + get_play_position_ms() * unitsPerMs, f.nTotalSamples);
+        return std::min<double>(m_state.play_shown_start + get_play_position_ms() * unitsPerMs, f.nTotalSamples);
     });
 }
 
@@ -51,11 +51,11 @@ PlaybackEngine& PlaybackEngine::instance()
 
 int PlaybackEngine::play_the_wavefile(CChildFrame& f)
 {
-    if (is_playing && m_device) {
+    if (m_state.is_playing && m_device) {
         play_from_unit.reset();
         // A second Play stops at once (a cue sequence too); the buffers the
         // reset returns are not refilled.
-        sequence_running = false;
+        m_state.sequence_running = false;
         m_stopRequested = true;
         m_looping = false;
         m_device->reset();
@@ -86,13 +86,13 @@ int PlaybackEngine::play_the_wavefile(CChildFrame& f)
 int PlaybackEngine::play_file(CChildFrame& f, const std::string& path, std::uint32_t startByte, std::uint32_t endByte,
                               std::optional<std::uint32_t> shownAt)
 {
-    if (is_playing || endByte < startByte + 4 || !openDevice(false))
+    if (m_state.is_playing || endByte < startByte + 4 || !openDevice(false))
         return 0;
     const StreamFormat format{f.wfx.nChannels, f.wfx.nSamplesPerSec, f.wfx.wBitsPerSample};
     if (!openStream(f, format, path, startByte, endByte, false))
         return 0;
     if (shownAt)
-        play_shown_start = *shownAt;
+        m_state.play_shown_start = *shownAt;
     return 1;
 }
 
@@ -106,18 +106,18 @@ bool PlaybackEngine::openDevice(bool looping)
     if (!m_device)
         return false;
     set_output_volume(output_level);
-    play_current_buffer = 0;
-    loop_pass = 0;
-    playing_clipboard = false;
+    m_state.play_current_buffer = 0;
+    m_state.loop_pass = 0;
+    m_state.playing_clipboard = false;
     m_looping = looping;
     return true;
 }
 
 int PlaybackEngine::play_clipboard(CChildFrame& f)
 {
-    if (is_playing || !openDevice(false))
+    if (m_state.is_playing || !openDevice(false))
         return 0;
-    playing_clipboard = true;
+    m_state.playing_clipboard = true;
     std::ifstream text(clipboard_text_path());
     std::stringstream line;
     line << text.rdbuf();
@@ -141,25 +141,25 @@ bool PlaybackEngine::openStream(CChildFrame& f, const StreamFormat& format, cons
     if (clipboard) {
         // The clipboard's buffers: a fixed size from its byte rate.
         const std::uint32_t p = format.bytesPerSecond();
-        play_buffer_size = p < 88201 ? p * 8192 / 44100 : 65532;
+        m_state.play_buffer_size = p < 88201 ? p * 8192 / 44100 : 65532;
         play_buffer_count = 4;
-        play_short = false;
+        m_state.play_short = false;
     } else {
-        play_buffer_size = static_cast<std::uint32_t>(format.channels * (format.bits / 8)) * format.rate / 10;
+        m_state.play_buffer_size = static_cast<std::uint32_t>(format.channels * (format.bits / 8)) * format.rate / 10;
         const double duration = static_cast<double>(rangeBytes) / std::max<std::uint32_t>(1, format.bytesPerSecond());
         play_buffer_count = 4;
-        if (sixteenToTwentyThree(format.bits) && (rangeBytes / 4 < play_buffer_size || duration < 1.24))
+        if (sixteenToTwentyThree(format.bits) && (rangeBytes / 4 < m_state.play_buffer_size || duration < 1.24))
             play_buffer_count = 1;
         // A one-buffer ring holds the whole range: a short selection plays
         // from a single buffer. Four buffers hold a tenth of a second each.
-        play_buffer_size = play_buffer_count == 1 ? rangeBytes
+        m_state.play_buffer_size = play_buffer_count == 1 ? rangeBytes
                                                   : std::min(rangeBytes / static_cast<std::uint32_t>(play_buffer_count),
-                                                             play_buffer_size);
-        play_short = duration * (sixteenToTwentyThree(format.bits) ? 0.25 : 1.0) < 0.5;
+                                                             m_state.play_buffer_size);
+        m_state.play_short = duration * (sixteenToTwentyThree(format.bits) ? 0.25 : 1.0) < 0.5;
     }
     try {
         m_buffers.assign(static_cast<std::size_t>(play_buffer_count),
-                         std::vector<unsigned char>(std::max<std::uint32_t>(play_buffer_size, 1), 0));
+                         std::vector<unsigned char>(std::max<std::uint32_t>(m_state.play_buffer_size, 1), 0));
         m_bufferBytes.assign(static_cast<std::size_t>(play_buffer_count), 0);
     } catch (const std::bad_alloc&) {
         NewErrMsg(5001);
@@ -167,12 +167,12 @@ bool PlaybackEngine::openStream(CChildFrame& f, const StreamFormat& format, cons
         m_file = -1;
         return false;
     }
-    play_total_bytes = rangeBytes;
-    play_start_offset = startByte & ~3u;
-    play_shown_start = play_start_offset / static_cast<std::uint32_t>(std::max(1, format.bits / 8));
+    m_state.play_total_bytes = rangeBytes;
+    m_state.play_start_offset = startByte & ~3u;
+    m_state.play_shown_start = m_state.play_start_offset / static_cast<std::uint32_t>(std::max(1, format.bits / 8));
     m_queuedWritten = false;
-    play_bytes_read = 0;
-    play_buffers_queued = 0;
+    m_state.play_bytes_read = 0;
+    m_state.play_buffers_queued = 0;
     for (int i = 0; i < play_buffer_count; ++i)
         if (!fill(i))
             break;
@@ -205,7 +205,7 @@ bool PlaybackEngine::openStream(CChildFrame& f, const StreamFormat& format, cons
         m_file = -1;
         return false;
     }
-    is_playing = true;
+    m_state.is_playing = true;
     transport_state().playing = true;
     startBookkeeping();
     return true;
@@ -213,34 +213,34 @@ bool PlaybackEngine::openStream(CChildFrame& f, const StreamFormat& format, cons
 
 bool PlaybackEngine::fill(int i)
 {
-    const std::int64_t left = static_cast<std::int64_t>(play_total_bytes) - play_bytes_read;
-    const std::uint32_t count = static_cast<std::uint32_t>(std::min<std::int64_t>(left, play_buffer_size));
+    const std::int64_t left = static_cast<std::int64_t>(m_state.play_total_bytes) - m_state.play_bytes_read;
+    const std::uint32_t count = static_cast<std::uint32_t>(std::min<std::int64_t>(left, m_state.play_buffer_size));
     if (left <= 0)
         return false;
     const long long got = read_fully(m_file, m_buffers[static_cast<std::size_t>(i)].data(), count,
-                                     static_cast<long long>(play_start_offset) + play_bytes_read);
+                                     static_cast<long long>(m_state.play_start_offset) + m_state.play_bytes_read);
     if (got < 1)
         return false;
-    play_bytes_read += static_cast<std::uint32_t>(got);
+    m_state.play_bytes_read += static_cast<std::uint32_t>(got);
     m_bufferBytes[static_cast<std::size_t>(i)] = static_cast<std::uint32_t>(got);
-    ++play_buffers_queued;
+    ++m_state.play_buffers_queued;
     return true;
 }
 
 void PlaybackEngine::writeQueued()
 {
     m_queuedWritten = true;
-    for (int i = 0; i < play_buffers_queued && i < play_buffer_count; ++i)
+    for (int i = 0; i < m_state.play_buffers_queued && i < play_buffer_count; ++i)
         m_device->write(i, m_buffers[static_cast<std::size_t>(i)].data(), m_bufferBytes[static_cast<std::size_t>(i)]);
-    play_current_buffer = 0;
+    m_state.play_current_buffer = 0;
 }
 
 void PlaybackEngine::on_wave_out_open()
 {
     // Stop came before the device was ready: nothing was written, so
     // nothing will come back; end here.
-    if (m_stopRequested && is_playing) {
-        play_buffers_queued = 0;
+    if (m_stopRequested && m_state.is_playing) {
+        m_state.play_buffers_queued = 0;
         endOfPlayback();
         return;
     }
@@ -252,8 +252,8 @@ void PlaybackEngine::on_wave_out_open()
 
 void PlaybackEngine::on_wave_out_done(int)
 {
-    --play_buffers_queued;
-    if (!is_playing)
+    --m_state.play_buffers_queued;
+    if (!m_state.is_playing)
         return;  // returned after playback already ended
     if (m_device->lost()) {
         m_stopRequested = true;
@@ -261,23 +261,23 @@ void PlaybackEngine::on_wave_out_done(int)
     }
     // The returned buffer is refilled and goes back at once, unless Stop was
     // asked for; a one-buffer ring refills too, so nothing is cut short.
-    if (!m_stopRequested && fill(play_current_buffer)) {
-        m_device->write(play_current_buffer, m_buffers[static_cast<std::size_t>(play_current_buffer)].data(),
-                        m_bufferBytes[static_cast<std::size_t>(play_current_buffer)]);
-        play_current_buffer = (play_current_buffer + 1) % play_buffer_count;
+    if (!m_stopRequested && fill(m_state.play_current_buffer)) {
+        m_device->write(m_state.play_current_buffer, m_buffers[static_cast<std::size_t>(m_state.play_current_buffer)].data(),
+                        m_bufferBytes[static_cast<std::size_t>(m_state.play_current_buffer)]);
+        m_state.play_current_buffer = (m_state.play_current_buffer + 1) % play_buffer_count;
     }
-    if (play_buffers_queued > 0)
+    if (m_state.play_buffers_queued > 0)
         return;
     // The pass is over: playback ends unless another pass is due.
     m_device->reset();
-    if (!m_looping || (loop_count_enabled && ++loop_pass >= loop_count)) {
+    if (!m_looping || (loop_count_enabled && ++m_state.loop_pass >= loop_count)) {
         endOfPlayback();
         return;
     }
     // Rewind without closing the device.
-    play_current_buffer = 0;
-    play_buffers_queued = 0;
-    play_bytes_read = 0;
+    m_state.play_current_buffer = 0;
+    m_state.play_buffers_queued = 0;
+    m_state.play_bytes_read = 0;
     for (int i = 0; i < play_buffer_count; ++i)
         if (!fill(i))
             break;
@@ -289,15 +289,15 @@ void PlaybackEngine::on_wave_out_close()
     m_buffers.clear();
     m_bufferBytes.clear();
     m_device.reset();
-    if (sequence_running)
+    if (m_state.sequence_running)
         advanceSequence();
 }
 
 void PlaybackEngine::stop_playback()
 {
     // Stop ends the whole sequence, not just its entry.
-    sequence_running = false;
-    if (!m_device || !is_playing)
+    m_state.sequence_running = false;
+    if (!m_device || !m_state.is_playing)
         return;
     m_looping = false;
     m_stopRequested = true;
@@ -306,14 +306,14 @@ void PlaybackEngine::stop_playback()
 
 int PlaybackEngine::play_cue_sequence(CChildFrame& f, int first)
 {
-    if (is_playing || m_device || first < 0 || first >= static_cast<int>(cue_sequence.size()) ||
+    if (m_state.is_playing || m_device || first < 0 || first >= static_cast<int>(cue_sequence.size()) ||
         cue_sequence.size() > kMaxSequenceEntries)
         return 0;
     m_sequenceFrame = &f;
-    sequence_first = sequence_current = first;
-    sequence_running = true;
+    m_state.sequence_first = m_state.sequence_current = first;
+    m_state.sequence_running = true;
     if (!play_sequence_entry(first)) {
-        sequence_running = false;
+        m_state.sequence_running = false;
         return 0;
     }
     return 1;
@@ -331,7 +331,7 @@ void PlaybackEngine::selectSequenceRange(CChildFrame& f, int index)
 
 int PlaybackEngine::play_sequence_entry(int index)
 {
-    if (!m_sequenceFrame || index < 0 || index >= static_cast<int>(cue_sequence.size()) || is_playing)
+    if (!m_sequenceFrame || index < 0 || index >= static_cast<int>(cue_sequence.size()) || m_state.is_playing)
         return 0;
     CChildFrame& f = *m_sequenceFrame;
     selectSequenceRange(f, index);
@@ -346,9 +346,9 @@ int PlaybackEngine::play_sequence_entry(int index)
 void PlaybackEngine::advanceSequence()
 {
     CChildFrame* f = m_sequenceFrame;
-    const int next = sequence_current + 1;
+    const int next = m_state.sequence_current + 1;
     if (f && next < static_cast<int>(cue_sequence.size())) {
-        sequence_current = next;
+        m_state.sequence_current = next;
         if (m_host)
             m_host->sequenceEntryChanged(*f, next, cue_sequence[static_cast<std::size_t>(next)].file);
         if (play_sequence_entry(next))
@@ -356,26 +356,26 @@ void PlaybackEngine::advanceSequence()
     }
     // The end (or an entry that would not play): the first entry's range
     // comes back.
-    sequence_running = false;
-    sequence_current = -1;
-    if (f && sequence_first < static_cast<int>(cue_sequence.size())) {
-        selectSequenceRange(*f, sequence_first);
+    m_state.sequence_running = false;
+    m_state.sequence_current = -1;
+    if (f && m_state.sequence_first < static_cast<int>(cue_sequence.size())) {
+        selectSequenceRange(*f, m_state.sequence_first);
         if (m_host)
-            m_host->sequenceEntryChanged(*f, sequence_first, cue_sequence[static_cast<std::size_t>(sequence_first)].file);
+            m_host->sequenceEntryChanged(*f, m_state.sequence_first, cue_sequence[static_cast<std::size_t>(m_state.sequence_first)].file);
     }
 }
 
 void PlaybackEngine::stop_and_release(const CChildFrame& frame)
 {
     if (m_sequenceFrame == &frame) {
-        sequence_running = false;
+        m_state.sequence_running = false;
         m_sequenceFrame = nullptr;
     }
     if (m_frame != &frame)
         return;
     stop_playback();
     wait_until_released(2000);
-    if (!is_playing)
+    if (!m_state.is_playing)
         m_frame = nullptr;
 }
 
@@ -392,19 +392,19 @@ bool PlaybackEngine::wait_until_released(int milliseconds)
 
 void PlaybackEngine::pause_playback()
 {
-    if (!is_playing || !m_device)
+    if (!m_state.is_playing || !m_device)
         return;
-    is_paused = !is_paused;
-    transport_state().paused = is_paused;
-    if (!is_paused) {
+    m_state.is_paused = !m_state.is_paused;
+    transport_state().paused = m_state.is_paused;
+    if (!m_state.is_paused) {
         m_device->restart();
-        play_paused_total += millisecond_clock() - m_pauseTime;
-        if (!play_short && m_host)
+        m_state.play_paused_total += millisecond_clock() - m_pauseTime;
+        if (!m_state.play_short && m_host)
             m_host->startCursorTimer(*m_frame);
     } else {
         m_pauseTime = millisecond_clock();
         m_device->pause();
-        if (!play_short && m_host)
+        if (!m_state.play_short && m_host)
             m_host->stopCursorTimer(*m_frame);
     }
 }
@@ -412,30 +412,30 @@ void PlaybackEngine::pause_playback()
 float PlaybackEngine::get_play_position_ms()
 {
     if (!m_device || !m_frame)
-        return play_position_ms;
+        return m_state.play_position_ms;
     const DevicePosition p = m_device->position();
     const double bytesPerSecond = m_format.bytesPerSecond();
     switch (p.unit) {
-    case PositionUnit::Milliseconds: play_position_ms = static_cast<float>(p.value); break;
-    case PositionUnit::Samples: play_position_ms = static_cast<float>(p.value * 1000.0 / m_format.rate); break;
-    case PositionUnit::Bytes: play_position_ms = static_cast<float>(p.value * 1000.0 / bytesPerSecond); break;
+    case PositionUnit::Milliseconds: m_state.play_position_ms = static_cast<float>(p.value); break;
+    case PositionUnit::Samples: m_state.play_position_ms = static_cast<float>(p.value * 1000.0 / m_format.rate); break;
+    case PositionUnit::Bytes: m_state.play_position_ms = static_cast<float>(p.value * 1000.0 / bytesPerSecond); break;
     case PositionUnit::Smpte: {
         const int fps = p.fps == 24 || p.fps == 25 ? p.fps : 30;
-        play_position_ms = static_cast<float>(((p.hours * 60 + p.minutes) * 60 + p.seconds) * 1000.0 +
+        m_state.play_position_ms = static_cast<float>(((p.hours * 60 + p.minutes) * 60 + p.seconds) * 1000.0 +
                                               p.frames * 1000.0 / fps);
         break;
     }
     case PositionUnit::Other: break;
     }
-    return play_position_ms;
+    return m_state.play_position_ms;
 }
 
 void PlaybackEngine::startBookkeeping()
 {
     m_startTime = m_pauseTime = millisecond_clock();
-    play_paused_total = 0;
+    m_state.play_paused_total = 0;
     m_stopRequested = false;
-    if (!play_short && m_host && m_frame)
+    if (!m_state.play_short && m_host && m_frame)
         m_host->startCursorTimer(*m_frame);
 }
 
@@ -443,24 +443,24 @@ void PlaybackEngine::endOfPlayback()
 {
     // The position stays where playback ended.
     get_play_position_ms();
-    device_lost = m_device && m_device->lost();
-    if (device_lost)
+    m_state.device_lost = m_device && m_device->lost();
+    if (m_state.device_lost)
         ErrMsg("The wave output device stopped during playback.");
-    is_playing = false;
-    is_paused = false;
+    m_state.is_playing = false;
+    m_state.is_paused = false;
     transport_state().playing = false;
     transport_state().paused = false;
     if (m_file >= 0)
         ::close(m_file);
     m_file = -1;
     if (m_host && m_frame) {
-        if (!play_short)
+        if (!m_state.play_short)
             m_host->stopCursorTimer(*m_frame);
         m_host->playbackEnded(*m_frame);
     }
     // The close completion releases the buffers and the device; a device
     // kept for the next prepared start stays open and silent.
-    if (m_device && keep_device_open && m_device->hold()) {
+    if (m_device && m_keepDeviceOpen && m_device->hold()) {
         m_deviceHeld = true;
         return;
     }
@@ -470,7 +470,7 @@ void PlaybackEngine::endOfPlayback()
 
 void PlaybackEngine::release_held_device()
 {
-    if (!m_deviceHeld || is_playing || m_prepared)
+    if (!m_deviceHeld || m_state.is_playing || m_prepared)
         return;
     m_deviceHeld = false;
     if (m_device)
@@ -480,7 +480,7 @@ void PlaybackEngine::release_held_device()
 int PlaybackEngine::prepare_start(CChildFrame& f, std::uint32_t startByte)
 {
     m_startFailure.clear();
-    if (is_playing || m_prepared || (m_device && !m_deviceHeld)) {
+    if (m_state.is_playing || m_prepared || (m_device && !m_deviceHeld)) {
         m_startFailure = "Playback is already running.";
         return 0;
     }
@@ -495,9 +495,9 @@ int PlaybackEngine::prepare_start(CChildFrame& f, std::uint32_t startByte)
         // The device held open since the last playback takes this start.
         m_deviceHeld = false;
         set_output_volume(output_level);
-        play_current_buffer = 0;
-        loop_pass = 0;
-        playing_clipboard = false;
+        m_state.play_current_buffer = 0;
+        m_state.loop_pass = 0;
+        m_state.playing_clipboard = false;
         m_looping = false;
     } else if (!openDevice(false)) {
         m_startFailure = "There is no wave output device.";
@@ -517,9 +517,12 @@ int PlaybackEngine::prepare_start(CChildFrame& f, std::uint32_t startByte)
 
 int PlaybackEngine::start_prepared(const StartAlignment& alignment)
 {
-    if (!m_prepared || !m_device || is_playing)
+    if (!m_prepared || !m_device || m_state.is_playing)
         return 0;
     m_prepared = false;
+    // A start at a moment (chase lock, a triggered start) shows its cursor
+    // and time however short the rest of the file.
+    m_state.play_short = false;
     if (m_preparedWithoutDevice) {
         m_preparedWithoutDevice = false;
         if (!m_device->open(m_format, this)) {
@@ -535,7 +538,7 @@ int PlaybackEngine::start_prepared(const StartAlignment& alignment)
             moveStartForAlignment(aligned);
         m_device->go(aligned);
     }
-    is_playing = true;
+    m_state.is_playing = true;
     transport_state().playing = true;
     startBookkeeping();
     return 1;
@@ -555,14 +558,14 @@ void PlaybackEngine::moveStartForAlignment(StartAlignment& alignment)
         return;
     const std::uint32_t frameBytes = static_cast<std::uint32_t>(std::max(1, m_format.channels * m_format.bits / 8));
     std::uint32_t shift = static_cast<std::uint32_t>(lateSeconds * bytesPerSecond) / frameBytes * frameBytes;
-    shift = std::min(shift, play_total_bytes > frameBytes ? (play_total_bytes - frameBytes) / frameBytes * frameBytes : 0);
+    shift = std::min(shift, m_state.play_total_bytes > frameBytes ? (m_state.play_total_bytes - frameBytes) / frameBytes * frameBytes : 0);
     if (shift == 0)
         return;
-    play_start_offset += shift;
-    play_shown_start += shift / static_cast<std::uint32_t>(std::max(1, m_format.bits / 8));
-    play_total_bytes -= shift;
-    play_bytes_read = 0;
-    play_buffers_queued = 0;
+    m_state.play_start_offset += shift;
+    m_state.play_shown_start += shift / static_cast<std::uint32_t>(std::max(1, m_format.bits / 8));
+    m_state.play_total_bytes -= shift;
+    m_state.play_bytes_read = 0;
+    m_state.play_buffers_queued = 0;
     for (int i = 0; i < play_buffer_count; ++i)
         if (!fill(i))
             break;
@@ -595,19 +598,19 @@ void PlaybackEngine::cancel_prepared()
 
 void PlaybackEngine::nudge_read_position(std::int64_t bytes)
 {
-    if (!is_playing)
+    if (!m_state.is_playing)
         return;
-    const std::int64_t moved = std::clamp<std::int64_t>(static_cast<std::int64_t>(play_bytes_read) + bytes, 0,
-                                                        static_cast<std::int64_t>(play_total_bytes));
-    play_bytes_read = static_cast<std::uint32_t>(moved) & ~3u;
+    const std::int64_t moved = std::clamp<std::int64_t>(static_cast<std::int64_t>(m_state.play_bytes_read) + bytes, 0,
+                                                        static_cast<std::int64_t>(m_state.play_total_bytes));
+    m_state.play_bytes_read = static_cast<std::uint32_t>(moved) & ~3u;
 }
 
 std::uint32_t PlaybackEngine::played_file_position()
 {
     if (!m_device)
-        return play_start_offset;
+        return m_state.play_start_offset;
     const DevicePosition p = m_device->position();
     if (p.unit != PositionUnit::Bytes)
-        return play_start_offset + static_cast<std::uint32_t>(get_play_position_ms() / 1000.0 * m_format.bytesPerSecond());
-    return play_start_offset + static_cast<std::uint32_t>(std::min<std::uint64_t>(p.value, play_total_bytes));
+        return m_state.play_start_offset + static_cast<std::uint32_t>(get_play_position_ms() / 1000.0 * m_format.bytesPerSecond());
+    return m_state.play_start_offset + static_cast<std::uint32_t>(std::min<std::uint64_t>(p.value, m_state.play_total_bytes));
 }

@@ -71,7 +71,8 @@ public:
     // buffers filled, and the device is opened and held where it can be, so
     // that at the start only the device has to begin. 1 when prepared.
     int prepare_start(CChildFrame& frame, std::uint32_t startByte);
-    // Begins the prepared playback; with an enabled alignment the device
+    // Begins the prepared playback (never counted as a short play); with an
+    // enabled alignment the device
     // starts later (or earlier) in the data to match a running clock.
     int start_prepared(const StartAlignment& alignment = {});
     // Gives up a prepared start that has not begun.
@@ -81,7 +82,8 @@ public:
     const std::string& start_failure() const { return m_startFailure; }
     // While set, a device whose playback ends is held open for the next
     // prepared start (chase lock's restarts) instead of being closed.
-    bool keep_device_open = false;
+    void set_keep_device_open(bool keep) { m_keepDeviceOpen = keep; }
+    bool keep_device_open() const { return m_keepDeviceOpen; }
     // Closes a device held open after playback (keep_device_open).
     void release_held_device();
     // Moves the read position of the playing file by `bytes` (a multiple of
@@ -95,7 +97,7 @@ public:
     void pause_playback();
     float get_play_position_ms();
     // The document playing now, if any.
-    const CChildFrame* playing_frame() const { return is_playing ? m_frame : nullptr; }
+    const CChildFrame* playing_frame() const { return m_state.is_playing ? m_frame : nullptr; }
     // Stops playback of `frame` (a document about to close) and waits, for a
     // bounded time, until the device has let go of it.
     void stop_and_release(const CChildFrame& frame);
@@ -118,32 +120,51 @@ public:
     SmpteTime smpte_start;
     // The cue sequence (at most kMaxSequenceEntries entries) and its state.
     std::vector<CueSequenceEntry> cue_sequence;
-    bool sequence_running = false;
-    int sequence_current = -1;
-    int sequence_first = 0;
-
-    // State the rest of the program reads.
-    bool is_playing = false;
-    bool is_paused = false;
-    bool play_short = false;
-    bool playing_clipboard = false;
-    bool device_lost = false;  // the last playback ended because its device went away
     int play_buffer_count = 4;
-    std::uint32_t play_buffer_size = 0;
-    int play_current_buffer = 0;
-    int play_buffers_queued = 0;
-    std::uint32_t play_start_offset = 0;
+
+    // The stream's state, which only the engine changes.
+    bool sequence_running() const { return m_state.sequence_running; }
+    bool is_playing() const { return m_state.is_playing; }
+    bool is_paused() const { return m_state.is_paused; }
+    // The play range is under half a second: no cursor or big time display.
+    bool play_short() const { return m_state.play_short; }
+    bool playing_clipboard() const { return m_state.playing_clipboard; }
+    // The last playback ended because its device went away.
+    bool device_lost() const { return m_state.device_lost; }
+    std::uint32_t play_buffer_size() const { return m_state.play_buffer_size; }
+    std::uint32_t play_start_offset() const { return m_state.play_start_offset; }
     // Where the played range begins in the document, in sample units: the
     // play cursor, the time and marks set while playing count from here.
-    std::uint32_t play_shown_start = 0;
-    std::uint32_t play_total_bytes = 0;
-    std::uint32_t play_bytes_read = 0;
-    int loop_pass = 0;
-    std::uint32_t play_paused_total = 0;
-    float play_position_ms = 0.0f;
+    std::uint32_t play_shown_start() const { return m_state.play_shown_start; }
+    std::uint32_t play_total_bytes() const { return m_state.play_total_bytes; }
+    std::uint32_t play_bytes_read() const { return m_state.play_bytes_read; }
+    int loop_pass() const { return m_state.loop_pass; }
     const std::vector<std::uint32_t>& bufferBytes() const { return m_bufferBytes; }
 
 private:
+    struct PlayState {
+        bool sequence_running = false;
+        int sequence_current = -1;
+        int sequence_first = 0;
+        bool is_playing = false;
+        bool is_paused = false;
+        bool play_short = false;
+        bool playing_clipboard = false;
+        bool device_lost = false;
+        std::uint32_t play_buffer_size = 0;
+        int play_current_buffer = 0;
+        int play_buffers_queued = 0;
+        std::uint32_t play_start_offset = 0;
+        std::uint32_t play_shown_start = 0;
+        std::uint32_t play_total_bytes = 0;
+        std::uint32_t play_bytes_read = 0;
+        int loop_pass = 0;
+        std::uint32_t play_paused_total = 0;
+        float play_position_ms = 0.0f;
+    };
+    PlayState m_state;
+    bool m_keepDeviceOpen = false;
+
     PlaybackEngine();
     bool openStream(CChildFrame& frame, const StreamFormat& format, const std::string& path, std::uint32_t startByte,
                     std::uint32_t endByte, bool clipboardSizes, bool prepareOnly = false);

@@ -122,11 +122,11 @@ void RecordEngine::begin_dialog(CChildFrame& f)
 {
     m_frame = &f;
     m_prepared = false;
-    take_recorded = false;
-    free_disk_bytes = -1;
-    device_lost = false;
+    m_state.take_recorded = false;
+    m_state.free_disk_bytes = -1;
+    m_state.device_lost = false;
     const std::uint32_t units = f.bHighlight ? f.nSelStart : f.nFirstSample;
-    record_position = (static_cast<std::uint64_t>(units) * static_cast<std::uint64_t>(f.bytesPerSample())) & ~3ull;
+    m_state.record_position = (static_cast<std::uint64_t>(units) * static_cast<std::uint64_t>(f.bytesPerSample())) & ~3ull;
     prepare_record_file(f.nTotalSamples > 0 ? 1 : 0);
 }
 
@@ -148,20 +148,20 @@ void RecordEngine::removeFile(std::string& name)
 
 void RecordEngine::journalTake()
 {
-    if (szRecordFileName.empty() && szRecordTailFileName.empty()) {
+    if (m_state.szRecordFileName.empty() && m_state.szRecordTailFileName.empty()) {
         remove_journal_record("take");
         return;
     }
     JournalRecord record;
-    record["working"] = szRecordFileName;
+    record["working"] = m_state.szRecordFileName;
     record["display"] = "Recording";
     record["channels"] = std::to_string(format.channels);
     record["bits"] = std::to_string(format.bits);
     record["rate"] = std::to_string(format.rate);
     record["samples"] = std::to_string(0xFFFFFFFFu);  // as long as the file has grown
     record["time"] = std::to_string(static_cast<long long>(std::time(nullptr)));
-    record["owned.0"] = szRecordFileName;
-    record["owned.1"] = szRecordTailFileName;
+    record["owned.0"] = m_state.szRecordFileName;
+    record["owned.1"] = m_state.szRecordTailFileName;
     write_journal_record("take", record);
 }
 
@@ -171,8 +171,8 @@ int RecordEngine::prepare_record_file(int keep_old)
         return 0;
     CChildFrame& f = *m_frame;
     closeRecordFile();
-    removeFile(szRecordFileName);
-    const UniqueFd created = create_work_file(szRecordFileName, ".tmp");
+    removeFile(m_state.szRecordFileName);
+    const UniqueFd created = create_work_file(m_state.szRecordFileName, ".tmp");
     busy_wait_ms(20);
     format.channels = f.wfx.nChannels;
     format.rate = f.wfx.nSamplesPerSec;
@@ -180,19 +180,19 @@ int RecordEngine::prepare_record_file(int keep_old)
     format.bytesPerSample = static_cast<std::uint16_t>(format.bits / 8);
     if (!created.valid()) {
         message_beep();
-        message_box(nullptr, "Can't create uninitialized " + szRecordFileName, kProductName, MB_OK | MB_ICONEXCLAMATION);
+        message_box(nullptr, "Can't create uninitialized " + m_state.szRecordFileName, kProductName, MB_OK | MB_ICONEXCLAMATION);
         return 0;
     }
     journalTake();
-    record_length = 0;
+    m_state.record_length = 0;
     if (keep_old) {
         const std::uint64_t bytes = get_named_file_length(f.szFileName);
-        if (!f.copy_file_to_file(szRecordFileName, f.szFileName, static_cast<std::uint32_t>(bytes), 0, 0, 1,
+        if (!f.copy_file_to_file(m_state.szRecordFileName, f.szFileName, static_cast<std::uint32_t>(bytes), 0, 0, 1,
                                  "Copying file...")) {
-            ErrMsg("Failed to copy szFileName to szRecordFileName");
+            ErrMsg("Failed to copy szFileName to m_state.szRecordFileName");
             return 0;
         }
-        record_length = bytes;
+        m_state.record_length = bytes;
     }
     m_prepared = true;
     return 1;
@@ -205,47 +205,47 @@ int RecordEngine::open_record_file(std::uint64_t position)
     closeRecordFile();
     const std::uint64_t at = position & ~3ull;
     if (insert_mode) {
-        removeFile(szRecordTailFileName);
-        create_work_file(szRecordTailFileName, ".tmp");
+        removeFile(m_state.szRecordTailFileName);
+        create_work_file(m_state.szRecordTailFileName, ".tmp");
         busy_wait_ms(20);
         journalTake();
-        record_file_length = get_named_file_length(szRecordFileName) & ~3ull;
-        m_insertPoint = std::min(at, record_file_length);
-        record_tail_length = record_file_length - m_insertPoint;
-        if (record_tail_length > 0 &&
-            !m_frame->copy_file_to_file(szRecordTailFileName, szRecordFileName,
-                                        static_cast<std::uint32_t>(record_tail_length),
+        m_state.record_file_length = get_named_file_length(m_state.szRecordFileName) & ~3ull;
+        m_insertPoint = std::min(at, m_state.record_file_length);
+        m_state.record_tail_length = m_state.record_file_length - m_insertPoint;
+        if (m_state.record_tail_length > 0 &&
+            !m_frame->copy_file_to_file(m_state.szRecordTailFileName, m_state.szRecordFileName,
+                                        static_cast<std::uint32_t>(m_state.record_tail_length),
                                         static_cast<std::uint32_t>(m_insertPoint), 0, 1, "Copying file...")) {
-            removeFile(szRecordTailFileName);
-            record_tail_length = 0;
+            removeFile(m_state.szRecordTailFileName);
+            m_state.record_tail_length = 0;
             return 0;
         }
     } else {
-        record_tail_length = 0;
+        m_state.record_tail_length = 0;
     }
-    m_file = ::open(szRecordFileName.c_str(), O_RDWR | O_CLOEXEC);
+    m_file = ::open(m_state.szRecordFileName.c_str(), O_RDWR | O_CLOEXEC);
     if (m_file < 0) {
         message_beep();
-        message_box(nullptr, "Can't open initialized " + szRecordFileName, kProductName, MB_OK | MB_ICONEXCLAMATION);
+        message_box(nullptr, "Can't open initialized " + m_state.szRecordFileName, kProductName, MB_OK | MB_ICONEXCLAMATION);
         return 0;
     }
     m_writeStart = insert_mode ? m_insertPoint : at;
-    record_bytes_written = m_writeStart;
+    m_state.record_bytes_written = m_writeStart;
     return 1;
 }
 
 int RecordEngine::start_recording()
 {
-    if (!idle() || PlaybackEngine::instance().is_playing)
+    if (!idle() || PlaybackEngine::instance().is_playing())
         return 0;
-    if (!open_record_file(record_position))
+    if (!open_record_file(m_state.record_position))
         return 0;
-    test_level_mode = false;
-    is_recording = true;
+    m_state.test_level_mode = false;
+    m_state.is_recording = true;
     if (!start_capture(0)) {
-        is_recording = false;
+        m_state.is_recording = false;
         closeRecordFile();
-        removeFile(szRecordTailFileName);
+        removeFile(m_state.szRecordTailFileName);
         return 0;
     }
     return 1;
@@ -253,12 +253,12 @@ int RecordEngine::start_recording()
 
 int RecordEngine::start_level_test()
 {
-    if (!idle() || PlaybackEngine::instance().is_playing)
+    if (!idle() || PlaybackEngine::instance().is_playing())
         return 0;
-    test_level_mode = true;
-    is_recording = false;
+    m_state.test_level_mode = true;
+    m_state.is_recording = false;
     if (!start_capture(1)) {
-        test_level_mode = false;
+        m_state.test_level_mode = false;
         return 0;
     }
     return 1;
@@ -268,10 +268,10 @@ int RecordEngine::start_capture(int short_buffers)
 {
     freeBuffers();
     record_buffer_count = std::clamp(record_buffer_count, 1, 8);
-    record_buffer_size = record_buffer_size_for(format, short_buffers != 0, fast_meter);
+    m_state.record_buffer_size = record_buffer_size_for(format, short_buffers != 0, fast_meter);
     try {
-        m_data.assign(static_cast<std::size_t>(record_buffer_count), std::vector<unsigned char>(record_buffer_size, 0));
-        m_meterCopy.assign(record_buffer_size, 0);
+        m_data.assign(static_cast<std::size_t>(record_buffer_count), std::vector<unsigned char>(m_state.record_buffer_size, 0));
+        m_meterCopy.assign(m_state.record_buffer_size, 0);
     } catch (const std::bad_alloc&) {
         freeBuffers();
         ErrMsg("Failed to allocate record buffers");
@@ -296,19 +296,19 @@ int RecordEngine::start_capture(int short_buffers)
     m_stopping = false;
     m_started = false;
     m_writeFailed = false;
-    device_lost = false;
+    m_state.device_lost = false;
     // A take writes from its first buffer, unless it waits for the signal.
-    capturing = !test_level_mode && !trigger_on_signal;
-    record_current_buffer = 0;
-    record_last_buffer = 0;
+    m_state.capturing = !m_state.test_level_mode && !trigger_on_signal;
+    m_state.record_current_buffer = 0;
+    m_state.record_last_buffer = 0;
     m_meterQuarter = 4;
     m_recordStartTime = millisecond_clock();
     transport_state().recording = true;
     if (m_host)
         m_host->captureStateChanged();
-    if (is_recording && preferences().bigTimeDisplay && m_host)
+    if (m_state.is_recording && preferences().bigTimeDisplay && m_host)
         m_host->showTimeWindow();
-    timer_resolution = timer_resolution_for(minimum, maximum);
+    m_state.timer_resolution = timer_resolution_for(minimum, maximum);
     if (!short_buffers) {
         m_recorderTimer.start(100);
         m_playTimeTimer.start(500);
@@ -323,7 +323,7 @@ void RecordEngine::on_wave_in_open()
     if (!m_device)
         return;
     for (int i = 0; i < record_buffer_count; ++i)
-        m_device->add_buffer(i, m_data[static_cast<std::size_t>(i)].data(), record_buffer_size);
+        m_device->add_buffer(i, m_data[static_cast<std::size_t>(i)].data(), m_state.record_buffer_size);
     m_recordStartTime = millisecond_clock();
     if (m_stopping)
         return;
@@ -338,9 +338,9 @@ void RecordEngine::on_wave_in_open()
 bool RecordEngine::writeBuffer(const unsigned char* data, std::size_t bytes)
 {
     if (m_file < 0 || !write_fully(m_file, data, static_cast<long long>(bytes),
-                                   static_cast<long long>(record_bytes_written)))
+                                   static_cast<long long>(m_state.record_bytes_written)))
         return false;
-    record_bytes_written += bytes;
+    m_state.record_bytes_written += bytes;
     return true;
 }
 
@@ -349,8 +349,8 @@ void RecordEngine::on_wave_in_data(int buffer, std::size_t bytesRecorded)
     if (!m_device || buffer < 0 || buffer >= record_buffer_count)
         return;
     const unsigned char* data = m_data[static_cast<std::size_t>(buffer)].data();
-    bytesRecorded = std::min<std::size_t>(bytesRecorded, record_buffer_size);
-    if (trigger_on_signal && !capturing && !test_level_mode && bytesRecorded > 0) {
+    bytesRecorded = std::min<std::size_t>(bytesRecorded, m_state.record_buffer_size);
+    if (trigger_on_signal && !m_state.capturing && !m_state.test_level_mode && bytesRecorded > 0) {
         const double level = signal_level(data, bytesRecorded, format);
         char text[96];
         std::snprintf(text, sizeof text, "Sample = %f  Threshold = %f", level, static_cast<double>(signal_threshold));
@@ -358,37 +358,37 @@ void RecordEngine::on_wave_in_data(int buffer, std::size_t bytesRecorded)
             m_host->showTriggerStatus(text);
         if (level > signal_threshold) {
             m_recordStartTime = millisecond_clock();
-            capturing = true;
+            m_state.capturing = true;
         }
     }
-    const bool writing = !test_level_mode && capturing;
+    const bool writing = !m_state.test_level_mode && m_state.capturing;
     if (writing && bytesRecorded > 0 && !m_writeFailed && !writeBuffer(data, bytesRecorded)) {
         // The disk is full (or the file went away): what is on disk stays,
         // the take ends.
         m_writeFailed = true;
         stop_recording();
     }
-    record_last_buffer = buffer;
+    m_state.record_last_buffer = buffer;
     std::memcpy(m_meterCopy.data(), data, bytesRecorded);
     m_meterBytes = bytesRecorded;
     m_meterQuarter = 0;
-    if (test_level_mode) {
+    if (m_state.test_level_mode) {
         const std::size_t end = bytesRecorded > 2 * format.block() ? bytesRecorded - 2 * format.block() : 0;
         updateMeters(m_meterCopy.data(), 0, end);
     }
     if (m_stopping || m_device->lost()) {
         // The device is letting go: nothing more is handed to it.
         if (m_device->lost() && !m_stopping) {
-            device_lost = true;
+            m_state.device_lost = true;
             stop_recording();
         }
         return;
     }
-    m_device->add_buffer(buffer, m_data[static_cast<std::size_t>(buffer)].data(), record_buffer_size);
-    record_current_buffer = (buffer + 1) % record_buffer_count;
+    m_device->add_buffer(buffer, m_data[static_cast<std::size_t>(buffer)].data(), m_state.record_buffer_size);
+    m_state.record_current_buffer = (buffer + 1) % record_buffer_count;
     if (writing && m_host)
-        m_host->showRecordLength(bytesAsTime(std::max(record_bytes_written, get_named_file_length(szRecordFileName))));
-    if ((auto_stop_enabled || (trigger_on_signal && !trigger_continue)) && capturing && !test_level_mode &&
+        m_host->showRecordLength(bytesAsTime(std::max(m_state.record_bytes_written, get_named_file_length(m_state.szRecordFileName))));
+    if ((auto_stop_enabled || (trigger_on_signal && !trigger_continue)) && m_state.capturing && !m_state.test_level_mode &&
         millisecond_clock() - m_recordStartTime > auto_stop_limit_ms)
         stop_recording();
 }
@@ -397,17 +397,17 @@ void RecordEngine::updateMeters(const unsigned char* data, std::size_t from, std
 {
     Peaks p = peak_levels(data, from, to, format);
     if (!fast_meter) {
-        p.left = (meter.left + p.left) / 2;
-        p.right = (meter.right + p.right) / 2;
+        p.left = (m_state.meter.left + p.left) / 2;
+        p.right = (m_state.meter.right + p.right) / 2;
     }
-    meter = p;
+    m_state.meter = p;
     if (m_host)
-        m_host->showMeters(meter);
+        m_host->showMeters(m_state.meter);
 }
 
 void RecordEngine::command_547()
 {
-    if (!is_recording || m_meterBytes == 0)
+    if (!m_state.is_recording || m_meterBytes == 0)
         return;
     // A quarter of the buffer last returned per tick; the last quarter stops
     // two frames short of its end.
@@ -419,9 +419,9 @@ void RecordEngine::command_547()
         ++m_meterQuarter;
         updateMeters(m_meterCopy.data(), from, to);
     }
-    if (free_disk_bytes < 0)
-        free_disk_bytes = path_free_bytes(szRecordFileName);
-    const double available = free_disk_bytes - static_cast<double>(record_bytes_written - m_writeStart);
+    if (m_state.free_disk_bytes < 0)
+        m_state.free_disk_bytes = path_free_bytes(m_state.szRecordFileName);
+    const double available = m_state.free_disk_bytes - static_cast<double>(m_state.record_bytes_written - m_writeStart);
     const double perMinute = static_cast<double>(format.bits) * format.channels / 8 * format.rate * 60;
     char text[64];
     std::snprintf(text, sizeof text, "%.3f%s", perMinute > 0 ? std::max(0.0, available) / perMinute : 0.0, " min");
@@ -446,7 +446,7 @@ std::string RecordEngine::bytesAsTime(std::uint64_t bytes) const
 
 void RecordEngine::command_541()
 {
-    if (!capturing || !is_recording)
+    if (!m_state.capturing || !m_state.is_recording)
         return;
     const std::uint32_t elapsed = (millisecond_clock() - m_recordStartTime) / 500 * 500;
     if (m_host)
@@ -466,7 +466,7 @@ void RecordEngine::stop_recording()
     PlaybackEngine& playback = PlaybackEngine::instance();
     if (idle()) {
         // Playing the take back: that playback ends instead.
-        if (playback.is_playing)
+        if (playback.is_playing())
             playback.stop_playback();
         if (m_host)
             m_host->clearMeters();
@@ -489,41 +489,41 @@ void RecordEngine::finish_capture()
     m_metronomeTimer.stop();
     if (m_host)
         m_host->clearMeters();
-    const bool wasTest = test_level_mode;
+    const bool wasTest = m_state.test_level_mode;
     if (wasTest) {
         if (m_host)
             m_host->showElapsed(elapsedText(0));
-        record_position = 0;
+        m_state.record_position = 0;
     } else {
         closeRecordFile();
         if (rewind_after_take)
-            record_position = 0;
-        const std::uint64_t takeLength = record_bytes_written - m_writeStart;
-        if (insert_mode && record_tail_length > 0) {
-            if (m_frame->copy_file_to_file(szRecordFileName, szRecordTailFileName,
-                                           static_cast<std::uint32_t>(record_tail_length), 0,
+            m_state.record_position = 0;
+        const std::uint64_t takeLength = m_state.record_bytes_written - m_writeStart;
+        if (insert_mode && m_state.record_tail_length > 0) {
+            if (m_frame->copy_file_to_file(m_state.szRecordFileName, m_state.szRecordTailFileName,
+                                           static_cast<std::uint32_t>(m_state.record_tail_length), 0,
                                            static_cast<std::int32_t>(m_insertPoint + takeLength), 1,
                                            "Copying file..."))
-                record_bytes_written = m_insertPoint + takeLength + record_tail_length;
-            record_position = m_insertPoint + takeLength;
+                m_state.record_bytes_written = m_insertPoint + takeLength + m_state.record_tail_length;
+            m_state.record_position = m_insertPoint + takeLength;
         }
-        removeFile(szRecordTailFileName);
-        take_recorded = take_recorded || takeLength > 0;
+        removeFile(m_state.szRecordTailFileName);
+        m_state.take_recorded = m_state.take_recorded || takeLength > 0;
         // Replace mode in the middle keeps what lies behind the take.
-        record_length = std::max(record_bytes_written, get_named_file_length(szRecordFileName));
+        m_state.record_length = std::max(m_state.record_bytes_written, get_named_file_length(m_state.szRecordFileName));
         if (m_host)
-            m_host->showRecordLength(bytesAsTime(record_length));
+            m_host->showRecordLength(bytesAsTime(m_state.record_length));
     }
     m_device.reset();
     freeBuffers();
-    is_recording = false;
-    test_level_mode = false;
-    capturing = false;
+    m_state.is_recording = false;
+    m_state.test_level_mode = false;
+    m_state.capturing = false;
     m_stopping = false;
     transport_state().recording = false;
     if (m_host)
         m_host->captureStateChanged();
-    if (device_lost)
+    if (m_state.device_lost)
         ErrMsg("The wave input device stopped during recording.");
     else if (m_writeFailed)
         ErrMsg("Recording stopped: the record file could not be written (is the disk full?).");
@@ -531,29 +531,29 @@ void RecordEngine::finish_capture()
 
 int RecordEngine::play_take()
 {
-    if (!idle() || !m_frame || record_length == 0)
+    if (!idle() || !m_frame || m_state.record_length == 0)
         return 0;
     PlaybackEngine& playback = PlaybackEngine::instance();
-    if (playback.is_playing)
+    if (playback.is_playing())
         return 0;
-    const std::uint64_t from = std::min(record_position, record_length);
-    return playback.play_file(*m_frame, szRecordFileName, static_cast<std::uint32_t>(from),
-                              static_cast<std::uint32_t>(record_length));
+    const std::uint64_t from = std::min(m_state.record_position, m_state.record_length);
+    return playback.play_file(*m_frame, m_state.szRecordFileName, static_cast<std::uint32_t>(from),
+                              static_cast<std::uint32_t>(m_state.record_length));
 }
 
 void RecordEngine::move_record_position(bool toEnd)
 {
-    record_position = toEnd ? (get_named_file_length(szRecordFileName) & ~3ull) : 0;
+    m_state.record_position = toEnd ? (get_named_file_length(m_state.szRecordFileName) & ~3ull) : 0;
     const double perSecond = static_cast<double>(format.bits) * format.channels / 8 * format.rate;
     if (m_host)
-        m_host->showRecordPosition(perSecond > 0 ? static_cast<double>(record_position) / perSecond : 0.0);
+        m_host->showRecordPosition(perSecond > 0 ? static_cast<double>(m_state.record_position) / perSecond : 0.0);
 }
 
 int RecordEngine::adopt_take()
 {
     if (!m_frame || !idle())
         return 0;
-    if (!take_recorded) {
+    if (!m_state.take_recorded) {
         discard_take();
         return 1;
     }
@@ -563,16 +563,16 @@ int RecordEngine::adopt_take()
         return 0;
     // The record file becomes the newest version as it is: a rename within
     // the data folder, a copy only across file systems.
-    if (!move_file(f.szRedoFileName, szRecordFileName))
+    if (!move_file(f.szRedoFileName, m_state.szRecordFileName))
         return 0;
-    szRecordFileName.clear();
+    m_state.szRecordFileName.clear();
     journalTake();
     const std::uint64_t bytes = std::max<std::uint64_t>(get_named_file_length(f.szRedoFileName), 4);
     f.versions.newLength = static_cast<std::uint32_t>(bytes / static_cast<std::uint64_t>(f.bytesPerSample()));
     f.bHighlight = 0;
     f.nSelStart = f.nSelEnd = 0;
     const int done = version.commit(kRecordUndoCode);
-    take_recorded = false;
+    m_state.take_recorded = false;
     m_prepared = false;
     m_frame = nullptr;
     return done;
@@ -581,11 +581,11 @@ int RecordEngine::adopt_take()
 void RecordEngine::discard_take()
 {
     closeRecordFile();
-    removeFile(szRecordFileName);
-    removeFile(szRecordTailFileName);
-    take_recorded = false;
+    removeFile(m_state.szRecordFileName);
+    removeFile(m_state.szRecordTailFileName);
+    m_state.take_recorded = false;
     m_prepared = false;
-    record_length = 0;
+    m_state.record_length = 0;
 }
 
 void RecordEngine::closeRecordFile()
@@ -608,4 +608,14 @@ bool RecordEngine::wait_until_idle(int milliseconds)
         QThread::msleep(5);
     }
     return idle();
+}
+
+bool RecordEngine::truncate_take(std::uint64_t bytes)
+{
+    if (m_state.record_length <= bytes)
+        return true;
+    if (::truncate(m_state.szRecordFileName.c_str(), static_cast<off_t>(bytes)) != 0)
+        return false;
+    m_state.record_length = bytes;
+    return true;
 }

@@ -121,28 +121,54 @@ public:
     bool rewind_after_take = true;
     std::uint32_t start_delay_ms = 0;
 
-    // State the dialog and the tests read.
-    std::string szRecordFileName;
-    std::string szRecordTailFileName;
-    std::uint32_t record_buffer_size = 0;
-    int record_current_buffer = 0;
-    int record_last_buffer = 0;
-    std::uint64_t record_position = 0;
-    std::uint64_t record_bytes_written = 0;
-    std::uint64_t record_file_length = 0;
-    std::uint64_t record_tail_length = 0;
-    std::uint64_t record_length = 0;
-    bool is_recording = false;
-    bool test_level_mode = false;
-    bool capturing = false;
-    bool take_recorded = false;
-    bool device_lost = false;
-    int timer_resolution = 10;
-    double free_disk_bytes = -1;
-    Peaks meter;
+    // Where the next take goes in the record file, in bytes (a frame
+    // boundary; the record dialog's position).
+    void set_record_position(std::uint64_t bytes) { m_state.record_position = bytes; }
+    // Cuts the take to `bytes` (the sampler's wanted length); false when the
+    // record file could not be cut.
+    bool truncate_take(std::uint64_t bytes);
+    // The meters start again from silence.
+    void reset_meter() { m_state.meter = Peaks{}; }
+
+    // The stream's state, which only the engine changes.
+    const std::string& szRecordFileName() const { return m_state.szRecordFileName; }
+    const std::string& szRecordTailFileName() const { return m_state.szRecordTailFileName; }
+    std::uint32_t record_buffer_size() const { return m_state.record_buffer_size; }
+    std::uint64_t record_position() const { return m_state.record_position; }
+    std::uint64_t record_bytes_written() const { return m_state.record_bytes_written; }
+    std::uint64_t record_tail_length() const { return m_state.record_tail_length; }
+    std::uint64_t record_length() const { return m_state.record_length; }
+    bool is_recording() const { return m_state.is_recording; }
+    bool test_level_mode() const { return m_state.test_level_mode; }
+    bool capturing() const { return m_state.capturing; }
+    bool take_recorded() const { return m_state.take_recorded; }
+    bool device_lost() const { return m_state.device_lost; }
+    const Peaks& meter() const { return m_state.meter; }
     const std::vector<unsigned char>& bufferData(int i) const { return m_data[static_cast<std::size_t>(i)]; }
 
 private:
+    struct RecordState {
+        std::string szRecordFileName;
+        std::string szRecordTailFileName;
+        std::uint32_t record_buffer_size = 0;
+        int record_current_buffer = 0;
+        int record_last_buffer = 0;
+        std::uint64_t record_position = 0;
+        std::uint64_t record_bytes_written = 0;
+        std::uint64_t record_file_length = 0;
+        std::uint64_t record_tail_length = 0;
+        std::uint64_t record_length = 0;
+        bool is_recording = false;
+        bool test_level_mode = false;
+        bool capturing = false;
+        bool take_recorded = false;
+        bool device_lost = false;
+        int timer_resolution = 10;
+        double free_disk_bytes = -1;
+        Peaks meter;
+    };
+    RecordState m_state;
+
     RecordEngine();
     void freeBuffers();
     void closeRecordFile();

@@ -17,7 +17,7 @@ int play_from_timemark(CChildFrame& f, int i)
     if (!validMark(f, i))
         return 0;
     PlaybackEngine& engine = PlaybackEngine::instance();
-    if (engine.is_playing)
+    if (engine.is_playing())
         return 0;
     select_timemark(f, i);
     if (!f.bHighlight)

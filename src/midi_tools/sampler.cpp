@@ -41,7 +41,7 @@ int Sampler::arm(CChildFrame& frame, double seconds, std::optional<float> thresh
     engine.trigger_continue = true;
     engine.signal_threshold = threshold.value_or(0.0f);
     engine.begin_dialog(frame);
-    engine.record_position = 0;
+    engine.set_record_position(0);
     m_wanted = seconds > 0.0 ? static_cast<std::uint64_t>(seconds * engine.format.bytesPerSecond()) /
                                    std::max<std::uint32_t>(1, engine.format.block()) * engine.format.block()
                              : 0;
@@ -78,7 +78,7 @@ void Sampler::stop_now()
 void Sampler::poll()
 {
     RecordEngine& engine = RecordEngine::instance();
-    if (m_stopRequested || (m_wanted && engine.record_bytes_written >= m_wanted)) {
+    if (m_stopRequested || (m_wanted && engine.record_bytes_written() >= m_wanted)) {
         m_stopRequested = false;
         engine.stop_recording();
     }
@@ -93,12 +93,11 @@ void Sampler::finish()
     m_poll.stop();
     RecordEngine& engine = RecordEngine::instance();
     // The take ends at the buffer that passed the length: cut it to size.
-    if (m_wanted && engine.record_length > m_wanted &&
-        ::truncate(engine.szRecordFileName.c_str(), static_cast<off_t>(m_wanted)) == 0)
-        engine.record_length = m_wanted;
+    if (m_wanted)
+        engine.truncate_take(m_wanted);
     const double seconds =
-        static_cast<double>(engine.record_length) / std::max<std::uint32_t>(1, engine.format.bytesPerSecond());
-    const bool recorded = engine.take_recorded;
+        static_cast<double>(engine.record_length()) / std::max<std::uint32_t>(1, engine.format.bytesPerSecond());
+    const bool recorded = engine.take_recorded();
     const bool adopted = engine.adopt_take() != 0 && recorded;
     engine.setHost(nullptr);
     m_armed = false;

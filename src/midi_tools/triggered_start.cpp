@@ -128,7 +128,6 @@ void TriggeredStart::fire()
     m_midi.close();
     if (m_settings.action == TriggerAction::Play) {
         PlaybackEngine& engine = PlaybackEngine::instance();
-        engine.play_short = false;
         setStatus(engine.start_prepared() ? "Playing" : "The output device did not start");
     } else {
         m_sampler = std::make_unique<Sampler>();

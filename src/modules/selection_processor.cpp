@@ -266,7 +266,7 @@ StreamKernel stream_of(SampleKernel kernel)
 int preview_selection(CChildFrame& f, const StreamKernel& kernel, double seconds)
 {
     PlaybackEngine& playback = PlaybackEngine::instance();
-    if (playback.is_playing) {
+    if (playback.is_playing()) {
         playback.stop_playback();
         playback.wait_until_released(2000);
     }

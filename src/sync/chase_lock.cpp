@@ -64,7 +64,7 @@ ChaseLock::~ChaseLock()
     m_midi.close();
     PlaybackEngine& engine = PlaybackEngine::instance();
     engine.cancel_prepared();
-    engine.keep_device_open = false;
+    engine.set_keep_device_open(false);
     engine.release_held_device();
 }
 
@@ -151,7 +151,7 @@ void ChaseLock::start()
         m_tickTimer.start(tick_period_ms());
     // Between a stop of the code and its return the device stays open, so
     // that a restart has only to let it play.
-    PlaybackEngine::instance().keep_device_open = true;
+    PlaybackEngine::instance().set_keep_device_open(true);
 }
 
 void ChaseLock::cancel()
@@ -163,7 +163,7 @@ void ChaseLock::cancel()
     cue_armed = false;
     PlaybackEngine& engine = PlaybackEngine::instance();
     engine.cancel_prepared();
-    engine.keep_device_open = false;
+    engine.set_keep_device_open(false);
     engine.release_held_device();
     if (onEnded)
         onEnded();
@@ -177,7 +177,7 @@ void ChaseLock::midi_message(std::uint32_t message, std::int64_t arrivedNs)
 bool ChaseLock::playing() const
 {
     const PlaybackEngine& engine = PlaybackEngine::instance();
-    return engine.is_playing && engine.playing_frame() == &m_frame;
+    return engine.is_playing() && engine.playing_frame() == &m_frame;
 }
 
 void ChaseLock::stopPlayback()
@@ -229,7 +229,7 @@ void ChaseLock::tick()
     if (mtc.mtc_packed == mtc.mtc_last_packed)
         mtc.mtc_fresh = false;
 
-    if (playing() && !mtc_stopped && onPlayPosition && !engine.play_short) {
+    if (playing() && !mtc_stopped && onPlayPosition && !engine.play_short()) {
         const std::uint32_t units =
             engine.played_file_position() / static_cast<std::uint32_t>(std::max(1, m_frame.bytesPerSample()));
         std::string shown = position_text(m_frame, units, preferences().timeFormat);
@@ -274,7 +274,6 @@ void ChaseLock::tick()
         cue_armed = false;
         setText(kChaseStatus, "Reached cuepoint");
         if (!playing()) {
-            engine.play_short = false;
             StartAlignment alignment;
             if (m_compensate && mtc.completedAtNs != 0 && m_frame.wfx.nAvgBytesPerSec) {
                 // The complete time names the moment of its first quarter

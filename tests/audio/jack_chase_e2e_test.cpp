@@ -42,7 +42,7 @@ protected:
     {
         PlaybackEngine& e = PlaybackEngine::instance();
         e.cancel_prepared();
-        if (e.is_playing)
+        if (e.is_playing())
             e.stop_playback();
         e.wait_until_released(2000);
         rig.close();
@@ -92,13 +92,13 @@ TEST_F(JackChaseTest, PlaybackFollowsTheTimeCodeThroughStopsAndRestarts)
     chase.start();
     ASSERT_TRUE(chase.cue_armed);
     ASSERT_TRUE(runUntil([&] { return rig.connectPlayers() == 2; }, 3000)) << "the prepared stream is not there";
-    EXPECT_FALSE(engine.is_playing);
+    EXPECT_FALSE(engine.is_playing());
 
     // The code runs from three seconds; the cue is at five.
     rig.startCode(24, 3 * 24, 100);
     ASSERT_TRUE(runUntil([&] { return rig.codeStartedAt().has_value(); }, 2000));
     const std::int64_t codeStart = *rig.codeStartedAt();
-    ASSERT_TRUE(runUntil([&] { return engine.is_playing; }, 4000)) << chase.text(kChaseStatus);
+    ASSERT_TRUE(runUntil([&] { return engine.is_playing(); }, 4000)) << chase.text(kChaseStatus);
     EXPECT_EQ(chase.text(kChaseStatus), "Reached cuepoint");
     waitFrames(24000);
     std::size_t contiguous = 0;
@@ -112,7 +112,7 @@ TEST_F(JackChaseTest, PlaybackFollowsTheTimeCodeThroughStopsAndRestarts)
     // The code stops: so does playback, within the 21 ticks and a little.
     rig.stopCode();
     const std::int64_t stopped = rig.now();
-    ASSERT_TRUE(runUntil([&] { return !engine.is_playing; }, 2000));
+    ASSERT_TRUE(runUntil([&] { return !engine.is_playing(); }, 2000));
     EXPECT_EQ(chase.text(kChaseStatus), "MTC device stopped");
     EXPECT_EQ(chase.text(kChaseInstruction1), "Restart MTC Device");
     waitFrames(24000);
@@ -125,7 +125,7 @@ TEST_F(JackChaseTest, PlaybackFollowsTheTimeCodeThroughStopsAndRestarts)
     rig.startCode(24, 12 * 24, 37);
     ASSERT_TRUE(runUntil([&] { return rig.codeStartedAt().has_value(); }, 2000));
     const std::int64_t restart = *rig.codeStartedAt();
-    ASSERT_TRUE(runUntil([&] { return engine.is_playing; }, 4000)) << chase.text(kChaseStatus);
+    ASSERT_TRUE(runUntil([&] { return engine.is_playing(); }, 4000)) << chase.text(kChaseStatus);
     waitFrames(24000);
     const double again = startError(restart);
     EXPECT_LT(again, -1.5 / 24) << again * 48000 << " samples";
@@ -135,13 +135,13 @@ TEST_F(JackChaseTest, PlaybackFollowsTheTimeCodeThroughStopsAndRestarts)
     // With the delay compensated, a restart starts where the code is.
     chase.set_compensation(true);
     rig.stopCode();
-    ASSERT_TRUE(runUntil([&] { return !engine.is_playing; }, 2000));
+    ASSERT_TRUE(runUntil([&] { return !engine.is_playing(); }, 2000));
     waitFrames(12000);
     EXPECT_EQ(rig.playersStillConnected(), 2);
     rig.startCode(24, 20 * 24, 211);
     ASSERT_TRUE(runUntil([&] { return rig.codeStartedAt().has_value(); }, 2000));
     const std::int64_t compensated = *rig.codeStartedAt();
-    ASSERT_TRUE(runUntil([&] { return engine.is_playing; }, 4000));
+    ASSERT_TRUE(runUntil([&] { return engine.is_playing(); }, 4000));
     waitFrames(24000);
     const double aligned = startError(compensated, &contiguous);
     EXPECT_LT(std::fabs(aligned), 0.25 / 24) << aligned * 48000 << " samples";
@@ -167,11 +167,11 @@ TEST_F(JackChaseTest, ANoteStartsPlaybackAndTheKeyboardPlaysIntoAPort)
     rig.sendMessage(midi_message(0x90, 61, 100));
     runUntil([&] { return rig.sentAt().has_value(); }, 1000);
     waitFrames(4800);
-    EXPECT_FALSE(engine.is_playing);
+    EXPECT_FALSE(engine.is_playing());
     rig.sendMessage(midi_message(0x90, 60, 100));
     ASSERT_TRUE(runUntil([&] { return rig.sentAt().has_value(); }, 1000));
     const std::int64_t sent = *rig.sentAt();
-    ASSERT_TRUE(runUntil([&] { return engine.is_playing; }, 2000));
+    ASSERT_TRUE(runUntil([&] { return engine.is_playing(); }, 2000));
     waitFrames(9600);
     const auto heard = rig.firstSoundAfter(sent);
     ASSERT_TRUE(heard);
@@ -180,7 +180,7 @@ TEST_F(JackChaseTest, ANoteStartsPlaybackAndTheKeyboardPlaysIntoAPort)
     // few periods.
     EXPECT_LT(heard->graphFrame - sent, 48000 / 20) << heard->graphFrame - sent << " frames";
     engine.stop_playback();
-    runUntil([&] { return !engine.is_playing; }, 2000);
+    runUntil([&] { return !engine.is_playing(); }, 2000);
 
     int out = -1;
     for (const MidiPortInfo& p : midi_output_devices())

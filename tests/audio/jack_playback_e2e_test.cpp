@@ -36,7 +36,7 @@ protected:
     void TearDown() override
     {
         PlaybackEngine& e = PlaybackEngine::instance();
-        if (e.is_playing)
+        if (e.is_playing())
             e.stop_playback();
         e.wait_until_released(2000);
         set_wave_out_factory(nullptr);
@@ -114,7 +114,7 @@ TEST_F(JackPlaybackTest, ASelectionReachesTheServerSampleExactAndPlaybackEnds)
     // The engine writes its first buffers only when the open completion is
     // delivered, so connecting now misses nothing.
     ASSERT_EQ(rec.connectPlayers(), 2);
-    ASSERT_TRUE(runUntil([&] { return !e.is_playing; }, 5000)) << "playback never ended";
+    ASSERT_TRUE(runUntil([&] { return !e.is_playing(); }, 5000)) << "playback never ended";
     runUntil([&] { return rec.frames() >= JackServer::kRate * 3 || false; }, 300);
 
     const long at = alignment(rec, first, last);
@@ -145,7 +145,7 @@ TEST_F(JackPlaybackTest, FilesPlayAtTheirOwnLevel)
         PlaybackEngine& e = PlaybackEngine::instance();
         ASSERT_EQ(e.play_the_wavefile(*docs.back()), 1) << bits;
         ASSERT_EQ(rec.connectPlayers(), 2);
-        ASSERT_TRUE(runUntil([&] { return !e.is_playing; }, 5000));
+        ASSERT_TRUE(runUntil([&] { return !e.is_playing(); }, 5000));
         e.wait_until_released(2000);
         // The level of what arrived, from its RMS.
         const ToneMeasurement tone = measure_tone(rec.left(), rec.frames(), JackServer::kRate, 1000);
@@ -163,7 +163,7 @@ TEST_F(JackPlaybackTest, StarvedPeriodsAreOursAndCountedApart)
     CChildFrame& f = open(JackServer::kRate, JackServer::kRate * 2);
     PlaybackEngine& e = PlaybackEngine::instance();
     ASSERT_EQ(e.play_the_wavefile(f), 1);
-    ASSERT_TRUE(runUntil([&] { return !e.is_playing; }, 5000));
+    ASSERT_TRUE(runUntil([&] { return !e.is_playing(); }, 5000));
     e.wait_until_released(2000);
     EXPECT_EQ(portaudio_output_starved(), 0);
 
@@ -171,7 +171,7 @@ TEST_F(JackPlaybackTest, StarvedPeriodsAreOursAndCountedApart)
     runUntil([] { return false; }, 300);
     // The user-interface thread is busy for longer than the queued buffers last.
     QThread::msleep(900);
-    ASSERT_TRUE(runUntil([&] { return !e.is_playing; }, 8000));
+    ASSERT_TRUE(runUntil([&] { return !e.is_playing(); }, 8000));
     e.wait_until_released(2000);
     EXPECT_GT(portaudio_output_starved(), 0);
 }
@@ -190,7 +190,7 @@ TEST_F(JackPlaybackTest, StopEndsAtOnceAndLoopsRepeatTheRange)
         e.stop_playback();
         QElapsedTimer clock;
         clock.start();
-        ASSERT_TRUE(runUntil([&] { return !e.is_playing; }, 2000));
+        ASSERT_TRUE(runUntil([&] { return !e.is_playing(); }, 2000));
         EXPECT_LT(clock.elapsed(), 500);
         e.wait_until_released(1000);
         const long at = alignment(rec, 0, 4800);
@@ -212,7 +212,7 @@ TEST_F(JackPlaybackTest, StopEndsAtOnceAndLoopsRepeatTheRange)
         ASSERT_TRUE(rec.open());
         ASSERT_EQ(e.play_the_wavefile(f), 1);
         ASSERT_EQ(rec.connectPlayers(), 2);
-        ASSERT_TRUE(runUntil([&] { return !e.is_playing; }, 5000));
+        ASSERT_TRUE(runUntil([&] { return !e.is_playing(); }, 5000));
         runUntil([] { return false; }, 200);
         const long at = alignment(rec, first, last);
         ASSERT_GE(at, 0);
@@ -244,7 +244,7 @@ TEST_F(JackPlaybackTest, FilesAtRatesTheServerCannotRunPlayAtTheirPitchAndLength
         ASSERT_TRUE(rec.open());
         ASSERT_EQ(e.play_the_wavefile(*docs.back()), 1) << rate;
         ASSERT_EQ(rec.connectPlayers(), 2);
-        ASSERT_TRUE(runUntil([&] { return !e.is_playing; }, 5000)) << rate;
+        ASSERT_TRUE(runUntil([&] { return !e.is_playing(); }, 5000)) << rate;
         EXPECT_NEAR(e.get_play_position_ms(), 1000.0, 2.0) << rate;
         e.wait_until_released(2000);
         runUntil([] { return false; }, 200);
@@ -300,7 +300,7 @@ TEST_F(JackPlaybackTest, AConnectionMadeToOurPortsSurvivesStops)
     for (int stop = 0; stop < 3; ++stop) {
         runUntil([] { return false; }, 200);
         e.stop_playback();
-        ASSERT_TRUE(runUntil([&] { return !e.is_playing; }, 2000));
+        ASSERT_TRUE(runUntil([&] { return !e.is_playing(); }, 2000));
         e.wait_until_released(1000);
         EXPECT_EQ(connected(), 2) << "after stop " << stop + 1;
         ASSERT_EQ(e.play_the_wavefile(f), 1);
@@ -310,14 +310,14 @@ TEST_F(JackPlaybackTest, AConnectionMadeToOurPortsSurvivesStops)
     e.wait_until_released(1000);
     CChildFrame& g = open(44100, 4410);
     ASSERT_EQ(e.play_the_wavefile(g), 1);
-    ASSERT_TRUE(runUntil([&] { return !e.is_playing; }, 3000));
+    ASSERT_TRUE(runUntil([&] { return !e.is_playing(); }, 3000));
     e.wait_until_released(1000);
     EXPECT_EQ(connected(), 2) << "after a play at another rate";
     // The last play reaches the recorder through the same connections.
     const std::size_t before = rec.frames();
     CChildFrame& h = open(JackServer::kRate, JackServer::kRate / 4);
     ASSERT_EQ(e.play_the_wavefile(h), 1);
-    ASSERT_TRUE(runUntil([&] { return !e.is_playing; }, 3000));
+    ASSERT_TRUE(runUntil([&] { return !e.is_playing(); }, 3000));
     runUntil([] { return false; }, 200);
     const long at = alignment(rec, 0, JackServer::kRate / 4, before);
     ASSERT_GE(at, static_cast<long>(before)) << "the last play was not heard";

@@ -143,16 +143,16 @@ TEST_F(JackRecordTest, ASignalPlayedIntoTheInputIsInTheTakeSampleForSample)
     ASSERT_TRUE(doc);
     RecordEngine& e = plainRecording();
     e.begin_dialog(*doc);
-    e.record_position = 0;
+    e.set_record_position(0);
     ASSERT_EQ(e.start_recording(), 1);
-    EXPECT_EQ(e.record_buffer_size, 32768u);
+    EXPECT_EQ(e.record_buffer_size(), 32768u);
     auto source = player();
     ASSERT_TRUE(source->open());
     // The input's ports exist once the stream is open.
     ASSERT_TRUE(runUntil([&] { return source->connectToListeners() == 2; }, 2000));
     ASSERT_TRUE(playAndStop(e, *source));
-    EXPECT_FALSE(e.device_lost);
-    EXPECT_EQ(mismatches(fileBytes(e.szRecordFileName)), 0);
+    EXPECT_FALSE(e.device_lost());
+    EXPECT_EQ(mismatches(fileBytes(e.szRecordFileName())), 0);
 
     // OK: the document holds the take.
     ASSERT_EQ(e.adopt_take(), 1);
@@ -202,7 +202,7 @@ TEST_F(JackRecordTest, TheUsersConnectionsToOurInputsComeBackWithTheNextTake)
 
     // The first take: the user connects the player and takes the capture ports off.
     e.begin_dialog(*doc);
-    e.record_position = 0;
+    e.set_record_position(0);
     ASSERT_EQ(e.start_recording(), 1);
     ASSERT_TRUE(runUntil([&] { return source->connectToListeners() == 2; }, 2000));
     // Once the stream runs, the library has joined the capture ports too.
@@ -219,11 +219,11 @@ TEST_F(JackRecordTest, TheUsersConnectionsToOurInputsComeBackWithTheNextTake)
     // The second take: the same connections, nothing else, and the signal
     // arrives without connecting again.
     e.begin_dialog(*doc);
-    e.record_position = 0;
+    e.set_record_position(0);
     ASSERT_EQ(e.start_recording(), 1);
     EXPECT_TRUE(runUntil([&] { return peers() == wanted; }, 2000)) << ::testing::PrintToString(peers());
     ASSERT_TRUE(playAndStop(e, *source));
-    EXPECT_EQ(mismatches(fileBytes(e.szRecordFileName)), 0);
+    EXPECT_EQ(mismatches(fileBytes(e.szRecordFileName())), 0);
     jack_client_close(user);
 }
 

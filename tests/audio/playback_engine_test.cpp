@@ -25,7 +25,7 @@ protected:
     void TearDown() override
     {
         PlaybackEngine& e = engine();
-        if (e.is_playing) {
+        if (e.is_playing()) {
             e.stop_playback();
             SimulatedWaveOut::deliver();
         }
@@ -49,7 +49,7 @@ protected:
     static void playToTheEnd(int steps = 100000)
     {
         SimulatedWaveOut::deliver();
-        while (engine().is_playing && steps-- > 0) {
+        while (engine().is_playing() && steps-- > 0) {
             SimulatedWaveOut::advance(25);
             SimulatedWaveOut::deliver();
         }
@@ -71,14 +71,14 @@ TEST_F(PlaybackTest, PlaysTheWholeFileSampleForSampleThroughFourTenthSecondBuffe
 {
     CChildFrame& f = open(2, 16, 22050, 22050 * 2);  // two seconds
     ASSERT_EQ(engine().play_the_wavefile(f), 1);
-    EXPECT_TRUE(engine().is_playing);
+    EXPECT_TRUE(engine().is_playing());
     EXPECT_TRUE(transport_state().playing);
     EXPECT_EQ(engine().play_buffer_count, 4);
-    EXPECT_EQ(engine().play_buffer_size, 2u * 2u * 22050u / 10u);
+    EXPECT_EQ(engine().play_buffer_size(), 2u * 2u * 22050u / 10u);
     EXPECT_EQ(timerStarts, 1);
     playToTheEnd();
     EXPECT_EQ(SimulatedWaveOut::state().played, data);
-    EXPECT_FALSE(engine().is_playing);
+    EXPECT_FALSE(engine().is_playing());
     EXPECT_FALSE(transport_state().playing);
     EXPECT_EQ(ends, 1);
     EXPECT_EQ(timerStops, 1);
@@ -94,7 +94,7 @@ TEST_F(PlaybackTest, ShortSixteenBitSelectionsPlayFromOneBufferAndWithoutCursor)
     set_selection_units(f, 2000, 2000 + 22050);  // one second: below 1.24 s
     ASSERT_EQ(engine().play_the_wavefile(f), 1);
     EXPECT_EQ(engine().play_buffer_count, 1);
-    EXPECT_TRUE(engine().play_short);  // 1 s x 0.25 < 0.5 s
+    EXPECT_TRUE(engine().play_short());  // 1 s x 0.25 < 0.5 s
     EXPECT_EQ(timerStarts, 0);
     playToTheEnd();
     EXPECT_EQ(SimulatedWaveOut::state().played, Bytes(data.begin() + 4000, data.begin() + 4000 + 44100));
@@ -106,7 +106,7 @@ TEST_F(PlaybackTest, ShortSixteenBitSelectionsPlayFromOneBufferAndWithoutCursor)
     SimulatedWaveOut::state().played.clear();
     ASSERT_EQ(engine().play_the_wavefile(g), 1);
     EXPECT_EQ(engine().play_buffer_count, 4);
-    EXPECT_FALSE(engine().play_short);
+    EXPECT_FALSE(engine().play_short());
     playToTheEnd();
     EXPECT_EQ(SimulatedWaveOut::state().played, Bytes(data.begin(), data.begin() + 22050));
 }
@@ -117,8 +117,8 @@ TEST_F(PlaybackTest, AStartInsideAFrameMovesDownToFourBytes)
     f.bHighlight = 1;
     set_selection_units(f, 1001, 21001);  // byte 2002
     ASSERT_EQ(engine().play_the_wavefile(f), 1);
-    EXPECT_EQ(engine().play_start_offset, 2000u);
-    EXPECT_EQ(engine().play_total_bytes, 40000u);
+    EXPECT_EQ(engine().play_start_offset(), 2000u);
+    EXPECT_EQ(engine().play_total_bytes(), 40000u);
     playToTheEnd();
     EXPECT_EQ(SimulatedWaveOut::state().played, Bytes(data.begin() + 2000, data.begin() + 42000));
 }
@@ -132,17 +132,17 @@ TEST_F(PlaybackTest, ThePlayedRangeIsShownWhereItLiesInTheDocument)
     f.bHighlight = 1;
     set_selection_units(f, 10000, 20000);
     ASSERT_EQ(engine().play_the_wavefile(f), 1);
-    EXPECT_EQ(engine().play_shown_start, 10000u);
+    EXPECT_EQ(engine().play_shown_start(), 10000u);
     playToTheEnd();
     // A preview: its own file from byte 0, shown at the highlight.
     writeFile(path("preview.pcm"), Bytes(data.begin(), data.begin() + 8000));
     ASSERT_EQ(engine().play_file(f, path("preview.pcm"), 0, 8000, f.nSelStart), 1);
-    EXPECT_EQ(engine().play_start_offset, 0u);
-    EXPECT_EQ(engine().play_shown_start, 10000u);
+    EXPECT_EQ(engine().play_start_offset(), 0u);
+    EXPECT_EQ(engine().play_shown_start(), 10000u);
     playToTheEnd();
     // Without a place given, a file plays shown from where its bytes begin.
     ASSERT_EQ(engine().play_file(f, path("preview.pcm"), 4000, 8000), 1);
-    EXPECT_EQ(engine().play_shown_start, 2000u);
+    EXPECT_EQ(engine().play_shown_start(), 2000u);
     playToTheEnd();
 }
 
@@ -158,7 +158,7 @@ TEST_F(PlaybackTest, ALoopCountPlaysTheRangeThatManyTimesAndStopEndsALoop)
     for (int i = 0; i < 3; ++i)
         thrice.insert(thrice.end(), data.begin(), data.end());
     EXPECT_EQ(SimulatedWaveOut::state().played, thrice);
-    EXPECT_EQ(engine().loop_pass, 3);
+    EXPECT_EQ(engine().loop_pass(), 3);
     EXPECT_EQ(SimulatedWaveOut::state().opens, 1);  // the device stays open between passes
     EXPECT_EQ(ends, 1);
 
@@ -171,12 +171,12 @@ TEST_F(PlaybackTest, ALoopCountPlaysTheRangeThatManyTimesAndStopEndsALoop)
         SimulatedWaveOut::advance(25);
         SimulatedWaveOut::deliver();
     }
-    EXPECT_TRUE(engine().is_playing);
+    EXPECT_TRUE(engine().is_playing());
     const std::size_t before = SimulatedWaveOut::state().played.size();
     EXPECT_GE(before, 4 * data.size());
     engine().stop_playback();
     SimulatedWaveOut::deliver();
-    EXPECT_FALSE(engine().is_playing);
+    EXPECT_FALSE(engine().is_playing());
     SimulatedWaveOut::advance(5000);
     EXPECT_EQ(SimulatedWaveOut::state().played.size(), before);
 }
@@ -192,18 +192,18 @@ TEST_F(PlaybackTest, PlayWhilePlayingStopsAndPauseLeavesOutThePausedTime)
     }
     EXPECT_NEAR(engine().get_play_position_ms(), 500.0, 1.0);
     engine().pause_playback();
-    EXPECT_TRUE(engine().is_paused);
+    EXPECT_TRUE(engine().is_paused());
     SimulatedWaveOut::advance(1000);  // paused: nothing plays
     SimulatedWaveOut::deliver();
     EXPECT_NEAR(engine().get_play_position_ms(), 500.0, 1.0);
     engine().pause_playback();
-    EXPECT_FALSE(engine().is_paused);
+    EXPECT_FALSE(engine().is_paused());
     SimulatedWaveOut::advance(250);
     SimulatedWaveOut::deliver();
     EXPECT_NEAR(engine().get_play_position_ms(), 750.0, 1.0);
     EXPECT_EQ(engine().play_the_wavefile(f), 0);  // a second Play stops
     SimulatedWaveOut::deliver();
-    EXPECT_FALSE(engine().is_playing);
+    EXPECT_FALSE(engine().is_playing());
     EXPECT_EQ(ends, 1);
 }
 
@@ -215,7 +215,7 @@ TEST_F(PlaybackTest, NothingPlaysWithoutADeviceOrWithTooLittleData)
     set_wave_out_factory(SimulatedWaveOut::make);
     SimulatedWaveOut::state().refuse = true;  // the device refuses the format
     EXPECT_EQ(engine().play_the_wavefile(f), 0);
-    EXPECT_FALSE(engine().is_playing);
+    EXPECT_FALSE(engine().is_playing());
     SimulatedWaveOut::state().refuse = false;
     CChildFrame& tiny = open(1, 8, 8000, 29, 3);
     EXPECT_EQ(engine().play_the_wavefile(tiny), 0);
@@ -228,8 +228,8 @@ TEST_F(PlaybackTest, TheClipboardPlaysInItsOwnFormat)
     set_selection_units(f, 0, 22050);
     ASSERT_EQ(copy_to_pseudo_clipboard(f), 1);
     ASSERT_EQ(engine().play_clipboard(f), 1);
-    EXPECT_TRUE(engine().playing_clipboard);
-    EXPECT_EQ(engine().play_buffer_size, 88200u * 8192u / 44100u);  // from a byte rate below 88201
+    EXPECT_TRUE(engine().playing_clipboard());
+    EXPECT_EQ(engine().play_buffer_size(), 88200u * 8192u / 44100u);  // from a byte rate below 88201
     playToTheEnd();
     EXPECT_EQ(SimulatedWaveOut::state().played, Bytes(data.begin(), data.begin() + 44100));
     EXPECT_EQ(SimulatedWaveOut::state().format.rate, 22050u);
@@ -241,7 +241,7 @@ TEST_F(PlaybackTest, StopBeforeTheDeviceIsReadyEndsWithoutPlayingAnything)
     ASSERT_EQ(engine().play_the_wavefile(f), 1);
     engine().stop_playback();  // the open completion has not arrived yet
     SimulatedWaveOut::deliver();
-    EXPECT_FALSE(engine().is_playing);
+    EXPECT_FALSE(engine().is_playing());
     EXPECT_TRUE(SimulatedWaveOut::state().played.empty());
     EXPECT_TRUE(SimulatedWaveOut::state().writes.empty());
     EXPECT_EQ(SimulatedWaveOut::state().closes, 1);
@@ -264,7 +264,7 @@ TEST_F(PlaybackTest, AClickWithoutAHighlightPlaysFromThereAndAHighlightWins)
     // A click at the very end plays nothing and leaves nothing open.
     engine().play_from_unit = f.nTotalSamples;
     EXPECT_EQ(engine().play_the_wavefile(f), 0);
-    EXPECT_FALSE(engine().is_playing);
+    EXPECT_FALSE(engine().is_playing());
     // With a highlight the click does not count.
     SimulatedWaveOut::state() = SimulatedWaveOutState{};
     f.bHighlight = true;
@@ -286,14 +286,14 @@ TEST_F(PlaybackTest, ACueSequencePlaysItsEntriesInTurnAndGivesBackTheFirstRange)
     EXPECT_EQ(f.nSelStart, 1000u);
     EXPECT_EQ(f.nSelEndByte, 10000u);
     playToTheEnd();
-    for (int i = 0; i < 20 && (engine().is_playing || engine().sequence_running); ++i)
+    for (int i = 0; i < 20 && (engine().is_playing() || engine().sequence_running()); ++i)
         playToTheEnd();
     Bytes expected(data.begin() + 2000, data.begin() + 10000);
     expected.insert(expected.end(), data.begin() + 40000, data.begin() + 48000);
     expected.insert(expected.end(), other.begin(), other.begin() + 4000);
     EXPECT_EQ(SimulatedWaveOut::state().played, expected);
     EXPECT_EQ(entries, (std::vector<int>{1, 2, 0}));
-    EXPECT_FALSE(engine().sequence_running);
+    EXPECT_FALSE(engine().sequence_running());
     // The first entry's range is the selection again.
     EXPECT_EQ(f.nSelStart, 1000u);
     EXPECT_EQ(f.nSelEnd, 5000u);
@@ -307,8 +307,8 @@ TEST_F(PlaybackTest, ACueSequencePlaysItsEntriesInTurnAndGivesBackTheFirstRange)
     SimulatedWaveOut::advance(25);
     engine().stop_playback();
     playToTheEnd();
-    EXPECT_FALSE(engine().is_playing);
-    EXPECT_FALSE(engine().sequence_running);
+    EXPECT_FALSE(engine().is_playing());
+    EXPECT_FALSE(engine().sequence_running());
     EXPECT_TRUE(entries.empty());
     EXPECT_LT(SimulatedWaveOut::state().played.size(), 8000u);
     // An entry out of range does not start.

@@ -60,7 +60,7 @@ protected:
         e.metronome_on = false;
         e.rewind_after_take = true;
         e.record_buffer_count = 6;
-        e.meter = Peaks{};
+        e.reset_meter();
     }
     void TearDown() override
     {
@@ -103,7 +103,7 @@ protected:
     }
     void feed(const Bytes& bytes)
     {
-        const std::size_t size = engine().record_buffer_size;
+        const std::size_t size = engine().record_buffer_size();
         for (std::size_t at = 0; at < bytes.size() && !engine().idle(); at += size) {
             const std::size_t take = std::min(size, bytes.size() - at);
             now += static_cast<std::uint32_t>(take * 1000 / engine().format.bytesPerSecond());
@@ -180,15 +180,15 @@ TEST_F(RecordTest, TakeReplacesFromTheCursorAndIsAdoptedWithOneUndo)
     CChildFrame& f = openDoc(old);
     const std::string before = f.szFileName;
     engine().begin_dialog(f);
-    EXPECT_EQ(engine().record_length, old.size());
-    engine().record_position = 4000;  // frame 1000
+    EXPECT_EQ(engine().record_length(), old.size());
+    engine().set_record_position(4000);  // frame 1000
 
     Bytes take;
     for (int i = 0; i < 30000; ++i)
         frame16(take, 7000 + i % 50, 100);
     recordTake(take);
     EXPECT_TRUE(engine().idle());
-    EXPECT_TRUE(engine().take_recorded);
+    EXPECT_TRUE(engine().take_recorded());
     EXPECT_FALSE(transport_state().recording);
     // Six buffers of 32768 bytes were handed to the device.
     ASSERT_GE(SimulatedWaveIn::state().bufferSizes.size(), 6u);
@@ -197,9 +197,9 @@ TEST_F(RecordTest, TakeReplacesFromTheCursorAndIsAdoptedWithOneUndo)
 
     Bytes expected(old.begin(), old.begin() + 4000);
     expected.insert(expected.end(), take.begin(), take.end());
-    EXPECT_EQ(readFile(engine().szRecordFileName), expected);
-    EXPECT_EQ(engine().record_length, expected.size());
-    EXPECT_EQ(engine().record_position, 0u);  // rewound after the take
+    EXPECT_EQ(readFile(engine().szRecordFileName()), expected);
+    EXPECT_EQ(engine().record_length(), expected.size());
+    EXPECT_EQ(engine().record_position(), 0u);  // rewound after the take
 
     ASSERT_EQ(engine().adopt_take(), 1);
     EXPECT_EQ(f.nTotalSamples, expected.size() / 2);
@@ -217,13 +217,13 @@ TEST_F(RecordTest, ReplaceInTheMiddleKeepsWhatLiesBehindTheTake)
     Bytes old(400000, 0x11);
     CChildFrame& f = openDoc(old);
     engine().begin_dialog(f);
-    engine().record_position = 1000;
+    engine().set_record_position(1000);
     const Bytes take(40000, 0x22);
     recordTake(take);
     Bytes expected = old;
     std::copy(take.begin(), take.end(), expected.begin() + 1000);
-    EXPECT_EQ(readFile(engine().szRecordFileName), expected);
-    EXPECT_EQ(engine().record_length, old.size());
+    EXPECT_EQ(readFile(engine().szRecordFileName()), expected);
+    EXPECT_EQ(engine().record_length(), old.size());
 }
 
 TEST_F(RecordTest, InsertPutsTheOldDataBehindTheCursorAfterTheTake)
@@ -234,7 +234,7 @@ TEST_F(RecordTest, InsertPutsTheOldDataBehindTheCursorAfterTheTake)
     CChildFrame& f = openDoc(old);
     engine().begin_dialog(f);
     engine().insert_mode = 1;
-    engine().record_position = 40002;  // rounded down to 40000
+    engine().set_record_position(40002);  // rounded down to 40000
     Bytes take;
     for (int i = 0; i < 20000; ++i)
         frame16(take, -i, 3);
@@ -242,19 +242,19 @@ TEST_F(RecordTest, InsertPutsTheOldDataBehindTheCursorAfterTheTake)
     Bytes expected(old.begin(), old.begin() + 40000);
     expected.insert(expected.end(), take.begin(), take.end());
     expected.insert(expected.end(), old.begin() + 40000, old.end());
-    EXPECT_EQ(engine().record_tail_length, old.size() - 40000);
-    EXPECT_EQ(readFile(engine().szRecordFileName), expected);
+    EXPECT_EQ(engine().record_tail_length(), old.size() - 40000);
+    EXPECT_EQ(readFile(engine().szRecordFileName()), expected);
     // The cursor follows the take; the tail file is gone.
-    EXPECT_EQ(engine().record_position, 40000u + take.size());
-    EXPECT_TRUE(engine().szRecordTailFileName.empty());
+    EXPECT_EQ(engine().record_position(), 40000u + take.size());
+    EXPECT_TRUE(engine().szRecordTailFileName().empty());
 
     // At the very end nothing is copied aside.
-    engine().record_position = expected.size();
+    engine().set_record_position(expected.size());
     const Bytes second(8000, 0x40);
     recordTake(second);
-    EXPECT_EQ(engine().record_tail_length, 0u);
+    EXPECT_EQ(engine().record_tail_length(), 0u);
     expected.insert(expected.end(), second.begin(), second.end());
-    EXPECT_EQ(readFile(engine().szRecordFileName), expected);
+    EXPECT_EQ(readFile(engine().szRecordFileName()), expected);
 }
 
 TEST_F(RecordTest, SignalTriggerWritesNothingUntilAPositivePeakPassesAndStartsTheAutoStopClock)
@@ -277,8 +277,8 @@ TEST_F(RecordTest, SignalTriggerWritesNothingUntilAPositivePeakPassesAndStartsTh
     feed(negative);
     now += 60000;
     EXPECT_FALSE(engine().idle());
-    EXPECT_FALSE(engine().capturing);
-    EXPECT_EQ(readFile(engine().szRecordFileName), Bytes(400, 0));  // the document's data, untouched
+    EXPECT_FALSE(engine().capturing());
+    EXPECT_EQ(readFile(engine().szRecordFileName()), Bytes(400, 0));  // the document's data, untouched
     ASSERT_EQ(triggerTexts.size(), 4u);
     EXPECT_EQ(triggerTexts[0], "Sample = 0.000000  Threshold = 0.500000");
     EXPECT_EQ(triggerTexts[3], "Sample = -0.914062  Threshold = 0.500000");
@@ -290,17 +290,17 @@ TEST_F(RecordTest, SignalTriggerWritesNothingUntilAPositivePeakPassesAndStartsTh
         frame16(loud, 0, 65 * 256);
     }
     feed(half);
-    EXPECT_FALSE(engine().capturing);
+    EXPECT_FALSE(engine().capturing());
     feed(loud);
-    EXPECT_TRUE(engine().capturing);
-    EXPECT_EQ(readFile(engine().szRecordFileName), loud);
+    EXPECT_TRUE(engine().capturing());
+    EXPECT_EQ(readFile(engine().szRecordFileName()), loud);
     // The limit counts from the trigger: 1000 ms later the take stops.
     feed(silence16(size));  // 371 ms after the trigger
     feed(silence16(size));  // 742 ms
     EXPECT_FALSE(engine().idle());
     feed(silence16(size));  // 1114 ms: stops at this buffer
     EXPECT_TRUE(engine().idle());
-    EXPECT_EQ(get_named_file_length(engine().szRecordFileName), 4 * size);
+    EXPECT_EQ(get_named_file_length(engine().szRecordFileName()), 4 * size);
 }
 
 TEST_F(RecordTest, AutoStopEndsAtTheFirstBufferAfterTheLimit)
@@ -311,7 +311,7 @@ TEST_F(RecordTest, AutoStopEndsAtTheFirstBufferAfterTheLimit)
     engine().auto_stop_limit_ms = 10000;
     ASSERT_EQ(engine().start_recording(), 1);
     SimulatedWaveIn::deliver();
-    const std::size_t size = engine().record_buffer_size;
+    const std::size_t size = engine().record_buffer_size();
     int buffers = 0;
     // Each 32768-byte buffer is 371 ms of 22050 Hz stereo 16-bit.
     while (!engine().idle() && buffers < 100) {
@@ -319,7 +319,7 @@ TEST_F(RecordTest, AutoStopEndsAtTheFirstBufferAfterTheLimit)
         ++buffers;
     }
     EXPECT_EQ(buffers, 27);  // 26 x 371 = 9646 ms, 27 x 371 = 10017 ms
-    EXPECT_EQ(get_named_file_length(engine().szRecordFileName), 27 * size);
+    EXPECT_EQ(get_named_file_length(engine().szRecordFileName()), 27 * size);
 }
 
 TEST_F(RecordTest, MetersScanTheLastBufferInQuartersAndAverageWhenSlow)
@@ -328,7 +328,7 @@ TEST_F(RecordTest, MetersScanTheLastBufferInQuartersAndAverageWhenSlow)
     engine().begin_dialog(f);
     ASSERT_EQ(engine().start_recording(), 1);
     SimulatedWaveIn::deliver();
-    const std::size_t size = engine().record_buffer_size;
+    const std::size_t size = engine().record_buffer_size();
     // Four quarters with rising peaks; the last two frames are loud but
     // never read.
     Bytes b;
@@ -371,13 +371,13 @@ TEST_F(RecordTest, LevelTestWritesNothingAndMetersEveryBuffer)
     Bytes old(4000, 0x33);
     CChildFrame& f = openDoc(old);
     engine().begin_dialog(f);
-    engine().record_position = 400;
+    engine().set_record_position(400);
     ASSERT_EQ(engine().start_level_test(), 1);
-    EXPECT_TRUE(engine().test_level_mode);
-    EXPECT_EQ(engine().record_buffer_size, 22050u * 4 / 18);
+    EXPECT_TRUE(engine().test_level_mode());
+    EXPECT_EQ(engine().record_buffer_size(), 22050u * 4 / 18);
     SimulatedWaveIn::deliver();
     Bytes loud;
-    for (std::size_t i = 0; i < engine().record_buffer_size / 4; ++i)
+    for (std::size_t i = 0; i < engine().record_buffer_size() / 4; ++i)
         frame16(loud, 126 * 256, 0);
     feed(loud);
     feed(loud);
@@ -386,9 +386,9 @@ TEST_F(RecordTest, LevelTestWritesNothingAndMetersEveryBuffer)
     engine().stop_recording();
     SimulatedWaveIn::deliver();
     EXPECT_TRUE(engine().idle());
-    EXPECT_FALSE(engine().take_recorded);
-    EXPECT_EQ(engine().record_position, 0u);
-    EXPECT_EQ(readFile(engine().szRecordFileName), old);
+    EXPECT_FALSE(engine().take_recorded());
+    EXPECT_EQ(engine().record_position(), 0u);
+    EXPECT_EQ(readFile(engine().szRecordFileName()), old);
 }
 
 TEST_F(RecordTest, RefusedDeviceAndLostDeviceKeepTheFileAndSaySo)
@@ -405,7 +405,7 @@ TEST_F(RecordTest, RefusedDeviceAndLostDeviceKeepTheFileAndSaySo)
     ASSERT_GE(texts.size(), 2u);
     EXPECT_EQ(texts[texts.size() - 2], "Error opening wave device.");
     EXPECT_EQ(texts.back(), "Failed to allocate record buffers");
-    EXPECT_EQ(readFile(engine().szRecordFileName), old);
+    EXPECT_EQ(readFile(engine().szRecordFileName()), old);
 
     // No device at all: the same.
     set_wave_in_factory(nullptr);
@@ -416,19 +416,19 @@ TEST_F(RecordTest, RefusedDeviceAndLostDeviceKeepTheFileAndSaySo)
     // (including the half-filled buffer) stays.
     set_wave_in_factory(SimulatedWaveIn::make);
     SimulatedWaveIn::state() = SimulatedWaveInState{};
-    engine().record_position = 4000;
+    engine().set_record_position(4000);
     ASSERT_EQ(engine().start_recording(), 1);
     SimulatedWaveIn::deliver();
-    const Bytes take(engine().record_buffer_size * 2 + 100, 0x55);
+    const Bytes take(engine().record_buffer_size() * 2 + 100, 0x55);
     SimulatedWaveIn::capture(take);
     SimulatedWaveIn::vanish();
     SimulatedWaveIn::deliver();
     EXPECT_TRUE(engine().idle());
-    EXPECT_TRUE(engine().device_lost);
+    EXPECT_TRUE(engine().device_lost());
     EXPECT_EQ(shownTexts().back(), "The wave input device stopped during recording.");
     Bytes expected = old;
     expected.insert(expected.end(), take.begin(), take.end());
-    EXPECT_EQ(readFile(engine().szRecordFileName), expected);
+    EXPECT_EQ(readFile(engine().szRecordFileName()), expected);
 }
 
 TEST_F(RecordTest, FullDiskEndsTheTakeKeepingWhatWasWritten)
@@ -437,11 +437,11 @@ TEST_F(RecordTest, FullDiskEndsTheTakeKeepingWhatWasWritten)
     engine().begin_dialog(f);
     ASSERT_EQ(engine().start_recording(), 1);
     SimulatedWaveIn::deliver();
-    const std::size_t size = engine().record_buffer_size;
+    const std::size_t size = engine().record_buffer_size();
     withFileSizeLimit(static_cast<rlim_t>(size * 2 + 1000), [&] { feed(Bytes(size * 4, 0x66)); });
     EXPECT_TRUE(engine().idle());
     EXPECT_EQ(shownTexts().back(), "Recording stopped: the record file could not be written (is the disk full?).");
-    EXPECT_GE(get_named_file_length(engine().szRecordFileName), 2 * size);
+    EXPECT_GE(get_named_file_length(engine().szRecordFileName()), 2 * size);
 }
 
 TEST_F(RecordTest, PlayOfTheTakeGoesThroughThePlaybackEngine)
@@ -459,11 +459,11 @@ TEST_F(RecordTest, PlayOfTheTakeGoesThroughThePlaybackEngine)
     // Recording waits while the take plays; Stop ends the playback.
     EXPECT_EQ(engine().start_recording(), 0);
     SimulatedWaveOut::deliver();
-    for (int i = 0; i < 200 && PlaybackEngine::instance().is_playing; ++i) {
+    for (int i = 0; i < 200 && PlaybackEngine::instance().is_playing(); ++i) {
         SimulatedWaveOut::advance(25);
         SimulatedWaveOut::deliver();
     }
     SimulatedWaveOut::deliver();
-    EXPECT_EQ(SimulatedWaveOut::state().played, readFile(engine().szRecordFileName));
+    EXPECT_EQ(SimulatedWaveOut::state().played, readFile(engine().szRecordFileName()));
     set_wave_out_factory(nullptr);
 }

@@ -204,9 +204,9 @@ TEST_F(MidiWindowsTest, TheTriggeredStartDialogsArmWhatTheyShow)
     EXPECT_EQ(delay->findChild<QLabel*>("status")->text(), "Starting in 0.1 seconds");
     QElapsedTimer clock;
     clock.start();
-    while (!PlaybackEngine::instance().is_playing && clock.elapsed() < 2000)
+    while (!PlaybackEngine::instance().is_playing() && clock.elapsed() < 2000)
         QApplication::processEvents(QEventLoop::AllEvents, 5);
-    EXPECT_TRUE(PlaybackEngine::instance().is_playing);
+    EXPECT_TRUE(PlaybackEngine::instance().is_playing());
     EXPECT_EQ(delay->findChild<QLabel*>("status")->text(), "Playing");
     PlaybackEngine::instance().stop_playback();
     SimulatedWaveOut::deliver();

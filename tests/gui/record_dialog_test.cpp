@@ -73,7 +73,7 @@ TEST_F(RecordDialogTest, ATakeFromTheDialogGoesIntoTheDocumentWithOneUndo)
     EXPECT_FALSE(enabled(dialog, 1815));
     EXPECT_FALSE(enabled(dialog, 1));
     EXPECT_FALSE(dialog.findChild<QAbstractButton*>("422")->isEnabled());
-    const std::size_t size = RecordEngine::instance().record_buffer_size;
+    const std::size_t size = RecordEngine::instance().record_buffer_size();
     SimulatedWaveIn::capture(std::vector<unsigned char>(size * 2, 0x10));
     SimulatedWaveIn::deliver();
     dialog.button(1814)->click();
@@ -128,7 +128,7 @@ TEST_F(RecordDialogTest, MetersClipIndicatorCancelAndRecordTo)
         // A take, then Cancel: nothing changes.
         dialog.command(1813);
         SimulatedWaveIn::deliver();
-        SimulatedWaveIn::capture(std::vector<unsigned char>(RecordEngine::instance().record_buffer_size, 0x20));
+        SimulatedWaveIn::capture(std::vector<unsigned char>(RecordEngine::instance().record_buffer_size(), 0x20));
         SimulatedWaveIn::deliver();
         dialog.reject();
         EXPECT_TRUE(RecordEngine::instance().idle());

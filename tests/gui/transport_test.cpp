@@ -60,7 +60,7 @@ TEST_F(TransportTest, ThePlayBarPlaysMovesTheCursorAndStops)
         preferences().bigTimeDisplay = true;
         auto* bar = doc->playBar();
         bar->findChild<QAction*>("11401")->trigger();
-        ASSERT_TRUE(engine.is_playing);
+        ASSERT_TRUE(engine.is_playing());
         EXPECT_EQ(doc->playCursor(), -1);
         SimulatedWaveOut::deliver();
         // A second of sound played: the cursor stands a second in.
@@ -90,7 +90,7 @@ TEST_F(TransportTest, ThePlayBarPlaysMovesTheCursorAndStops)
         // Stop: the cursor goes and the display clears.
         bar->findChild<QAction*>("11403")->trigger();
         SimulatedWaveOut::deliver();
-        EXPECT_FALSE(engine.is_playing);
+        EXPECT_FALSE(engine.is_playing());
         EXPECT_EQ(doc->playCursor(), -1);
         EXPECT_TRUE(position->text().isEmpty());
 
@@ -100,9 +100,9 @@ TEST_F(TransportTest, ThePlayBarPlaysMovesTheCursorAndStops)
         QObject::connect(&pump, &QTimer::timeout, [] { SimulatedWaveOut::deliver(); });
         pump.start(1);
         bar->findChild<QAction*>("11401")->trigger();
-        ASSERT_TRUE(engine.is_playing);
+        ASSERT_TRUE(engine.is_playing());
         doc->parentWidget()->close();
-        EXPECT_FALSE(engine.is_playing);
+        EXPECT_FALSE(engine.is_playing());
         EXPECT_EQ(engine.playing_frame(), nullptr);
     }
 }
@@ -130,14 +130,14 @@ TEST_F(TransportTest, TheRightButtonPlaysFromTheClickAndStopsWhilePlaying)
         const QPoint at(400, 150);
         const std::uint32_t unit = doc->frame().pixel_to_sample(400.0f) & ~1u;
         QTest::mouseClick(doc, Qt::RightButton, {}, at);
-        ASSERT_TRUE(engine.is_playing);
+        ASSERT_TRUE(engine.is_playing());
         EXPECT_GT(unit, 0u);
-        EXPECT_EQ(engine.play_start_offset, unit * 2);
+        EXPECT_EQ(engine.play_start_offset(), unit * 2);
         // The next right click stops.
         SimulatedWaveOut::deliver();
         QTest::mouseClick(doc, Qt::RightButton, {}, at);
         SimulatedWaveOut::deliver();
-        EXPECT_FALSE(engine.is_playing);
+        EXPECT_FALSE(engine.is_playing());
     }
 }
 

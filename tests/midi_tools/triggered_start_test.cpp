@@ -33,7 +33,7 @@ protected:
         trigger.reset();
         PlaybackEngine& e = PlaybackEngine::instance();
         e.cancel_prepared();
-        if (e.is_playing)
+        if (e.is_playing())
             e.stop_playback();
         SimulatedWaveOut::deliver();
         set_wave_out_factory(nullptr);
@@ -70,7 +70,7 @@ TEST_F(TriggeredStartTest, ANoteStartsThePreparedPlaybackAtTheHighlight)
     EXPECT_EQ(trigger->status(), "Waiting for note 60");
     SimulatedWaveOut::deliver();
     EXPECT_TRUE(SimulatedWaveOut::state().held) << "the device is open and waiting";
-    EXPECT_FALSE(PlaybackEngine::instance().is_playing);
+    EXPECT_FALSE(PlaybackEngine::instance().is_playing());
 
     // Not this note, not this channel, a note-on of velocity 0, a note-off,
     // clock and garbage: nothing.
@@ -81,7 +81,7 @@ TEST_F(TriggeredStartTest, ANoteStartsThePreparedPlaybackAtTheHighlight)
     trigger->midi_message(midi_message(0x91, 60, 1), 0);
     EXPECT_TRUE(trigger->fired());
     EXPECT_EQ(trigger->status(), "Playing");
-    EXPECT_TRUE(PlaybackEngine::instance().is_playing);
+    EXPECT_TRUE(PlaybackEngine::instance().is_playing());
     EXPECT_EQ(firstPlayedFrame(), 1000u);
 }
 
@@ -148,7 +148,7 @@ TEST_F(TriggeredStartTest, TheDelayFiresAfterItsTimeAndCancelGivesTheDeviceBack)
         QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
     EXPECT_TRUE(trigger->fired());
     EXPECT_GE(clock.elapsed(), 110);
-    EXPECT_TRUE(PlaybackEngine::instance().is_playing);
+    EXPECT_TRUE(PlaybackEngine::instance().is_playing());
     PlaybackEngine::instance().stop_playback();
     SimulatedWaveOut::deliver();
 

@@ -285,7 +285,7 @@ TEST_F(SplEffectsTest, ThePreviewPlaysTheStartOfTheSelectionWithTheDialogsValues
     const auto preview = pcm16_samples(readFile(preview_file_path()));
     ASSERT_EQ(preview.size(), 5u * 44100);
     EXPECT_NEAR(preview[100 + 441], 0.4, 1e-3);
-    EXPECT_TRUE(PlaybackEngine::instance().is_playing);
+    EXPECT_TRUE(PlaybackEngine::instance().is_playing());
     EXPECT_EQ(readFile(f.szFileName), shown);
     EXPECT_FALSE(f.bUndoAvailable);
     PlaybackEngine::instance().stop_playback();

@@ -36,7 +36,7 @@ protected:
     {
         chase.reset();
         PlaybackEngine& e = PlaybackEngine::instance();
-        if (e.is_playing)
+        if (e.is_playing())
             e.stop_playback();
         SimulatedWaveOut::deliver();
         set_wave_out_factory(nullptr);
@@ -119,9 +119,9 @@ TEST_F(ChaseLockTest, StartsAtTheCueStopsWithTheCodeAndReArmsWhenItReturns)
     EXPECT_EQ(SimulatedWaveOut::state().opens, 0) << "without a holding device, it opens at the cue";
 
     run(900);
-    EXPECT_FALSE(engine.is_playing);
+    EXPECT_FALSE(engine.is_playing());
     run(400);
-    ASSERT_TRUE(engine.is_playing);
+    ASSERT_TRUE(engine.is_playing());
     EXPECT_EQ(chase->text(kChaseStatus), "Reached cuepoint");
     EXPECT_FALSE(chase->cue_armed);
     // The sound begins exactly at the cue; the code had reached it when the
@@ -135,7 +135,7 @@ TEST_F(ChaseLockTest, StartsAtTheCueStopsWithTheCodeAndReArmsWhenItReturns)
     while (chase->mtc_silent_ticks < 20)
         run(1, false);
     EXPECT_FALSE(chase->mtc_stopped) << "after " << silentBefore;
-    EXPECT_TRUE(engine.is_playing);
+    EXPECT_TRUE(engine.is_playing());
     while (!chase->mtc_stopped && chase->mtc_silent_ticks == 20)
         run(1, false);
     EXPECT_TRUE(chase->mtc_stopped);
@@ -143,7 +143,7 @@ TEST_F(ChaseLockTest, StartsAtTheCueStopsWithTheCodeAndReArmsWhenItReturns)
     EXPECT_EQ(chase->text(kChaseStatus), "MTC device stopped");
     EXPECT_EQ(chase->text(kChaseInstruction1), "Restart MTC Device");
     run(30, false);
-    EXPECT_FALSE(engine.is_playing);
+    EXPECT_FALSE(engine.is_playing());
     const std::size_t playedBefore = SimulatedWaveOut::state().played.size();
 
     // The code comes back at five seconds: re-armed there, playing from there.
@@ -151,18 +151,18 @@ TEST_F(ChaseLockTest, StartsAtTheCueStopsWithTheCodeAndReArmsWhenItReturns)
     run(200);
     EXPECT_TRUE(saw(kChaseStatus, "MTC device restarted"));
     EXPECT_TRUE(saw(kChaseInstruction1, "Press Cancel to quit"));
-    ASSERT_TRUE(engine.is_playing);
+    ASSERT_TRUE(engine.is_playing());
     EXPECT_EQ(chase->text(kChaseStatus), "Reached cuepoint");
     EXPECT_EQ(chase->text(kChaseTimeCode).substr(0, 9), "00:00:05:");
     EXPECT_EQ(firstPlayedFrame(playedBefore), 5u * 48000);
 
     // Nudges move the read position by 10 ms while playing.
-    const std::uint32_t read = engine.play_bytes_read;
+    const std::uint32_t read = engine.play_bytes_read();
     chase->nudge(true);
-    EXPECT_EQ(engine.play_bytes_read, read + 1920);
+    EXPECT_EQ(engine.play_bytes_read(), read + 1920);
     chase->nudge(false);
     chase->nudge(false);
-    EXPECT_EQ(engine.play_bytes_read, read - 1920);
+    EXPECT_EQ(engine.play_bytes_read(), read - 1920);
 
     chase->cancel();
     EXPECT_FALSE(engine.start_is_prepared());
@@ -176,7 +176,7 @@ TEST_F(ChaseLockTest, APreRollWaitsAndStartsThatManyFramesOn)
     chase->start();
     source.startFrame = 12;
     run(800);
-    ASSERT_TRUE(PlaybackEngine::instance().is_playing);
+    ASSERT_TRUE(PlaybackEngine::instance().is_playing());
     run(60, false);
     while (!chase->mtc_stopped)
         run(1, false);
@@ -186,12 +186,12 @@ TEST_F(ChaseLockTest, APreRollWaitsAndStartsThatManyFramesOn)
     // Re-arming waits for more than three ticks of fresh code.
     int restartedAfterTicks = -1;
     const int ticksAtRestart = ticks;
-    while (ticks - ticksAtRestart < 100 && !PlaybackEngine::instance().is_playing) {
+    while (ticks - ticksAtRestart < 100 && !PlaybackEngine::instance().is_playing()) {
         run(1);
         if (restartedAfterTicks < 0 && !chase->mtc_stopped)
             restartedAfterTicks = ticks - ticksAtRestart;
     }
-    ASSERT_TRUE(PlaybackEngine::instance().is_playing);
+    ASSERT_TRUE(PlaybackEngine::instance().is_playing());
     run(20);
     EXPECT_GT(restartedAfterTicks, 3);
     // The cue is the live code three frames on: a whole frame, and playback
@@ -211,7 +211,7 @@ TEST_F(ChaseLockTest, ACueOutsideTheFileNeverArmsAndNothingPlays)
     EXPECT_FALSE(PlaybackEngine::instance().start_is_prepared());
     source.startFrame = 19 * 24;
     run(2000);
-    EXPECT_FALSE(PlaybackEngine::instance().is_playing);
+    EXPECT_FALSE(PlaybackEngine::instance().is_playing());
     EXPECT_EQ(SimulatedWaveOut::state().opens, 0);
     EXPECT_EQ(chase->text(kChaseTimeCode).substr(0, 8), "00:00:20");
 
@@ -222,7 +222,7 @@ TEST_F(ChaseLockTest, ACueOutsideTheFileNeverArmsAndNothingPlays)
     restartCodeAt(30 * 24);
     run(300);
     EXPECT_TRUE(chase->mtc_stopped);
-    EXPECT_FALSE(PlaybackEngine::instance().is_playing);
+    EXPECT_FALSE(PlaybackEngine::instance().is_playing());
     EXPECT_FALSE(saw(kChaseStatus, "MTC device restarted"));
 }
 
@@ -238,11 +238,11 @@ TEST_F(ChaseLockTest, TimeCodeJumpingAroundAndGarbageCauseNoRunawayPlayback)
         chase->midi_message(junk, 0);
     restartCodeAt(0);
     run(300);
-    EXPECT_FALSE(PlaybackEngine::instance().is_playing);
+    EXPECT_FALSE(PlaybackEngine::instance().is_playing());
     // A jump past the cue starts at the cue, once.
     restartCodeAt(7 * 24);
     run(300);
-    ASSERT_TRUE(PlaybackEngine::instance().is_playing);
+    ASSERT_TRUE(PlaybackEngine::instance().is_playing());
     EXPECT_EQ(firstPlayedFrame(), 3u * 48000);
     const int opens = SimulatedWaveOut::state().opens;
     restartCodeAt(2 * 24);
@@ -262,10 +262,10 @@ TEST_F(ChaseLockTest, AHoldingDeviceIsOpenedAtArmingAndGivenTheCompensation)
     SimulatedWaveOut::deliver();
     EXPECT_EQ(SimulatedWaveOut::state().prepares, 1);
     EXPECT_TRUE(SimulatedWaveOut::state().held);
-    EXPECT_FALSE(PlaybackEngine::instance().is_playing);
+    EXPECT_FALSE(PlaybackEngine::instance().is_playing());
     source.startFrame = 24;
     run(1300);
-    ASSERT_TRUE(PlaybackEngine::instance().is_playing);
+    ASSERT_TRUE(PlaybackEngine::instance().is_playing());
     EXPECT_FALSE(SimulatedWaveOut::state().held);
     const StartAlignment& a = SimulatedWaveOut::state().alignment;
     ASSERT_TRUE(a.enabled);

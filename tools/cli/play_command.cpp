@@ -71,5 +71,5 @@ int run_play_command(const std::vector<std::string>& argv)
     engine.setHost(nullptr);
     std::printf("played %.0f ms, %d underruns, %d starved periods\n", engine.get_play_position_ms(),
                 portaudio_output_xruns(), portaudio_output_starved());
-    return engine.device_lost ? kExitFailed : kExitOk;
+    return engine.device_lost() ? kExitFailed : kExitOk;
 }

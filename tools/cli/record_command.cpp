@@ -112,7 +112,7 @@ int run_record_command(const std::vector<std::string>& argv)
     std::signal(SIGINT, SIG_DFL);
     if (threshold)
         std::fputc('\n', stderr);
-    const bool lost = RecordEngine::instance().device_lost;
+    const bool lost = RecordEngine::instance().device_lost();
     if (!adopted || !save_waveform_file(f, out, 0, 0))
         return kExitFailed;
     std::printf("recorded %.3f s, %d overruns, %d starved periods\n", recorded,
