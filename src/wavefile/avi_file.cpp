@@ -9,14 +9,12 @@
 #include "wavefile/wave_state.h"
 #include "wavefile/sample_format.h"
 
+#include "wavefile/ffmpeg_handles.h"
+
 extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
 #include <libavutil/channel_layout.h>
 #include <libavutil/imgutils.h>
 #include <libavutil/opt.h>
-#include <libswresample/swresample.h>
-#include <libswscale/swscale.h>
 }
 
 #include <QPainter>
@@ -41,92 +39,55 @@ AVCodecID pcm_codec(SampleFormat format)
     return AV_CODEC_ID_PCM_S16LE;
 }
 
-// FFmpeg objects freed however a routine ends.
-struct InputFile {
-    AVFormatContext* fmt = nullptr;
-    ~InputFile() { avformat_close_input(&fmt); }
-    bool open(const std::string& name)
-    {
-        av_log_set_level(AV_LOG_QUIET);
-        return avformat_open_input(&fmt, name.c_str(), nullptr, nullptr) == 0 &&
-               avformat_find_stream_info(fmt, nullptr) >= 0;
-    }
-};
-struct Decoder {
-    AVCodecContext* ctx = nullptr;
-    ~Decoder() { avcodec_free_context(&ctx); }
-    bool open(const AVStream* stream)
-    {
-        const AVCodec* codec = avcodec_find_decoder(stream->codecpar->codec_id);
-        if (!codec)
-            return false;
-        ctx = avcodec_alloc_context3(codec);
-        return ctx && avcodec_parameters_to_context(ctx, stream->codecpar) >= 0 && avcodec_open2(ctx, codec, nullptr) == 0;
-    }
-};
-struct Packet {
-    AVPacket* p = av_packet_alloc();
-    ~Packet() { av_packet_free(&p); }
-};
-struct Frame {
-    AVFrame* f = av_frame_alloc();
-    ~Frame() { av_frame_free(&f); }
-};
-
 }  // namespace
 
 int make_wave_file_from_AVI_file(const std::string& aviName, const std::string& waveName)
 {
-    InputFile in;
-    if (!in.open(aviName)) {
+    const ffmpeg::InputContext in = ffmpeg::open_input(aviName);
+    if (!in) {
         ErrMsg("Cannot read the AVI file %s.", aviName.c_str());
         return 0;
     }
-    const int index = av_find_best_stream(in.fmt, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
+    const int index = av_find_best_stream(in.get(), AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
     if (index < 0) {
         ErrMsg("AVIFileGetStream failed for audio");
         return 0;
     }
-    Decoder dec;
-    if (!dec.open(in.fmt->streams[index])) {
+    const ffmpeg::CodecContext dec = ffmpeg::open_decoder(in->streams[index]);
+    if (!dec) {
         ErrMsg("Cannot decode the sound track of %s.", aviName.c_str());
         return 0;
     }
-    const int channels = std::min(2, std::max(1, dec.ctx->ch_layout.nb_channels));
-    const bool narrow = dec.ctx->sample_fmt == AV_SAMPLE_FMT_U8 || dec.ctx->sample_fmt == AV_SAMPLE_FMT_U8P;
+    const int channels = std::min(2, std::max(1, dec->ch_layout.nb_channels));
+    const bool narrow = dec->sample_fmt == AV_SAMPLE_FMT_U8 || dec->sample_fmt == AV_SAMPLE_FMT_U8P;
     const AVSampleFormat outFormat = narrow ? AV_SAMPLE_FMT_U8 : AV_SAMPLE_FMT_S16;
-    const int rate = dec.ctx->sample_rate;
+    const int rate = dec->sample_rate;
     AVChannelLayout outLayout;
     av_channel_layout_default(&outLayout, channels);
-    SwrContext* swr = nullptr;
-    if (swr_alloc_set_opts2(&swr, &outLayout, outFormat, rate, &dec.ctx->ch_layout, dec.ctx->sample_fmt, rate, 0,
-                            nullptr) < 0 ||
-        swr_init(swr) < 0) {
-        swr_free(&swr);
+    const ffmpeg::Resampler swr =
+        ffmpeg::make_resampler(&outLayout, outFormat, rate, &dec->ch_layout, dec->sample_fmt, rate);
+    if (!swr) {
         ErrMsg("Cannot decode the sound track of %s.", aviName.c_str());
         return 0;
     }
 
     RiffFile out;
     if (!out.open(waveName, RiffFile::Mode::Create)) {
-        swr_free(&swr);
         NewErrMsg(5031);
         return 0;
     }
     const int bytesPerFrame = channels * (narrow ? 1 : 2);
-    if (!create_plain_waveform_header(out, channels, static_cast<std::uint32_t>(rate), narrow ? 8 : 16)) {
-        swr_free(&swr);
+    if (!create_plain_waveform_header(out, channels, static_cast<std::uint32_t>(rate), narrow ? 8 : 16))
         return 0;
-    }
     std::vector<std::uint8_t> buffer;
     bool ok = true;
     const auto drain = [&](AVFrame* frame) {
-        const int room = swr_get_out_samples(swr, frame ? frame->nb_samples : 0);
+        const int room = swr_get_out_samples(swr.get(), frame ? frame->nb_samples : 0);
         if (room <= 0)
             return;
         buffer.resize(static_cast<std::size_t>(room * bytesPerFrame));
         std::uint8_t* planes[1] = {buffer.data()};
-        const int got = swr_convert(swr, planes, room, frame ? const_cast<const std::uint8_t**>(frame->extended_data) : nullptr,
+        const int got = swr_convert(swr.get(), planes, room, frame ? const_cast<const std::uint8_t**>(frame->extended_data) : nullptr,
                                     frame ? frame->nb_samples : 0);
         if (got < 0) {
             ok = false;
@@ -136,23 +97,22 @@ int make_wave_file_from_AVI_file(const std::string& aviName, const std::string& 
         if (out.write(buffer.data(), n) != n)
             ok = false;
     };
-    Packet packet;
-    Frame frame;
+    const ffmpeg::Packet packet = ffmpeg::make_packet();
+    const ffmpeg::Frame frame = ffmpeg::make_frame();
     const auto receive = [&] {
-        while (ok && avcodec_receive_frame(dec.ctx, frame.f) == 0) {
-            drain(frame.f);
-            av_frame_unref(frame.f);
+        while (ok && avcodec_receive_frame(dec.get(), frame.get()) == 0) {
+            drain(frame.get());
+            av_frame_unref(frame.get());
         }
     };
-    while (ok && av_read_frame(in.fmt, packet.p) >= 0) {
-        if (packet.p->stream_index == index && avcodec_send_packet(dec.ctx, packet.p) >= 0)
+    while (ok && av_read_frame(in.get(), packet.get()) >= 0) {
+        if (packet->stream_index == index && avcodec_send_packet(dec.get(), packet.get()) >= 0)
             receive();
-        av_packet_unref(packet.p);
+        av_packet_unref(packet.get());
     }
-    avcodec_send_packet(dec.ctx, nullptr);
+    avcodec_send_packet(dec.get(), nullptr);
     receive();
     drain(nullptr);
-    swr_free(&swr);
     if (!ok || ascend_and_update_waveform_file(out) != MMSYSERR_NOERROR || !out.close()) {
         NewErrMsg(5031);
         return 0;
@@ -164,19 +124,17 @@ namespace {
 
 // A still picture as the video of an AVI: Motion JPEG, one frame a second.
 struct StillEncoder {
-    AVCodecContext* ctx = nullptr;
-    AVFrame* frame = nullptr;
-    ~StillEncoder()
-    {
-        avcodec_free_context(&ctx);
-        av_frame_free(&frame);
-    }
+    ffmpeg::CodecContext codec;
+    ffmpeg::Frame picture;
     bool open(const QImage& image, AVFormatContext* out, AVStream* stream)
     {
-        const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_MJPEG);
-        if (!codec)
+        const AVCodec* encoder = avcodec_find_encoder(AV_CODEC_ID_MJPEG);
+        if (!encoder)
             return false;
-        ctx = avcodec_alloc_context3(codec);
+        codec.reset(avcodec_alloc_context3(encoder));
+        AVCodecContext* ctx = codec.get();
+        if (!ctx)
+            return false;
         const int width = std::max(16, image.width() / 2 * 2);
         const int height = std::max(16, image.height() / 2 * 2);
         ctx->width = width;
@@ -188,24 +146,24 @@ struct StillEncoder {
         ctx->flags |= AV_CODEC_FLAG_QSCALE;
         if (out->oformat->flags & AVFMT_GLOBALHEADER)
             ctx->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-        if (avcodec_open2(ctx, codec, nullptr) < 0 || avcodec_parameters_from_context(stream->codecpar, ctx) < 0)
+        if (avcodec_open2(ctx, encoder, nullptr) < 0 || avcodec_parameters_from_context(stream->codecpar, ctx) < 0)
             return false;
         stream->time_base = ctx->time_base;
-        frame = av_frame_alloc();
+        picture = ffmpeg::make_frame();
+        AVFrame* frame = picture.get();
         frame->format = ctx->pix_fmt;
         frame->width = width;
         frame->height = height;
         if (av_frame_get_buffer(frame, 0) < 0)
             return false;
         const QImage rgb = image.convertToFormat(QImage::Format_RGB32).scaled(width, height);
-        SwsContext* sws = sws_getContext(width, height, AV_PIX_FMT_BGRA, width, height, AV_PIX_FMT_YUVJ420P,
-                                         SWS_BICUBIC, nullptr, nullptr, nullptr);
+        const ffmpeg::Scaler sws(sws_getContext(width, height, AV_PIX_FMT_BGRA, width, height, AV_PIX_FMT_YUVJ420P,
+                                                SWS_BICUBIC, nullptr, nullptr, nullptr));
         if (!sws)
             return false;
         const std::uint8_t* src[1] = {rgb.constBits()};
         const int stride[1] = {static_cast<int>(rgb.bytesPerLine())};
-        sws_scale(sws, src, stride, 0, height, frame->data, frame->linesize);
-        sws_freeContext(sws);
+        sws_scale(sws.get(), src, stride, 0, height, frame->data, frame->linesize);
         return true;
     }
 };
@@ -225,34 +183,25 @@ int save_AVI_file(const std::string& aviName, const std::string& waveName, const
         return 0;
     const double seconds = static_cast<double>(dataBytes) / frameBytes / wave.nSamplesPerSec;
 
-    av_log_set_level(AV_LOG_QUIET);
-    AVFormatContext* out = nullptr;
-    if (avformat_alloc_output_context2(&out, nullptr, "avi", aviName.c_str()) < 0 || !out) {
+    const ffmpeg::OutputContext output = ffmpeg::create_output("avi", aviName);
+    if (!output) {
         ErrMsg("Cannot write the AVI file %s.", aviName.c_str());
         return 0;
     }
-    struct OutputFile {
-        AVFormatContext*& fmt;
-        ~OutputFile()
-        {
-            if (fmt && !(fmt->oformat->flags & AVFMT_NOFILE))
-                avio_closep(&fmt->pb);
-            avformat_free_context(fmt);
-        }
-    } guard{out};
+    AVFormatContext* out = output.get();
 
     // The video: copied from the AVI the document came from, or the still.
-    InputFile source;
+    const ffmpeg::InputContext source = videoSource.empty() ? nullptr : ffmpeg::open_input(videoSource);
     int sourceVideo = -1;
-    if (!videoSource.empty() && source.open(videoSource))
-        sourceVideo = av_find_best_stream(source.fmt, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    if (source)
+        sourceVideo = av_find_best_stream(source.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
     AVStream* video = avformat_new_stream(out, nullptr);
     StillEncoder stillEncoder;
     if (sourceVideo >= 0) {
-        avcodec_parameters_copy(video->codecpar, source.fmt->streams[sourceVideo]->codecpar);
+        avcodec_parameters_copy(video->codecpar, source->streams[sourceVideo]->codecpar);
         video->codecpar->codec_tag = 0;
-        video->time_base = source.fmt->streams[sourceVideo]->time_base;
-        video->avg_frame_rate = source.fmt->streams[sourceVideo]->avg_frame_rate;
+        video->time_base = source->streams[sourceVideo]->time_base;
+        video->avg_frame_rate = source->streams[sourceVideo]->avg_frame_rate;
     } else if (!stillEncoder.open(still.isNull() ? QImage(320, 240, QImage::Format_RGB32) : still, out, video)) {
         ErrMsg("Cannot write the AVI file %s.", aviName.c_str());
         return 0;
@@ -279,38 +228,38 @@ int save_AVI_file(const std::string& aviName, const std::string& waveName, const
         return 0;
     }
     bool ok = true;
-    Packet packet;
+    const ffmpeg::Packet packet = ffmpeg::make_packet();
     // Audio and video alternate second by second, as the muxer interleaves.
     const std::uint32_t blockFrames = wave.nSamplesPerSec / 4;
     std::uint64_t framesDone = 0;
     const std::uint64_t totalFrames = dataBytes / static_cast<std::uint32_t>(frameBytes);
     std::int64_t stillIndex = 0;
-    Packet sourcePacket;
+    const ffmpeg::Packet sourcePacket = ffmpeg::make_packet();
     bool sourceDone = sourceVideo < 0;
     const auto writeVideoUpTo = [&](double until) {
         if (sourceVideo >= 0) {
             while (!sourceDone && ok) {
-                if (av_read_frame(source.fmt, sourcePacket.p) < 0) {
+                if (av_read_frame(source.get(), sourcePacket.get()) < 0) {
                     sourceDone = true;
                     break;
                 }
-                if (sourcePacket.p->stream_index != sourceVideo) {
-                    av_packet_unref(sourcePacket.p);
+                if (sourcePacket->stream_index != sourceVideo) {
+                    av_packet_unref(sourcePacket.get());
                     continue;
                 }
-                const AVRational tb = source.fmt->streams[sourceVideo]->time_base;
-                const double at = sourcePacket.p->pts == AV_NOPTS_VALUE
+                const AVRational tb = source->streams[sourceVideo]->time_base;
+                const double at = sourcePacket->pts == AV_NOPTS_VALUE
                                       ? 0.0
-                                      : static_cast<double>(sourcePacket.p->pts) * av_q2d(tb);
+                                      : static_cast<double>(sourcePacket->pts) * av_q2d(tb);
                 if (at > seconds) {
                     sourceDone = true;
-                    av_packet_unref(sourcePacket.p);
+                    av_packet_unref(sourcePacket.get());
                     break;
                 }
-                av_packet_rescale_ts(sourcePacket.p, tb, video->time_base);
-                sourcePacket.p->stream_index = video->index;
-                sourcePacket.p->pos = -1;
-                ok = av_interleaved_write_frame(out, sourcePacket.p) >= 0;
+                av_packet_rescale_ts(sourcePacket.get(), tb, video->time_base);
+                sourcePacket->stream_index = video->index;
+                sourcePacket->pos = -1;
+                ok = av_interleaved_write_frame(out, sourcePacket.get()) >= 0;
                 if (at > until)
                     break;
             }
@@ -319,15 +268,15 @@ int save_AVI_file(const std::string& aviName, const std::string& waveName, const
         // One picture a second, the last one covering the sound's end.
         const auto pictures = std::max<std::int64_t>(1, static_cast<std::int64_t>(std::ceil(seconds)));
         while (ok && stillIndex <= static_cast<std::int64_t>(until) && stillIndex < pictures) {
-            stillEncoder.frame->pts = stillIndex++;
-            if (avcodec_send_frame(stillEncoder.ctx, stillEncoder.frame) < 0) {
+            stillEncoder.picture->pts = stillIndex++;
+            if (avcodec_send_frame(stillEncoder.codec.get(), stillEncoder.picture.get()) < 0) {
                 ok = false;
                 break;
             }
-            while (avcodec_receive_packet(stillEncoder.ctx, packet.p) == 0) {
-                av_packet_rescale_ts(packet.p, stillEncoder.ctx->time_base, video->time_base);
-                packet.p->stream_index = video->index;
-                ok = ok && av_interleaved_write_frame(out, packet.p) >= 0;
+            while (avcodec_receive_packet(stillEncoder.codec.get(), packet.get()) == 0) {
+                av_packet_rescale_ts(packet.get(), stillEncoder.codec->time_base, video->time_base);
+                packet->stream_index = video->index;
+                ok = ok && av_interleaved_write_frame(out, packet.get()) >= 0;
             }
         }
     };
@@ -339,16 +288,16 @@ int save_AVI_file(const std::string& aviName, const std::string& waveName, const
         if (got <= 0)
             break;
         writeVideoUpTo(static_cast<double>(framesDone) / wave.nSamplesPerSec);
-        if (av_new_packet(packet.p, static_cast<int>(got)) < 0) {
+        if (av_new_packet(packet.get(), static_cast<int>(got)) < 0) {
             ok = false;
             break;
         }
-        std::copy(block.begin(), block.begin() + got, packet.p->data);
-        packet.p->stream_index = audio->index;
-        packet.p->pts = packet.p->dts = static_cast<std::int64_t>(framesDone);
-        packet.p->duration = got / frameBytes;
-        av_packet_rescale_ts(packet.p, AVRational{1, static_cast<int>(wave.nSamplesPerSec)}, audio->time_base);
-        ok = av_interleaved_write_frame(out, packet.p) >= 0;
+        std::copy(block.begin(), block.begin() + got, packet->data);
+        packet->stream_index = audio->index;
+        packet->pts = packet->dts = static_cast<std::int64_t>(framesDone);
+        packet->duration = got / frameBytes;
+        av_packet_rescale_ts(packet.get(), AVRational{1, static_cast<int>(wave.nSamplesPerSec)}, audio->time_base);
+        ok = av_interleaved_write_frame(out, packet.get()) >= 0;
         framesDone += static_cast<std::uint64_t>(got / frameBytes);
     }
     writeVideoUpTo(seconds);
@@ -360,11 +309,10 @@ int save_AVI_file(const std::string& aviName, const std::string& waveName, const
 }
 
 struct AviFrames::Impl {
-    InputFile in;
-    Decoder dec;
+    ffmpeg::InputContext in;
+    ffmpeg::CodecContext dec;
     int stream = -1;
-    SwsContext* sws = nullptr;
-    ~Impl() { sws_freeContext(sws); }
+    ffmpeg::Scaler sws;
 };
 
 AviFrames::AviFrames() : m(std::make_unique<Impl>()) {}
@@ -373,10 +321,13 @@ AviFrames::~AviFrames() = default;
 bool AviFrames::open(const std::string& aviName)
 {
     m = std::make_unique<Impl>();
-    if (!m->in.open(aviName))
+    m->in = ffmpeg::open_input(aviName);
+    if (!m->in)
         return false;
-    m->stream = av_find_best_stream(m->in.fmt, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-    if (m->stream < 0 || !m->dec.open(m->in.fmt->streams[m->stream])) {
+    m->stream = av_find_best_stream(m->in.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    if (m->stream >= 0)
+        m->dec = ffmpeg::open_decoder(m->in->streams[m->stream]);
+    if (m->stream < 0 || !m->dec) {
         m->stream = -1;
         return false;
     }
@@ -387,34 +338,34 @@ bool AviFrames::isOpen() const { return m->stream >= 0; }
 
 double AviFrames::duration() const
 {
-    return m->in.fmt && m->in.fmt->duration > 0 ? static_cast<double>(m->in.fmt->duration) / AV_TIME_BASE : 0.0;
+    return m->in && m->in->duration > 0 ? static_cast<double>(m->in->duration) / AV_TIME_BASE : 0.0;
 }
 
 QImage AviFrames::frameAt(double seconds, int width, int height)
 {
     if (m->stream < 0 || width <= 0 || height <= 0)
         return {};
-    AVStream* st = m->in.fmt->streams[m->stream];
+    AVStream* st = m->in->streams[m->stream];
     const auto target = static_cast<std::int64_t>(seconds / av_q2d(st->time_base));
-    if (av_seek_frame(m->in.fmt, m->stream, target, AVSEEK_FLAG_BACKWARD) < 0)
-        av_seek_frame(m->in.fmt, m->stream, 0, AVSEEK_FLAG_BACKWARD);
-    avcodec_flush_buffers(m->dec.ctx);
-    Packet packet;
-    Frame frame;
+    if (av_seek_frame(m->in.get(), m->stream, target, AVSEEK_FLAG_BACKWARD) < 0)
+        av_seek_frame(m->in.get(), m->stream, 0, AVSEEK_FLAG_BACKWARD);
+    avcodec_flush_buffers(m->dec.get());
+    const ffmpeg::Packet packet = ffmpeg::make_packet();
+    const ffmpeg::Frame frame = ffmpeg::make_frame();
     AVFrame* best = nullptr;
-    Frame kept;
-    while (av_read_frame(m->in.fmt, packet.p) >= 0) {
-        if (packet.p->stream_index != m->stream) {
-            av_packet_unref(packet.p);
+    const ffmpeg::Frame kept = ffmpeg::make_frame();
+    while (av_read_frame(m->in.get(), packet.get()) >= 0) {
+        if (packet->stream_index != m->stream) {
+            av_packet_unref(packet.get());
             continue;
         }
-        avcodec_send_packet(m->dec.ctx, packet.p);
-        av_packet_unref(packet.p);
+        avcodec_send_packet(m->dec.get(), packet.get());
+        av_packet_unref(packet.get());
         bool reached = false;
-        while (avcodec_receive_frame(m->dec.ctx, frame.f) == 0) {
-            av_frame_unref(kept.f);
-            av_frame_move_ref(kept.f, frame.f);
-            best = kept.f;
+        while (avcodec_receive_frame(m->dec.get(), frame.get()) == 0) {
+            av_frame_unref(kept.get());
+            av_frame_move_ref(kept.get(), frame.get());
+            best = kept.get();
             if (best->best_effort_timestamp != AV_NOPTS_VALUE && best->best_effort_timestamp >= target)
                 reached = true;
         }
@@ -427,14 +378,14 @@ QImage AviFrames::frameAt(double seconds, int width, int height)
     const double scale = std::min(static_cast<double>(width) / best->width, static_cast<double>(height) / best->height);
     const int w = std::max(1, static_cast<int>(best->width * scale));
     const int h = std::max(1, static_cast<int>(best->height * scale));
-    m->sws = sws_getCachedContext(m->sws, best->width, best->height, static_cast<AVPixelFormat>(best->format), w, h,
-                                  AV_PIX_FMT_BGRA, SWS_BILINEAR, nullptr, nullptr, nullptr);
+    m->sws.reset(sws_getCachedContext(m->sws.release(), best->width, best->height, static_cast<AVPixelFormat>(best->format), w, h,
+                                      AV_PIX_FMT_BGRA, SWS_BILINEAR, nullptr, nullptr, nullptr));
     if (!m->sws)
         return {};
     QImage image(w, h, QImage::Format_RGB32);
     std::uint8_t* dst[1] = {image.bits()};
     const int stride[1] = {static_cast<int>(image.bytesPerLine())};
-    sws_scale(m->sws, best->data, best->linesize, 0, best->height, dst, stride);
+    sws_scale(m->sws.get(), best->data, best->linesize, 0, best->height, dst, stride);
     return image;
 }
 

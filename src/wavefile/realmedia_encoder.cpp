@@ -2,14 +2,11 @@
 
 #include "app/messages.h"
 
+#include "wavefile/ffmpeg_handles.h"
+
 extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
-#include <libavutil/audio_fifo.h>
 #include <libavutil/channel_layout.h>
 #include <libavutil/opt.h>
-#include <libswresample/swresample.h>
-#include <libswscale/swscale.h>
 }
 
 #include <algorithm>
@@ -91,11 +88,6 @@ const char* videoEncoder(const std::string& name)
     return nullptr;
 }
 
-struct Codec {
-    AVCodecContext* ctx = nullptr;
-    ~Codec() { avcodec_free_context(&ctx); }
-};
-
 }  // namespace
 
 std::vector<std::string> realmedia_audio_codecs(int channels)
@@ -145,16 +137,12 @@ int encode_realmedia(const std::string& aviName, const std::string& output, cons
         return 0;
     }
 
-    AVFormatContext* in = nullptr;
-    if (avformat_open_input(&in, aviName.c_str(), nullptr, nullptr) < 0 || avformat_find_stream_info(in, nullptr) < 0) {
-        avformat_close_input(&in);
+    const ffmpeg::InputContext input = ffmpeg::open_input(aviName);
+    if (!input) {
         ErrMsg("AVIFileGetStream failed for audio");
         return 0;
     }
-    struct InputGuard {
-        AVFormatContext*& f;
-        ~InputGuard() { avformat_close_input(&f); }
-    } inGuard{in};
+    AVFormatContext* in = input.get();
     const int audioIndex = av_find_best_stream(in, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
     if (audioIndex < 0) {
         ErrMsg("AVIFileGetStream failed for audio");
@@ -166,96 +154,82 @@ int encode_realmedia(const std::string& aviName, const std::string& output, cons
         return 0;
     }
     // The decoders of the intermediate AVI.
-    Codec audioIn, videoIn;
-    const auto openDecoder = [&](Codec& c, int index) {
-        const AVCodec* codec = avcodec_find_decoder(in->streams[index]->codecpar->codec_id);
-        c.ctx = codec ? avcodec_alloc_context3(codec) : nullptr;
-        return c.ctx && avcodec_parameters_to_context(c.ctx, in->streams[index]->codecpar) >= 0 &&
-               avcodec_open2(c.ctx, codec, nullptr) == 0;
-    };
-    if (!openDecoder(audioIn, audioIndex)) {
+    const ffmpeg::CodecContext audioIn = ffmpeg::open_decoder(in->streams[audioIndex]);
+    if (!audioIn) {
         ErrMsg("AVIStreamRead failed");
         return 0;
     }
-    if (withVideo && !openDecoder(videoIn, videoIndex)) {
+    const ffmpeg::CodecContext videoIn = withVideo ? ffmpeg::open_decoder(in->streams[videoIndex]) : nullptr;
+    if (withVideo && !videoIn) {
         ErrMsg("AVIGetFrameOpen failed");
         return 0;
     }
 
-    AVFormatContext* out = nullptr;
-    if (avformat_alloc_output_context2(&out, nullptr, "rm", output.c_str()) < 0 || !out) {
+    const ffmpeg::OutputContext outFile = ffmpeg::create_output("rm", output);
+    if (!outFile) {
         ErrMsg("Call to PNEngine_Open failed.");
         return 0;
     }
-    struct OutputGuard {
-        AVFormatContext*& f;
-        ~OutputGuard()
-        {
-            if (f && f->pb)
-                avio_closep(&f->pb);
-            avformat_free_context(f);
-        }
-    } outGuard{out};
+    AVFormatContext* out = outFile.get();
     av_dict_set(&out->metadata, "title", "The Title", 0);
     av_dict_set(&out->metadata, "author", "The Author", 0);
     av_dict_set(&out->metadata, "copyright", "The Copyright", 0);
 
     // The sound: the codec's own rate and channels.
-    Codec audioOut;
     const AVCodec* audioCodec = avcodec_find_encoder_by_name(audioPick->encoder);
     AVStream* audioStream = avformat_new_stream(out, nullptr);
-    audioOut.ctx = audioCodec ? avcodec_alloc_context3(audioCodec) : nullptr;
-    if (!audioOut.ctx) {
+    const ffmpeg::CodecContext audioOut(audioCodec ? avcodec_alloc_context3(audioCodec) : nullptr);
+    if (!audioOut) {
         ErrMsg("PNEngine_OpenStream failed for audio");
         return 0;
     }
     int rate = audioPick->rate;
     if (rate == 0) {
-        const int source = audioIn.ctx->sample_rate;
+        const int source = audioIn->sample_rate;
         rate = source >= 48000 ? 48000 : source >= 44100 ? 44100 : 32000;
     }
-    audioOut.ctx->sample_rate = rate;
-    av_channel_layout_default(&audioOut.ctx->ch_layout, audioPick->channels);
-    audioOut.ctx->sample_fmt = audioCodec->sample_fmts ? audioCodec->sample_fmts[0] : AV_SAMPLE_FMT_S16;
-    audioOut.ctx->bit_rate = audioPick->kbps * 1000;
-    audioOut.ctx->time_base = AVRational{1, rate};
-    if (avcodec_open2(audioOut.ctx, audioCodec, nullptr) < 0 ||
-        avcodec_parameters_from_context(audioStream->codecpar, audioOut.ctx) < 0) {
+    audioOut->sample_rate = rate;
+    av_channel_layout_default(&audioOut->ch_layout, audioPick->channels);
+    audioOut->sample_fmt = audioCodec->sample_fmts ? audioCodec->sample_fmts[0] : AV_SAMPLE_FMT_S16;
+    audioOut->bit_rate = audioPick->kbps * 1000;
+    audioOut->time_base = AVRational{1, rate};
+    if (avcodec_open2(audioOut.get(), audioCodec, nullptr) < 0 ||
+        avcodec_parameters_from_context(audioStream->codecpar, audioOut.get()) < 0) {
         ErrMsg("PNEngine_OpenStream failed for audio");
         return 0;
     }
-    audioStream->time_base = audioOut.ctx->time_base;
+    audioStream->time_base = audioOut->time_base;
     av_dict_set(&audioStream->metadata, "title", "The Audio Stream", 0);
 
     // The pictures: the AVI's size in whole macroblocks.
-    Codec videoOut;
+    ffmpeg::CodecContext videoOut;
     AVStream* videoStream = nullptr;
-    SwsContext* sws = nullptr;
+    ffmpeg::Scaler sws;
     if (withVideo) {
         const AVCodec* videoCodec = avcodec_find_encoder_by_name(videoName);
         videoStream = avformat_new_stream(out, nullptr);
-        videoOut.ctx = videoCodec ? avcodec_alloc_context3(videoCodec) : nullptr;
-        if (!videoOut.ctx) {
+        videoOut.reset(videoCodec ? avcodec_alloc_context3(videoCodec) : nullptr);
+        if (!videoOut) {
             ErrMsg("PNEngine_OpenStream failed for video");
             return 0;
         }
-        videoOut.ctx->width = std::max(16, videoIn.ctx->width / 16 * 16);
-        videoOut.ctx->height = std::max(16, videoIn.ctx->height / 16 * 16);
-        videoOut.ctx->pix_fmt = AV_PIX_FMT_YUV420P;
+        videoOut->width = std::max(16, videoIn->width / 16 * 16);
+        videoOut->height = std::max(16, videoIn->height / 16 * 16);
+        videoOut->pix_fmt = AV_PIX_FMT_YUV420P;
         AVRational fps = in->streams[videoIndex]->avg_frame_rate;
         if (fps.num <= 0 || fps.den <= 0)
             fps = AVRational{1, 1};
-        videoOut.ctx->time_base = av_inv_q(fps);
-        videoOut.ctx->framerate = fps;
-        videoOut.ctx->gop_size = std::clamp(settings.keyFrameGap, 8, 100);
-        videoOut.ctx->flags |= AV_CODEC_FLAG_QSCALE;
-        videoOut.ctx->global_quality = FF_QP2LAMBDA * (2 + (100 - std::clamp(settings.quality, 1, 100)) * 29 / 99);
-        if (avcodec_open2(videoOut.ctx, videoCodec, nullptr) < 0 ||
-            avcodec_parameters_from_context(videoStream->codecpar, videoOut.ctx) < 0) {
+        videoOut->time_base = av_inv_q(fps);
+        videoOut->framerate = fps;
+        videoOut->gop_size = std::clamp(settings.keyFrameGap, 8, 100);
+        videoOut->flags |= AV_CODEC_FLAG_QSCALE;
+        videoOut->global_quality = FF_QP2LAMBDA * (2 + (100 - std::clamp(settings.quality, 1, 100)) * 29 / 99);
+        if (avcodec_open2(videoOut.get(), videoCodec, nullptr) < 0 ||
+            avcodec_parameters_from_context(videoStream->codecpar, videoOut.get()) < 0) {
             ErrMsg("PNEngine_OpenStream failed for video");
             return 0;
         }
-        videoStream->time_base = videoOut.ctx->time_base;
+        videoStream->time_base = videoOut->time_base;
         av_dict_set(&videoStream->metadata, "title", "The Video Stream", 0);
     }
     if (avio_open(&out->pb, output.c_str(), AVIO_FLAG_WRITE) < 0 || avformat_write_header(out, nullptr) < 0) {
@@ -269,7 +243,7 @@ int encode_realmedia(const std::string& aviName, const std::string& output, cons
     const int videoTotal =
         withVideo ? static_cast<int>(in->streams[videoIndex]->nb_frames > 0
                                          ? in->streams[videoIndex]->nb_frames
-                                         : static_cast<std::int64_t>(seconds * av_q2d(videoOut.ctx->framerate)))
+                                         : static_cast<std::int64_t>(seconds * av_q2d(videoOut->framerate)))
                   : 0;
     int audioDone = 0, videoDone = 0;
     char line[96];
@@ -280,62 +254,65 @@ int encode_realmedia(const std::string& aviName, const std::string& output, cons
             progress(line);
     };
 
-    SwrContext* swr = nullptr;
-    if (swr_alloc_set_opts2(&swr, &audioOut.ctx->ch_layout, audioOut.ctx->sample_fmt, rate, &audioIn.ctx->ch_layout,
-                            audioIn.ctx->sample_fmt, audioIn.ctx->sample_rate, 0, nullptr) < 0 ||
-        swr_init(swr) < 0) {
-        swr_free(&swr);
+    const ffmpeg::Resampler resampler =
+        ffmpeg::make_resampler(&audioOut->ch_layout, audioOut->sample_fmt, rate, &audioIn->ch_layout,
+                               audioIn->sample_fmt, audioIn->sample_rate);
+    if (!resampler) {
         ErrMsg("AVIStreamRead failed");
         return 0;
     }
-    AVAudioFifo* fifo = av_audio_fifo_alloc(audioOut.ctx->sample_fmt, audioPick->channels, 4096);
-    AVPacket* packet = av_packet_alloc();
-    AVFrame* frame = av_frame_alloc();
-    AVFrame* encodeFrame = av_frame_alloc();
+    SwrContext* swr = resampler.get();
+    const ffmpeg::AudioFifo audioFifo(av_audio_fifo_alloc(audioOut->sample_fmt, audioPick->channels, 4096));
+    AVAudioFifo* fifo = audioFifo.get();
+    const ffmpeg::Packet packetHandle = ffmpeg::make_packet();
+    const ffmpeg::Frame frameHandle = ffmpeg::make_frame();
+    const ffmpeg::Frame encodeHandle = ffmpeg::make_frame();
+    AVPacket* packet = packetHandle.get();
+    AVFrame* frame = frameHandle.get();
+    AVFrame* encodeFrame = encodeHandle.get();
     bool ok = true;
     std::int64_t audioPts = 0;
 
     const auto writeEncoded = [&](AVCodecContext* ctx, AVStream* stream, const char* failure) {
-        AVPacket* coded = av_packet_alloc();
+        const ffmpeg::Packet coded = ffmpeg::make_packet();
         int r;
-        while ((r = avcodec_receive_packet(ctx, coded)) == 0) {
-            av_packet_rescale_ts(coded, ctx->time_base, stream->time_base);
+        while ((r = avcodec_receive_packet(ctx, coded.get())) == 0) {
+            av_packet_rescale_ts(coded.get(), ctx->time_base, stream->time_base);
             coded->stream_index = stream->index;
-            if (av_interleaved_write_frame(out, coded) < 0) {
+            if (av_interleaved_write_frame(out, coded.get()) < 0) {
                 ok = false;
                 break;
             }
         }
-        av_packet_free(&coded);
         if (r != AVERROR(EAGAIN) && r != AVERROR_EOF) {
             ErrMsg(failure, r);
             ok = false;
         }
     };
     const auto encodeAudio = [&](bool flush) {
-        const int size = audioOut.ctx->frame_size > 0 ? audioOut.ctx->frame_size : 1024;
+        const int size = audioOut->frame_size > 0 ? audioOut->frame_size : 1024;
         while (ok && (av_audio_fifo_size(fifo) >= size || (flush && av_audio_fifo_size(fifo) > 0))) {
             const int n = std::min(size, av_audio_fifo_size(fifo));
             av_frame_unref(encodeFrame);
             encodeFrame->nb_samples = size;
-            encodeFrame->format = audioOut.ctx->sample_fmt;
-            av_channel_layout_copy(&encodeFrame->ch_layout, &audioOut.ctx->ch_layout);
+            encodeFrame->format = audioOut->sample_fmt;
+            av_channel_layout_copy(&encodeFrame->ch_layout, &audioOut->ch_layout);
             encodeFrame->sample_rate = rate;
             if (av_frame_get_buffer(encodeFrame, 0) < 0) {
                 ok = false;
                 break;
             }
-            av_samples_set_silence(encodeFrame->extended_data, 0, size, audioPick->channels, audioOut.ctx->sample_fmt);
+            av_samples_set_silence(encodeFrame->extended_data, 0, size, audioPick->channels, audioOut->sample_fmt);
             av_audio_fifo_read(fifo, reinterpret_cast<void**>(encodeFrame->extended_data), n);
             encodeFrame->pts = audioPts;
             audioPts += size;
-            const int r = avcodec_send_frame(audioOut.ctx, encodeFrame);
+            const int r = avcodec_send_frame(audioOut.get(), encodeFrame);
             if (r < 0) {
                 ErrMsg("Audio Encode failed with code %d", r);
                 ok = false;
                 break;
             }
-            writeEncoded(audioOut.ctx, audioStream, "Audio Encode failed with code %d");
+            writeEncoded(audioOut.get(), audioStream, "Audio Encode failed with code %d");
             audioDone = std::min(audioTotal, static_cast<int>(audioPts));
         }
     };
@@ -344,7 +321,7 @@ int encode_realmedia(const std::string& aviName, const std::string& output, cons
         if (room <= 0)
             return;
         std::uint8_t** planes = nullptr;
-        if (av_samples_alloc_array_and_samples(&planes, nullptr, audioPick->channels, room, audioOut.ctx->sample_fmt,
+        if (av_samples_alloc_array_and_samples(&planes, nullptr, audioPick->channels, room, audioOut->sample_fmt,
                                                0) < 0) {
             ok = false;
             return;
@@ -359,28 +336,27 @@ int encode_realmedia(const std::string& aviName, const std::string& output, cons
         encodeAudio(false);
     };
     const auto takeVideo = [&](AVFrame* decoded) {
-        sws = sws_getCachedContext(sws, decoded->width, decoded->height, static_cast<AVPixelFormat>(decoded->format),
-                                   videoOut.ctx->width, videoOut.ctx->height, AV_PIX_FMT_YUV420P, SWS_BICUBIC, nullptr,
-                                   nullptr, nullptr);
-        AVFrame* picture = av_frame_alloc();
+        sws.reset(sws_getCachedContext(sws.release(), decoded->width, decoded->height, static_cast<AVPixelFormat>(decoded->format),
+                                   videoOut->width, videoOut->height, AV_PIX_FMT_YUV420P, SWS_BICUBIC, nullptr,
+                                   nullptr, nullptr));
+        const ffmpeg::Frame pictureHandle = ffmpeg::make_frame();
+        AVFrame* picture = pictureHandle.get();
         picture->format = AV_PIX_FMT_YUV420P;
-        picture->width = videoOut.ctx->width;
-        picture->height = videoOut.ctx->height;
+        picture->width = videoOut->width;
+        picture->height = videoOut->height;
         if (!sws || av_frame_get_buffer(picture, 0) < 0) {
-            av_frame_free(&picture);
             ok = false;
             return;
         }
-        sws_scale(sws, decoded->data, decoded->linesize, 0, decoded->height, picture->data, picture->linesize);
+        sws_scale(sws.get(), decoded->data, decoded->linesize, 0, decoded->height, picture->data, picture->linesize);
         picture->pts = videoDone;
-        const int r = avcodec_send_frame(videoOut.ctx, picture);
-        av_frame_free(&picture);
+        const int r = avcodec_send_frame(videoOut.get(), picture);
         if (r < 0) {
             ErrMsg("Video Encode failed with code %d", r);
             ok = false;
             return;
         }
-        writeEncoded(videoOut.ctx, videoStream, "Video Encode failed with code %d");
+        writeEncoded(videoOut.get(), videoStream, "Video Encode failed with code %d");
         ++videoDone;
     };
     const auto drain = [&](AVCodecContext* dec, bool audio) {
@@ -395,18 +371,18 @@ int encode_realmedia(const std::string& aviName, const std::string& output, cons
     int packets = 0;
     while (ok && av_read_frame(in, packet) >= 0) {
         if (packet->stream_index == audioIndex) {
-            if (avcodec_send_packet(audioIn.ctx, packet) < 0) {
+            if (avcodec_send_packet(audioIn.get(), packet) < 0) {
                 ErrMsg("AVIStreamRead failed");
                 ok = false;
             } else {
-                drain(audioIn.ctx, true);
+                drain(audioIn.get(), true);
             }
         } else if (withVideo && packet->stream_index == videoIndex) {
-            if (avcodec_send_packet(videoIn.ctx, packet) < 0) {
+            if (avcodec_send_packet(videoIn.get(), packet) < 0) {
                 ErrMsg("AVIStreamGetFrame Failed!");
                 ok = false;
             } else {
-                drain(videoIn.ctx, false);
+                drain(videoIn.get(), false);
             }
         }
         av_packet_unref(packet);
@@ -414,25 +390,19 @@ int encode_realmedia(const std::string& aviName, const std::string& output, cons
             report();
     }
     if (ok) {
-        avcodec_send_packet(audioIn.ctx, nullptr);
-        drain(audioIn.ctx, true);
+        avcodec_send_packet(audioIn.get(), nullptr);
+        drain(audioIn.get(), true);
         takeAudio(nullptr);
         encodeAudio(true);
-        avcodec_send_frame(audioOut.ctx, nullptr);
-        writeEncoded(audioOut.ctx, audioStream, "Audio Encode failed with code %d");
+        avcodec_send_frame(audioOut.get(), nullptr);
+        writeEncoded(audioOut.get(), audioStream, "Audio Encode failed with code %d");
         if (withVideo) {
-            avcodec_send_packet(videoIn.ctx, nullptr);
-            drain(videoIn.ctx, false);
-            avcodec_send_frame(videoOut.ctx, nullptr);
-            writeEncoded(videoOut.ctx, videoStream, "Video Encode failed with code %d");
+            avcodec_send_packet(videoIn.get(), nullptr);
+            drain(videoIn.get(), false);
+            avcodec_send_frame(videoOut.get(), nullptr);
+            writeEncoded(videoOut.get(), videoStream, "Video Encode failed with code %d");
         }
     }
-    av_packet_free(&packet);
-    av_frame_free(&frame);
-    av_frame_free(&encodeFrame);
-    av_audio_fifo_free(fifo);
-    swr_free(&swr);
-    sws_freeContext(sws);
     if (!ok)
         return 0;
     if (av_write_trailer(out) < 0) {
