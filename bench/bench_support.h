@@ -13,6 +13,16 @@
 #include <unistd.h>
 #include <vector>
 
+// Ends the benchmark when a step it times did not do its work: a figure of
+// a failed edit would measure nothing.
+inline void require(int result, const char* step)
+{
+    if (!result) {
+        std::fprintf(stderr, "%s failed\n", step);
+        std::exit(1);
+    }
+}
+
 // `frameValue(frame, channel)` gives each sample; the file is synced to disk
 // so that the timed runs do not pay for writing it.
 inline void write_bench_wave(const std::string& name, std::uint64_t dataBytes,

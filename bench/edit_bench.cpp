@@ -10,6 +10,7 @@
 #include "view/mouse_selection.h"
 
 #include "bench_session.h"
+#include "bench_support.h"
 
 #include <algorithm>
 #include <atomic>
@@ -89,15 +90,15 @@ int main(int argc, char** argv)
     std::vector<double> cut, paste, mix, cps;
     for (int round = 0; round < 3; ++round) {
         select(middle, middle + span);
-        cut.push_back(timeIt([&] { edit_operation(f, f, true, kCut); }));
+        cut.push_back(timeIt([&] { require(edit_operation(f, f, true, kCut), "cut"); }));
         undo_redo_toggle(f);
         cps.push_back(cp());
         select(middle, middle);
-        paste.push_back(timeIt([&] { edit_operation(f, f, false, kPaste); }));
+        paste.push_back(timeIt([&] { require(edit_operation(f, f, false, kPaste), "paste"); }));
         undo_redo_toggle(f);
         cps.push_back(cp());
         select(middle, middle + span);
-        mix.push_back(timeIt([&] { edit_operation(f, f, false, kMix); }));
+        mix.push_back(timeIt([&] { require(edit_operation(f, f, false, kMix), "mix"); }));
         undo_redo_toggle(f);
         cps.push_back(cp());
     }

@@ -30,16 +30,18 @@ void CMainFrame::editCommand(int id)
         set_selection_units(f, std::min(at, f.nTotalSamples), std::min(at, f.nTotalSamples));
     }
     CChildFrame* source = frame_from_handle(clipboard_source_frame);
+    // Each command shows the reason when it fails; the window is brought up
+    // to date after it either way.
     switch (id) {
     case kCommandUndoList: undo_menu_command(f); break;
     case kUndoCommand:
     case kRedoCommand: undo_redo_toggle(f); break;
     case kCopy: copy_command(f); break;
-    case kCut: edit_operation(f, f, true, kCut); break;
+    case kCut: static_cast<void>(edit_operation(f, f, true, kCut)); break;
     case kPaste:
     case kReplace:
-    case kMix: edit_operation(source ? *source : f, f, false, id); break;
-    case kCrop: edit_operation(f, f, true, kCrop); break;
+    case kMix: static_cast<void>(edit_operation(source ? *source : f, f, false, id)); break;
+    case kCrop: static_cast<void>(edit_operation(f, f, true, kCrop)); break;
     case kTrim: trim_command(f); break;
     case kInsertSilence: {
         SilenceDialog dialog(this);

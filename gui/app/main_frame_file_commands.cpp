@@ -84,6 +84,7 @@ void CMainFrame::save(bool askName, bool selectionOnly)
 
 void CMainFrame::newFromSelection()
 {
+    // A failure has said why.
     if (ChildFrameWindow* doc = activeDocument())
-        new_file_from_selection(doc->frame());
+        static_cast<void>(new_file_from_selection(doc->frame()));
 }

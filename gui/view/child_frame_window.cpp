@@ -339,7 +339,8 @@ void ChildFrameWindow::dropHighlightFrom(CChildFrame& source)
     const int code = dialog.exec();
     if (code == 2)
         return;
-    edit_operation(source, *m_frame, true, code);
+    // A failure has said why; the view is brought up to date either way.
+    static_cast<void>(edit_operation(source, *m_frame, true, code));
     changed(true);
 }
 

@@ -186,7 +186,8 @@ void SaveWaveDialog::editInfo()
     std::string name = chosen.isEmpty() ? std::string() : chosen.first().toStdString();
     if (m_document.szDisplayName.find("SAMPLE") != std::string::npos) {
         name = exchange_file_path("hvn.tmp");
-        save_waveform_file(m_document, name, 0, 0);
+        if (!save_waveform_file(m_document, name, 0, 0))
+            return;  // the reason has been shown
     }
     std::unique_ptr<wave_io_info> info;
     if (name.empty() || wioFileOpen(&info, name.c_str(), 0) != WIOERR_NOERROR) {

@@ -264,7 +264,8 @@ static void shiftWaveform(HWND window)
     }
     // The highlight moves; where it was becomes silence, where it lands is
     // replaced.
-    move_selection(*f, shift, kEffectQuantize);
+    // A failure has said why; the entry returns nothing either way.
+    static_cast<void>(move_selection(*f, shift, kEffectQuantize));
 }
 
 static void show3DSpectrum(HWND window)

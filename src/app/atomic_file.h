@@ -21,7 +21,7 @@ public:
     // the target's permissions when it exists). A target that is a symbolic
     // link stands for the file it points to. false with errno set when the
     // folder cannot take it.
-    bool begin(const std::string& target);
+    [[nodiscard]] bool begin(const std::string& target);
     // Where to write: a name beside the target that keeps its extension,
     // "NAME~ondrava-XXXXXX.EXT", so helpers that go by extension still do.
     const std::string& temporaryPath() const { return m_temporary; }
@@ -29,7 +29,7 @@ public:
 
     // Flushes the temporary file, renames it over the target and flushes the
     // folder. false (errno set, temporary removed) when any step fails.
-    bool commit();
+    [[nodiscard]] bool commit();
     // Removes the temporary file now.
     void abandon();
     // Hands the temporary file over to whoever finishes it later (a helper
@@ -56,16 +56,16 @@ private:
 
 // Flushes a written file's data to the disk. false when the file cannot be
 // opened or the flush fails.
-bool sync_file(const std::string& path);
+[[nodiscard]] bool sync_file(const std::string& path);
 
 // Puts a finished file `source` under the name `target`, atomically: renamed
 // when both are on one file system, otherwise copied into a temporary file
 // beside the target first. `source` is gone afterwards on success. false
 // (errno set, target untouched, source kept) on failure.
-bool install_file_atomically(const std::string& target, const std::string& source);
+[[nodiscard]] bool install_file_atomically(const std::string& target, const std::string& source);
 
 // Copies `source` over `target` with the same guarantee; `source` stays.
-bool copy_file_atomically(const std::string& target, const std::string& source);
+[[nodiscard]] bool copy_file_atomically(const std::string& target, const std::string& source);
 
 // The temporary name AtomicFile would use for `target` with this six-letter
 // tag: exposed so tests can recognise leftovers.

@@ -222,7 +222,9 @@ void write_journal_record(const std::string& id, const JournalRecord& record)
         if (!out.flush())
             return;
     }
-    file.commit();
+    // A record that cannot be put in place leaves the one before it, which
+    // recovery then uses: there is nobody to tell while the user works.
+    static_cast<void>(file.commit());
 }
 
 void remove_journal_record(const std::string& id) { ::unlink(recordPath(id).c_str()); }

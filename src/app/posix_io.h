@@ -6,7 +6,7 @@
 // Reads up to `count` bytes at `offset`, or at the current position when
 // offset is -1. Returns the bytes read (fewer only at the end of the file), or
 // -1 when an error came before any byte.
-long long read_fully(int fd, void* buffer, long long count, long long offset = -1);
+[[nodiscard]] long long read_fully(int fd, void* buffer, long long count, long long offset = -1);
 // Writes all `count` bytes at `offset`, or at the current position when offset
 // is -1. false when any write fails (a full disk, for one).
-bool write_fully(int fd, const void* buffer, long long count, long long offset = -1);
+[[nodiscard]] bool write_fully(int fd, const void* buffer, long long count, long long offset = -1);

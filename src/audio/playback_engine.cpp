@@ -132,8 +132,8 @@ int PlaybackEngine::play_clipboard(CChildFrame& f)
 bool PlaybackEngine::openStream(CChildFrame& f, const StreamFormat& format, const std::string& path,
                                 std::uint32_t startByte, std::uint32_t endByte, bool clipboard, bool prepareOnly)
 {
-    m_file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (m_file < 0) {
+    m_file.reset(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!m_file.valid()) {
         NewErrMsg(clipboard ? 5009 : 5007);
         return false;
     }
@@ -163,8 +163,7 @@ bool PlaybackEngine::openStream(CChildFrame& f, const StreamFormat& format, cons
         m_bufferBytes.assign(static_cast<std::size_t>(play_buffer_count), 0);
     } catch (const std::bad_alloc&) {
         NewErrMsg(5001);
-        ::close(m_file);
-        m_file = -1;
+        m_file.reset();
         return false;
     }
     m_state.play_total_bytes = rangeBytes;
@@ -189,8 +188,7 @@ bool PlaybackEngine::openStream(CChildFrame& f, const StreamFormat& format, cons
         if (m_device->holds()) {
             // It could hold a stream but will not open this one.
             message_beep();
-            ::close(m_file);
-            m_file = -1;
+            m_file.reset();
             return false;
         }
         m_prepared = true;
@@ -201,8 +199,7 @@ bool PlaybackEngine::openStream(CChildFrame& f, const StreamFormat& format, cons
         message_beep();
         if (clipboard)
             NewErrMsg(5009);
-        ::close(m_file);
-        m_file = -1;
+        m_file.reset();
         return false;
     }
     m_state.is_playing = true;
@@ -217,7 +214,7 @@ bool PlaybackEngine::fill(int i)
     const std::uint32_t count = static_cast<std::uint32_t>(std::min<std::int64_t>(left, m_state.play_buffer_size));
     if (left <= 0)
         return false;
-    const long long got = read_fully(m_file, m_buffers[static_cast<std::size_t>(i)].data(), count,
+    const long long got = read_fully(m_file.get(), m_buffers[static_cast<std::size_t>(i)].data(), count,
                                      static_cast<long long>(m_state.play_start_offset) + m_state.play_bytes_read);
     if (got < 1)
         return false;
@@ -450,9 +447,7 @@ void PlaybackEngine::endOfPlayback()
     m_state.is_paused = false;
     transport_state().playing = false;
     transport_state().paused = false;
-    if (m_file >= 0)
-        ::close(m_file);
-    m_file = -1;
+    m_file.reset();
     if (m_host && m_frame) {
         if (!m_state.play_short)
             m_host->stopCursorTimer(*m_frame);
@@ -527,8 +522,7 @@ int PlaybackEngine::start_prepared(const StartAlignment& alignment)
         m_preparedWithoutDevice = false;
         if (!m_device->open(m_format, this)) {
             message_beep();
-            ::close(m_file);
-            m_file = -1;
+            m_file.reset();
             m_device.reset();
             return 0;
         }
@@ -577,9 +571,7 @@ void PlaybackEngine::cancel_prepared()
     if (!m_prepared)
         return;
     m_prepared = false;
-    if (m_file >= 0)
-        ::close(m_file);
-    m_file = -1;
+    m_file.reset();
     if (m_preparedWithoutDevice) {
         m_preparedWithoutDevice = false;
         m_buffers.clear();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/unique_fd.h"
 #include "audio/wave_out_device.h"
 
 #include <cstdint>
@@ -187,7 +188,7 @@ private:
     std::unique_ptr<WaveOutDevice> m_device;
     CChildFrame* m_frame = nullptr;
     CChildFrame* m_sequenceFrame = nullptr;
-    int m_file = -1;
+    UniqueFd m_file;
     StreamFormat m_format;
     std::vector<std::vector<unsigned char>> m_buffers;
     std::vector<std::uint32_t> m_bufferBytes;

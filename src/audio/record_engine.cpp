@@ -223,8 +223,8 @@ int RecordEngine::open_record_file(std::uint64_t position)
     } else {
         m_state.record_tail_length = 0;
     }
-    m_file = ::open(m_state.szRecordFileName.c_str(), O_RDWR | O_CLOEXEC);
-    if (m_file < 0) {
+    m_file.reset(::open(m_state.szRecordFileName.c_str(), O_RDWR | O_CLOEXEC));
+    if (!m_file.valid()) {
         message_beep();
         message_box(nullptr, "Can't open initialized " + m_state.szRecordFileName, kProductName, MB_OK | MB_ICONEXCLAMATION);
         return 0;
@@ -337,7 +337,7 @@ void RecordEngine::on_wave_in_open()
 
 bool RecordEngine::writeBuffer(const unsigned char* data, std::size_t bytes)
 {
-    if (m_file < 0 || !write_fully(m_file, data, static_cast<long long>(bytes),
+    if (!m_file.valid() || !write_fully(m_file.get(), data, static_cast<long long>(bytes),
                                    static_cast<long long>(m_state.record_bytes_written)))
         return false;
     m_state.record_bytes_written += bytes;
@@ -590,9 +590,7 @@ void RecordEngine::discard_take()
 
 void RecordEngine::closeRecordFile()
 {
-    if (m_file >= 0)
-        ::close(m_file);
-    m_file = -1;
+    m_file.reset();
 }
 
 void RecordEngine::freeBuffers()

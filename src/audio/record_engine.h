@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/unique_fd.h"
 #include "audio/wave_in_device.h"
 
 #include <QTimer>
@@ -185,7 +186,7 @@ private:
     CChildFrame* m_frame = nullptr;
     std::unique_ptr<WaveInDevice> m_device;
     std::vector<std::vector<unsigned char>> m_data;
-    int m_file = -1;
+    UniqueFd m_file;
     bool m_prepared = false;
     bool m_stopping = false;
     bool m_started = false;

@@ -12,7 +12,7 @@ class CChildFrame;
 // highlight is copied to the clipboard first. 1 on success; on failure the
 // shown file is unchanged (the reason has been shown). Insert Silence
 // inserts `silenceUnits` sample values.
-int edit_operation(CChildFrame& source, CChildFrame& destination, bool clipboardCopy, int code,
+[[nodiscard]] int edit_operation(CChildFrame& source, CChildFrame& destination, bool clipboardCopy, int code,
                    std::uint32_t silenceUnits = 0);
 
 // The commands: Copy, Cut, Paste, Replace, Mix, Crop, Trim, Insert Silence.

@@ -6,4 +6,4 @@
 // low-passed through the effect module, decimated with dither, then
 // compressed to ADPCM by the wave converter. 1 on success, 0 when cancelled
 // or failed (the reason shown).
-int compress_to_jaf_file(const std::string& target);
+[[nodiscard]] int compress_to_jaf_file(const std::string& target);

@@ -136,8 +136,9 @@ unsigned char* CChildFrame::make_pSaveBuffer_single_display(std::uint32_t offset
     if (position)
         *position = start;
     UniqueFd fd(::open(szFileName.c_str(), O_RDONLY | O_CLOEXEC));
+    // What cannot be read stays as the zeroed buffer has it.
     if (fd.valid())
-        read_fully(fd.get(), pSaveBuffer.data(), bytes, start);
+        static_cast<void>(read_fully(fd.get(), pSaveBuffer.data(), bytes, start));
     return pSaveBuffer.data();
 }
 

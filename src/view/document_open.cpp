@@ -6,6 +6,7 @@
 #include "app/file_names.h"
 #include "app/instance_files.h"
 #include "app/messages.h"
+#include "app/unique_fd.h"
 #include "app/preferences.h"
 #include "app/edit_menu_state.h"
 #include "view/child_frame.h"
@@ -79,13 +80,9 @@ int load_document_file(CChildFrame& f)
     const std::uint32_t dataBytes = data_chunk_size;
     const std::uint64_t dataOffset = data_chunk_offset;
 
-    {
-        const int fd = ::open(f.szFileName.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-        if (fd < 0) {
-            ErrMsg("No file %s", f.szFileName.c_str());
-            return 0;
-        }
-        ::close(fd);
+    if (!UniqueFd(::open(f.szFileName.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600)).valid()) {
+        ErrMsg("No file %s", f.szFileName.c_str());
+        return 0;
     }
     if (dataOffset + dataBytes > fileLength || dataOffset > 0xFFFFFFFFu) {
         NewErrMsg(5038);
@@ -113,8 +110,9 @@ int load_document_file(CChildFrame& f)
 int open_document(CChildFrame& f, bool newEmpty)
 {
     if (!prepare_working_file(f)) {
-        // Say why the file cannot be opened as it is.
-        ReadInputWaveformHeader(szOpenedFileName, 1);
+        // Say why the file cannot be opened as it is (the check fails again,
+        // now with its message).
+        static_cast<void>(ReadInputWaveformHeader(szOpenedFileName, 1));
         return 0;
     }
     // The display, the edits and playback all work on one or two channels of

@@ -10,5 +10,5 @@ class CChildFrame;
 // highlight) is handed to the type's saver, WAV through the save routine
 // (and the wave converter when the options compress), the others through
 // their exporters. 1 on success.
-int save_by_type(CChildFrame& frame, const std::string& name, int type, int selectionOnly,
+[[nodiscard]] int save_by_type(CChildFrame& frame, const std::string& name, int type, int selectionOnly,
                  const SaveOptions& options = {});

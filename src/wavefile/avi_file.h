@@ -16,12 +16,12 @@ extern std::string& szOpenedAviFileName;
 // stay 8-bit), mono or stereo (more channels are mixed to two), the track's
 // rate. Failures say so ("AVIFileGetStream failed for audio" when there is no
 // sound track) and return 0.
-int make_wave_file_from_AVI_file(const std::string& aviName, const std::string& waveName);
+[[nodiscard]] int make_wave_file_from_AVI_file(const std::string& aviName, const std::string& waveName);
 
 // Writes an AVI whose sound track is the RIFF WAVE file (as PCM) and whose
 // video is the video of `videoSource` (an AVI the document came from, copied
 // as it is) or, without one, `still` shown for the whole length. 1 on success.
-int save_AVI_file(const std::string& aviName, const std::string& waveName, const std::string& videoSource,
+[[nodiscard]] int save_AVI_file(const std::string& aviName, const std::string& waveName, const std::string& videoSource,
                   const QImage& still);
 
 // The video frames of an AVI, for showing above a document that came from it.

@@ -13,10 +13,10 @@ struct SaveRequest;
 
 std::string crvcnvrt_program();
 // 1 when the converter reported success.
-int run_foreign_converter(const std::string& source, const std::string& target);
+[[nodiscard]] int run_foreign_converter(const std::string& source, const std::string& target);
 // Opening a foreign file: it is converted into the same name with the
 // extension "WAV", which becomes szOpenedFileName when it exists. 1 then.
-int open_foreign_file(const std::string& name);
+[[nodiscard]] int open_foreign_file(const std::string& name);
 // Saving as a foreign type: the document is written to "CRVCNVRT.WAV" in the
 // exchange folder, which the converter turns into the target.
-int save_foreign_file(const SaveRequest& request);
+[[nodiscard]] int save_foreign_file(const SaveRequest& request);

@@ -18,7 +18,7 @@
 // effect).
 // Decompresses a JAF file; on success `name` becomes the expanded ".wav"
 // file's name. 1 on success.
-int decompress_jaf_file(std::string& name);
+[[nodiscard]] int decompress_jaf_file(std::string& name);
 // The JAF type's opening: expanded into NAME.wav, which opens.
 int open_jaf_file(const std::string& name);
 // Runs "WAVECONV.EXE" on `source` ("%s %s %d") and waits for it: 1 when

@@ -44,8 +44,9 @@ int open_wave_file(const std::string& name)
     const std::uint16_t tag = walked == WIOERR_NOERROR ? current_wave_format.wFormatTag : 1;
     info.reset();
     if (tag == 1) {
-        // A RIFF WAVE file that fails the PCM check: say why.
-        ReadInputWaveformHeader(name, 1);
+        // A RIFF WAVE file that fails the PCM check: say why (the check
+        // fails again, now with its message).
+        static_cast<void>(ReadInputWaveformHeader(name, 1));
         return 0;
     }
     if (tag == 2)

@@ -8,7 +8,7 @@
 // type that cannot be read is refused with what the file holds. 1 when
 // szOpenedFileName names a PCM WAVE file to open, 0 otherwise (the reason
 // has been shown).
-int open_by_type(const std::string& name, int type);
+[[nodiscard]] int open_by_type(const std::string& name, int type);
 
 // The WAV type's opening (file types 0 and 20).
-int open_wave_file(const std::string& name);
+[[nodiscard]] int open_wave_file(const std::string& name);

@@ -28,5 +28,5 @@ struct RealMediaSettings {
 // Encodes the AVI's sound and video into `output`, reporting "Encoding:
 // Audio(%7d/%7d) Video(%7d/%7d)" as it goes and "Done." at the end. Failures
 // show their message and stop (the encoder closed). 1 on success.
-int encode_realmedia(const std::string& aviName, const std::string& output, const RealMediaSettings& settings,
+[[nodiscard]] int encode_realmedia(const std::string& aviName, const std::string& output, const RealMediaSettings& settings,
                      const std::function<void(const std::string&)>& progress);

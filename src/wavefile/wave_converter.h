@@ -19,7 +19,7 @@
 std::optional<AdpcmFormat> conversion_destination(const AdpcmFormat& source, float jafRatio = 0.0f);
 
 // 1 when the conversion completed, 0 otherwise (the reason has been shown).
-int convert_wave_file(HWND owner, const std::string& source, const std::string& destination, float jafRatio = 0.0f);
+[[nodiscard]] int convert_wave_file(HWND owner, const std::string& source, const std::string& destination, float jafRatio = 0.0f);
 
 // The ratio of the JAF file being made or read (wave_state.h).
 extern float& jaf_ratio;

@@ -22,7 +22,7 @@ struct WaveHeaderContent {
 // as create_waveform_format_header otherwise. The format becomes
 // wave_fmt_record, the format of the file being written, which the final
 // ascend reads.
-int write_waveform_header(RiffFile& file, std::uint32_t dataSize, const WaveHeaderContent& content,
+[[nodiscard]] int write_waveform_header(RiffFile& file, std::uint32_t dataSize, const WaveHeaderContent& content,
                           bool rf64 = false);
 // A PCM "fmt " record: tag 1, the block align and the byte rate computed.
 WaveFmtRecord pcm_fmt_record(int channels, std::uint32_t rate, int bits);
@@ -32,28 +32,28 @@ WaveFmtRecord pcm_fmt_record(int channels, std::uint32_t rate, int bits);
 // pending cue points, and opens the "data" chunk with the given size,
 // leaving the file inside it for the caller's samples. 1 on success; on failure
 // message 5031 has been shown and the file is left open for the caller.
-int create_waveform_format_header(RiffFile& file, std::uint32_t dataSize);
+[[nodiscard]] int create_waveform_format_header(RiffFile& file, std::uint32_t dataSize);
 
 // The same header in the RF64 form (EBU Tech 3306) for files whose samples
 // may pass 4 GiB: "RF64", a "ds64" chunk that will hold the 64-bit sizes,
 // and 32-bit size fields of all ones. ascend_and_update_waveform_file
 // completes it.
-int create_rf64_waveform_header(RiffFile& file);
+[[nodiscard]] int create_rf64_waveform_header(RiffFile& file);
 // Whether a file of `dataBytes` bytes of samples needs the RF64 form.
 bool needs_rf64(std::uint64_t dataBytes);
 
 // Ascends out of "data" and "RIFF", writing their true sizes. The file must be
 // positioned at the end of the samples; it may have been closed and reopened
 // since the header was written. Returns the second ascend's result, 0 = success.
-int ascend_and_update_waveform_file(RiffFile& file);
+[[nodiscard]] int ascend_and_update_waveform_file(RiffFile& file);
 
 // Checks that a file is a usable PCM WAVE file; on success the current wave
 // format and data_chunk_size describe it. With `report` set, the reason of a
 // failure (and the sound-board warnings) is shown. 1 = usable, 0 = not.
-int ReadInputWaveformHeader(const std::string& fileName, int report);
+[[nodiscard]] int ReadInputWaveformHeader(const std::string& fileName, int report);
 // The same check for a file of any format tag (a JAF file is Microsoft
 // ADPCM): the format record and the data size are read, the tag is not tested.
-int read_waveform_header_any_format(const std::string& fileName, int report);
+[[nodiscard]] int read_waveform_header_any_format(const std::string& fileName, int report);
 // Starts a RIFF WAVE file: "RIFF"/"WAVE", "fmt " with wave_fmt_record, and an
 // open "data" chunk; each failure has its message ("Can't create RIFF chunk,
 // nf 1512" and the others) and closes the file. 1 on success.
@@ -65,7 +65,7 @@ void set_pcm_fmt_record(int channels, std::uint32_t rate, int bits);
 // The header of a new PCM file in that format, without the INFO list or the
 // time marks pending for the next save: create_waveform_format_header's work
 // (and messages), leaving the file in its "data" chunk. 1 on success.
-int create_plain_waveform_header(RiffFile& file, int channels, std::uint32_t rate, int bits);
+[[nodiscard]] int create_plain_waveform_header(RiffFile& file, int channels, std::uint32_t rate, int bits);
 
 // Makes "SAMPLE%d.WAV" in the current directory (the counter counts per run),
 // after the "CREATENEWFILE" dialog when asked: a 52-byte file whose data is

@@ -30,8 +30,9 @@ Bytes fileBytes(const std::string& path, std::uint64_t offset = 0)
     const std::uint64_t size = get_named_file_length(path);
     Bytes b(size > offset ? size - offset : 0);
     const int fd = ::open(path.c_str(), O_RDONLY);
-    read_fully(fd, b.data(), static_cast<long long>(b.size()), static_cast<long long>(offset));
+    const long long got = read_fully(fd, b.data(), static_cast<long long>(b.size()), static_cast<long long>(offset));
     ::close(fd);
+    b.resize(got > 0 ? static_cast<std::size_t>(got) : 0);  // what could not be read is not there
     return b;
 }
 

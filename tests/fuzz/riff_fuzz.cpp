@@ -94,7 +94,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const std::string input = scratch(".wav");
     writeAll(input, data, size);
     reset_wave_state();
-    ReadInputWaveformHeader(input, 1);
+    static_cast<void>(ReadInputWaveformHeader(input, 1));
 
     std::unique_ptr<wave_io_info> info;
     const int walked = wioFileOpen(&info, input.c_str(), 0);
@@ -102,7 +102,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         exerciseCodec(*info, data, size);
         // The whole wave converter, file to file, as the program runs it.
         const std::string converted = scratch(".conv");
-        convert_wave_file(nullptr, input, converted);
+        static_cast<void>(convert_wave_file(nullptr, input, converted));
         std::remove(converted.c_str());
     }
     if (walked == WIOERR_NOERROR && info->pInfo) {

@@ -90,7 +90,7 @@ TEST_F(RecordDialogTest, ATakeFromTheDialogGoesIntoTheDocumentWithOneUndo)
     // The take is at the start; the tone follows it.
     std::vector<unsigned char> head(8);
     const int fd = ::open(f.szFileName.c_str(), O_RDONLY);
-    read_fully(fd, head.data(), 8, 0);
+    ASSERT_EQ(read_fully(fd, head.data(), 8, 0), 8);
     ::close(fd);
     EXPECT_EQ(head, std::vector<unsigned char>(8, 0x10));
 }

@@ -120,7 +120,7 @@ TEST_F(RiffWriterTest, APendingInfoListStandsBetweenWaveAndFmt)
     ASSERT_TRUE(file.open(path("info.wav"), RiffFile::Mode::Create));
     ASSERT_EQ(create_waveform_format_header(file, 0), 1);
     file.write("ab", 2);
-    ascend_and_update_waveform_file(file);
+    ASSERT_EQ(ascend_and_update_waveform_file(file), 0);
     file.close();
 
     const Bytes b = readFile(path("info.wav"));
