@@ -1,5 +1,5 @@
-// "HVNEQL32": filters, the graphic equalizer and the flanger (and, to come,
-// noise reduction, quantize, tempo and pitch, and the spectrum display).
+// "HVNEQL32": filters, the graphic equalizer, the flanger, noise reduction,
+// quantize, tempo and pitch, and the spectrum display.
 
 #include "biquad.h"
 #include "eql_dialogs.h"
