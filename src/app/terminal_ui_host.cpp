@@ -16,28 +16,18 @@ constexpr int kConversionPercent = 102;
 
 TerminalUiHost::TerminalUiHost() : m_terminal(isatty(STDERR_FILENO) == 1) {}
 
-void TerminalUiHost::scriptAnswers(std::initializer_list<int> answers)
-{
-    m_script.insert(m_script.end(), answers.begin(), answers.end());
-}
-
 std::string TerminalUiHost::controlText(int controlId) const
 {
     auto it = m_controlTexts.find(controlId);
     return it == m_controlTexts.end() ? std::string() : it->second;
 }
 
-int TerminalUiHost::answerFor(unsigned style, const std::string& text)
+int TerminalUiHost::answer(unsigned style, const std::string& text)
 {
     const unsigned buttons = style & kMessageBoxButtonMask;
     const bool yesNo = buttons == MB_YESNO || buttons == MB_YESNOCANCEL;
     if (buttons == MB_OK)
         return IDOK;
-    if (!m_script.empty()) {
-        int answer = m_script.front();
-        m_script.pop_front();
-        return answer;
-    }
     bool agree = m_defaultAgree;
     if (m_interactive && isatty(STDIN_FILENO) == 1) {
         std::cerr << text << (yesNo ? " [y/n] " : " [OK=y/Cancel=n] ") << std::flush;
@@ -60,9 +50,9 @@ int TerminalUiHost::messageBox(HWND, const std::string& text, const std::string&
             std::cerr << caption << ": ";
         std::cerr << text << std::endl;
     }
-    int answer = answerFor(style, text);
-    m_shown.push_back({text, caption, style, answer});
-    return answer;
+    const int given = answer(style, text);
+    m_shown.push_back({text, caption, style, given});
+    return given;
 }
 
 void TerminalUiHost::beep()
@@ -74,7 +64,6 @@ void TerminalUiHost::beep()
 HWND TerminalUiHost::createProgressBox(const std::string& text, bool)
 {
     m_progressOpen = true;
-    ++m_progressBoxesOpened;
     m_lastPercent = -1;
     m_barText = text;
     m_controlTexts.erase(kTimeLeftControl);
@@ -118,17 +107,7 @@ void TerminalUiHost::drawProgressBar(HWND, int percent, const std::string& barTe
     redrawTerminalLine();
 }
 
-bool TerminalUiHost::takeCancelClick(HWND)
-{
-    if (m_cancelCountdown >= 0) {
-        if (m_cancelCountdown == 0) {
-            m_cancelCountdown = -1;
-            return true;
-        }
-        --m_cancelCountdown;
-    }
-    return m_cancelRequested.exchange(false);
-}
+bool TerminalUiHost::takeCancelClick(HWND) { return m_cancelRequested.exchange(false); }
 
 void TerminalUiHost::drawTextOnControl(HWND, int controlId, const std::string& text,
                                        const ControlTextStyle&)
@@ -140,8 +119,6 @@ void TerminalUiHost::drawTextOnControl(HWND, int controlId, const std::string& t
 
 void TerminalUiHost::showHelp(const std::string& helpFile, int contextId)
 {
-    m_helpFile = helpFile;
-    m_helpContext = contextId;
     if (!m_quiet)
         std::cerr << "help: " << helpFile << " #" << contextId << std::endl;
 }
@@ -164,11 +141,6 @@ void TerminalUiHost::redrawTerminalLine()
 
 std::string TerminalUiHost::askSaveFileName(const std::string& title, const std::string& suggestion)
 {
-    if (!m_script.empty()) {
-        const int answer = m_script.front();
-        m_script.pop_front();
-        return answer == IDOK || answer == IDYES ? suggestion : std::string();
-    }
     if (m_interactive && isatty(STDIN_FILENO) == 1) {
         std::cerr << title << " [" << suggestion << "]: " << std::flush;
         std::string line;

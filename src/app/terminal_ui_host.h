@@ -3,7 +3,6 @@
 #include "app/ui_host.h"
 
 #include <atomic>
-#include <deque>
 #include <map>
 #include <string>
 #include <vector>
@@ -11,9 +10,9 @@
 // The user interface of a program without windows (the helper programs, and
 // the base of the command line's): messages go to stderr, the progress box
 // is a one-line bar on a terminal (nothing when stderr is not a terminal),
-// and questions take their answers from a script, then from a default
-// answer. Cancel is requested from outside (Ctrl+C, or a test). It is also
-// the host in use before any other is installed.
+// and questions are asked on the terminal when it is interactive, or take a
+// default answer. Cancel is requested from outside (Ctrl+C). It is also the
+// host in use before any other is installed.
 class TerminalUiHost : public UiHost {
 public:
     struct Shown {
@@ -25,8 +24,6 @@ public:
 
     TerminalUiHost();
 
-    // Answers for the next questions, used in order before the default.
-    void scriptAnswers(std::initializer_list<int> answers);
     // What a Yes/No or OK/Cancel question gets when the script is empty:
     // true answers Yes/OK, false No/Cancel.
     void setDefaultAgree(bool agree) { m_defaultAgree = agree; }
@@ -37,18 +34,15 @@ public:
     // Requests Cancel: the next poll of the progress box reports it. Safe to
     // call from a signal handler.
     void requestCancel() { m_cancelRequested.store(true); }
-    // Requests Cancel after the given number of further polls.
-    void cancelAfterPolls(int polls) { m_cancelCountdown = polls; }
 
+    // The messages shown and their answers (the helpers print them again).
     const std::vector<Shown>& shown() const { return m_shown; }
     void clearShown() { m_shown.clear(); }
+    // The progress box as the terminal line shows it.
     bool progressOpen() const { return m_progressOpen; }
-    int progressBoxesOpened() const { return m_progressBoxesOpened; }
     int lastPercent() const { return m_lastPercent; }
     std::string controlText(int controlId) const;
     const std::string& title() const { return m_title; }
-    int helpContext() const { return m_helpContext; }
-    const std::string& helpFile() const { return m_helpFile; }
 
     int messageBox(HWND owner, const std::string& text, const std::string& caption,
                    unsigned style) override;
@@ -78,26 +72,22 @@ public:
 protected:
     bool quiet() const { return m_quiet; }
     bool terminal() const { return m_terminal; }
+    // The answer a question gets.
+    virtual int answer(unsigned style, const std::string& text);
 
 private:
-    int answerFor(unsigned style, const std::string& text);
     void redrawTerminalLine();
 
-    std::deque<int> m_script;
     bool m_defaultAgree = false;
     bool m_interactive = false;
     bool m_quiet = false;
     bool m_terminal = false;
     std::atomic<bool> m_cancelRequested{false};
-    int m_cancelCountdown = -1;
     std::vector<Shown> m_shown;
     std::map<int, std::string> m_controlTexts;
     bool m_progressOpen = false;
-    int m_progressBoxesOpened = 0;
     int m_lastPercent = -1;
     std::string m_barText;
     std::string m_terminalLine;
     std::string m_title;
-    std::string m_helpFile;
-    int m_helpContext = 0;
 };

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/app_paths.h"
-#include "cli/headless_ui_host.h"
+#include "support/test_ui_host.h"
 #include "app/preferences.h"
 #include "app/file_names.h"
 #include "app/progress.h"
@@ -117,7 +117,7 @@ protected:
         ASSERT_EQ(chdir(cwd), 0);
     }
 
-    HeadlessUiHost host;
+    TestUiHost host;
 
 private:
     std::string m_dir;
