@@ -190,6 +190,40 @@ TEST_F(ForeignFormatsTest, SoxFilesOpenAsDocumentsBesideTheirSource)
         EXPECT_EQ(samples16(readFile(path("made.WAV"))), original) << ext;
         std::remove(path("made.WAV").c_str());
     }
+    // A VOC file ends after its last declared block (libsox reports the end
+    // of the file as an error there), and a ".snd" in the Sun/NeXT layout is
+    // known by its ".snd" magic: both open with every sample (the 8-bit VOC's
+    // as the sox program reads them).
+    struct Case {
+        const char* file;
+        const char* soxType;
+        bool narrow;
+    };
+    for (const Case c : {Case{"made.voc", "voc", true}, Case{"made.snd", "au", false}}) {
+        const std::string file = path(c.file);
+        ASSERT_EQ(run(std::string("sox '") + path("src.wav") + "' " + (c.narrow ? "-b 8 " : "") + "-t " + c.soxType +
+                      " '" + file + "'"),
+                  0)
+            << c.file;
+        ASSERT_EQ(open_by_type(file, remember_file_type(file)), 1) << c.file;
+        auto opened = open_document_file(szOpenedFileName);
+        ASSERT_TRUE(opened) << c.file;
+        EXPECT_EQ(opened->wfx.nChannels, 2) << c.file;
+        const Bytes made = readFile(path("made.WAV"));
+        if (c.narrow) {
+            EXPECT_EQ(opened->wfx.wBitsPerSample, 8);
+            ASSERT_EQ(run("sox '" + file + "' -t u8 '" + path("voc.u8") + "'"), 0);
+            const Bytes expected = readFile(path("voc.u8"));
+            ASSERT_EQ(expected.size(), original.size());
+            ASSERT_GE(made.size(), expected.size());
+            EXPECT_EQ(Bytes(made.end() - static_cast<long>(expected.size()), made.end()), expected);
+        } else {
+            EXPECT_EQ(opened->wfx.nSamplesPerSec, 22050u);
+            EXPECT_EQ(samples16(made), original) << c.file;
+        }
+        opened.reset();
+        std::remove(path("made.WAV").c_str());
+    }
     // A raw file is one channel at 44100 Hz.
     ASSERT_EQ(run("sox '" + path("src.wav") + "' -c 1 -r 44100 -t sw '" + path("mono.sw") + "'"), 0);
     ASSERT_EQ(open_by_type(path("mono.sw"), 11), 1);

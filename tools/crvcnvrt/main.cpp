@@ -5,7 +5,7 @@
 // success "outadpcm.wav" appears in the exchange folder (the program's sign of
 // success); in every case the marker file "finished" follows. Raw formats
 // carry no header: they are read as one channel at 44100 Hz (u-law at
-// 8000 Hz).
+// 8000 Hz). A ".snd" source in the Sun/NeXT layout is read as such.
 
 #include "app/app_paths.h"
 #include "wavefile/helper_programs.h"
@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -42,7 +43,19 @@ constexpr SoxType kTypes[] = {
     {"uw", "uw", true, 44100},   {"voc", "voc", false, 0},
 };
 
-const SoxType* typeOf(const std::string& name)
+// A ".snd" file is either Sound Tool's or, far more often today, Sun/NeXT
+// audio (what SoX and most programs write under that name): its first four
+// bytes tell.
+constexpr SoxType kSunNext = {"snd", "au", false, 0};
+
+bool startsWithSunMagic(const std::string& name)
+{
+    char magic[4] = {};
+    std::ifstream in(name, std::ios::binary);
+    return in.read(magic, 4) && std::memcmp(magic, ".snd", 4) == 0;
+}
+
+const SoxType* typeOf(const std::string& name, bool reading)
 {
     const std::string leaf = name.substr(name.find_last_of('/') + 1);
     const auto dot = leaf.find('.');
@@ -50,16 +63,49 @@ const SoxType* typeOf(const std::string& name)
         return nullptr;
     std::string ext = leaf.substr(dot + 1);
     std::transform(ext.begin(), ext.end(), ext.begin(), [](unsigned char c) { return std::tolower(c); });
+    if (reading && ext == "snd" && startsWithSunMagic(name))
+        return &kSunNext;
     for (const SoxType& t : kTypes)
         if (ext == t.extension)
             return &t;
     return nullptr;
 }
 
+// SoX marks the end of its input with SOX_EOF in the format's error field;
+// that is no error.
+bool failed(const sox_format_t* f) { return f->sox_errno != 0 && f->sox_errno != SOX_EOF; }
+
+// The samples the input has given so far (all channels).
+std::uint64_t g_samplesRead = 0;
+
+// Passes the samples on and counts them.
+int countFlow(sox_effect_t*, const sox_sample_t* in, sox_sample_t* out, size_t* inCount, size_t* outCount)
+{
+    const size_t n = std::min(*inCount, *outCount);
+    std::copy(in, in + n, out);
+    *inCount = *outCount = n;
+    g_samplesRead += n;
+    return SOX_SUCCESS;
+}
+
+const sox_effect_handler_t kCounter = {"count", nullptr, SOX_EFF_MCHAN, nullptr, nullptr, countFlow,
+                                       nullptr, nullptr, nullptr, 0};
+
+// The VOC reader, after the last block its file declares, looks for another
+// block header and reports "premature EOF" when the file simply ends there
+// (SoX's own program takes it for the end, too). An end-of-file report after
+// samples were read is the end of the input; any other error is a failure.
+bool inputFailed(const sox_format_t* f)
+{
+    if (!failed(f))
+        return false;
+    return g_samplesRead == 0 || std::strstr(f->sox_errstr, "EOF") == nullptr;
+}
+
 bool convert(const std::string& source, const std::string& target)
 {
-    const SoxType* from = typeOf(source);
-    const SoxType* to = typeOf(target);
+    const SoxType* from = typeOf(source, true);
+    const SoxType* to = typeOf(target, false);
     if (!from || !to) {
         std::cerr << "CRVCNVRT: unknown file type\n";
         return false;
@@ -105,6 +151,12 @@ bool convert(const std::string& source, const std::string& target)
     };
     char* input[] = {reinterpret_cast<char*>(in)};
     add("input", 1, input);
+    g_samplesRead = 0;
+    if (ok) {
+        sox_effect_t* counter = sox_create_effect(&kCounter);
+        ok = counter && sox_add_effect(chain, counter, &interim, &out->signal) == SOX_SUCCESS;
+        free(counter);
+    }
     if (in->signal.channels != out->signal.channels)
         add("channels", 0, nullptr);
     if (in->signal.rate != out->signal.rate)
@@ -112,7 +164,7 @@ bool convert(const std::string& source, const std::string& target)
     char* output[] = {reinterpret_cast<char*>(out)};
     add("output", 1, output);
     if (ok)
-        ok = sox_flow_effects(chain, nullptr, nullptr) == SOX_SUCCESS && !in->sox_errno && !out->sox_errno;
+        ok = sox_flow_effects(chain, nullptr, nullptr) == SOX_SUCCESS && !inputFailed(in) && !failed(out);
     if (chain)
         sox_delete_effects_chain(chain);
     sox_close(out);
