@@ -1,5 +1,6 @@
 // Drives the ondrava-cli executable as a user or a script would.
 
+#include "app/file_names.h"
 #include "support/cli_fixture.h"
 #include "support/wav_builder.h"
 
@@ -135,6 +136,16 @@ TEST_F(CliTest, ConvertSavesThroughTheProgramsSavePath)
     EXPECT_EQ(cli({"convert", "in.wav", "bad.wav", "--rate", "48000", "--adpcm"}).exitCode, 1);
     EXPECT_EQ(cli({"convert", "in.wav"}).exitCode, 2);
     EXPECT_EQ(cli({"convert", "in.wav", "x.wav", "--bits", "12"}).exitCode, 2);
+    // A target whose extension names no type we write is refused, and
+    // nothing is written under its name.
+    for (const char* target : {"out.flac", "out.ogg", "out.opus", "out.xyz", "take.1.flac"}) {
+        run = cli({"convert", "in.wav", target});
+        EXPECT_EQ(run.exitCode, 2) << target;
+        EXPECT_NE(run.err.find("is not a file type this program writes"), std::string::npos) << run.err;
+        EXPECT_FALSE(file_exists(path(target))) << target;
+    }
+    // The last extension is what counts: a dotted WAV name still converts.
+    EXPECT_EQ(cli({"convert", "in.wav", "take.1.wav"}).exitCode, 0);
     EXPECT_TRUE(filesIn(path("ondrava/work")).empty());
 }
 

@@ -30,6 +30,16 @@ int run_convert_command(const std::vector<std::string>& argv)
         std::cerr << "ondrava-cli: --bits must be 8 or 16\n";
         return kExitUsage;
     }
+    // An extension that names no type we write is refused before anything
+    // is read or written: its bytes would otherwise be a WAVE file under a
+    // name that says something else.
+    const std::string& target = args->positionals()[1];
+    const std::string leaf = target.substr(target.find_last_of('/') + 1);
+    const std::string last = leaf.find('.') == std::string::npos ? std::string() : leaf.substr(leaf.rfind('.') + 1);
+    if (!last.empty() && file_type_of("x." + last, -1) < 0) {
+        std::cerr << "ondrava-cli: " << target << ": ." << last << " is not a file type this program writes\n";
+        return kExitUsage;
+    }
     DocumentSession session;
     if (!session.open(args->positionals()[0]))
         return kExitFailed;
