@@ -16,7 +16,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -75,31 +74,16 @@ const SoxType* typeOf(const std::string& name, bool reading)
 // that is no error.
 bool failed(const sox_format_t* f) { return f->sox_errno != 0 && f->sox_errno != SOX_EOF; }
 
-// The samples the input has given so far (all channels).
-std::uint64_t g_samplesRead = 0;
-
-// Passes the samples on and counts them.
-int countFlow(sox_effect_t*, const sox_sample_t* in, sox_sample_t* out, size_t* inCount, size_t* outCount)
-{
-    const size_t n = std::min(*inCount, *outCount);
-    std::copy(in, in + n, out);
-    *inCount = *outCount = n;
-    g_samplesRead += n;
-    return SOX_SUCCESS;
-}
-
-const sox_effect_handler_t kCounter = {"count", nullptr, SOX_EFF_MCHAN, nullptr, nullptr, countFlow,
-                                       nullptr, nullptr, nullptr, 0};
-
 // The VOC reader, after the last block its file declares, looks for another
 // block header and reports "premature EOF" when the file simply ends there
-// (SoX's own program takes it for the end, too). An end-of-file report after
-// samples were read is the end of the input; any other error is a failure.
-bool inputFailed(const sox_format_t* f)
+// (SoX's own program takes it for the end, too). An end-of-file report once
+// samples have reached the output is the end of the input; any other error
+// is a failure.
+bool inputFailed(const sox_format_t* in, const sox_format_t* out)
 {
-    if (!failed(f))
+    if (!failed(in))
         return false;
-    return g_samplesRead == 0 || std::strstr(f->sox_errstr, "EOF") == nullptr;
+    return out->olength == 0 || std::strstr(in->sox_errstr, "EOF") == nullptr;
 }
 
 bool convert(const std::string& source, const std::string& target)
@@ -151,12 +135,6 @@ bool convert(const std::string& source, const std::string& target)
     };
     char* input[] = {reinterpret_cast<char*>(in)};
     add("input", 1, input);
-    g_samplesRead = 0;
-    if (ok) {
-        sox_effect_t* counter = sox_create_effect(&kCounter);
-        ok = counter && sox_add_effect(chain, counter, &interim, &out->signal) == SOX_SUCCESS;
-        free(counter);
-    }
     if (in->signal.channels != out->signal.channels)
         add("channels", 0, nullptr);
     if (in->signal.rate != out->signal.rate)
@@ -164,7 +142,7 @@ bool convert(const std::string& source, const std::string& target)
     char* output[] = {reinterpret_cast<char*>(out)};
     add("output", 1, output);
     if (ok)
-        ok = sox_flow_effects(chain, nullptr, nullptr) == SOX_SUCCESS && !inputFailed(in) && !failed(out);
+        ok = sox_flow_effects(chain, nullptr, nullptr) == SOX_SUCCESS && !inputFailed(in, out) && !failed(out);
     if (chain)
         sox_delete_effects_chain(chain);
     sox_close(out);
