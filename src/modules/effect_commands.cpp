@@ -118,6 +118,11 @@ const std::vector<EffectCommand>& effect_commands()
     return commands;
 }
 
+void use_effect_presets(const EffectPresets& p)
+{
+    set_preset_context(p.file, p.title, p.section, p.keyPrefix, p.valuePrefix);
+}
+
 const EffectCommand* find_effect_command(const std::string& name)
 {
     for (const EffectCommand& c : effect_commands())
@@ -140,8 +145,7 @@ int run_effect_command(CChildFrame& f, int id, HWND mainWindow)
     if (!c || f.szFileName.empty() || !f.bHighlight || f.nSelEnd <= f.nSelStart)
         return 0;
     if (c->presets)
-        set_preset_context(c->presets->file, c->presets->title, c->presets->section, c->presets->keyPrefix,
-                           c->presets->valuePrefix);
+        use_effect_presets(*c->presets);
     return c->run(EffectRun{f, f.hWaveWnd, mainWindow, effect_context().variant});
 }
 

@@ -50,6 +50,8 @@ struct EffectCommand {
 };
 
 const std::vector<EffectCommand>& effect_commands();
+// Makes an effect's preset names the ones the preset dialogs work with.
+void use_effect_presets(const EffectPresets& presets);
 const EffectCommand* find_effect_command(const std::string& name);
 const EffectCommand* find_effect_command(int id);
 

@@ -2,7 +2,9 @@
 
 #include "app/app_paths.h"
 #include "app/messages.h"
+#include "app/command_ids.h"
 #include "edit/presets.h"
+#include "modules/effect_commands.h"
 #include "modules/effect_context.h"
 #include "view/child_frame.h"
 #include "view/view_dialogs.h"
@@ -36,7 +38,8 @@ int chosen_effect_variant() { return effect_context().variant; }
 
 std::string filter_preset_values(const std::string& name)
 {
-    set_preset_context("HVNFILTR.INI", "Select Filter Parameters", "Filter Presets", "Filter Preset", "Filter Values");
+    // The Filter command's own preset names.
+    use_effect_presets(*find_effect_command(kEffectFilter)->presets);
     return preset_values(preset_context(), name);
 }
 
