@@ -1,4 +1,5 @@
 #include "audio/playback_engine.h"
+#include "wavefile/sample_format.h"
 
 #include "app/clock.h"
 #include "app/file_names.h"
@@ -137,6 +138,13 @@ bool PlaybackEngine::openStream(CChildFrame& f, const StreamFormat& format, cons
         NewErrMsg(clipboard ? 5009 : 5007);
         return false;
     }
+    // 24-bit and float frames are kept whole (8- and 16-bit positions keep
+    // their 4-byte boundary below).
+    const int frameBytes = std::max(1, format.channels * format.bits / 8);
+    if (frameBytes == 3 || frameBytes > 4) {
+        startByte = static_cast<std::uint32_t>(align_position(startByte, frameBytes));
+        endByte = std::max(startByte, static_cast<std::uint32_t>(align_position(endByte, frameBytes)));
+    }
     const std::uint32_t rangeBytes = endByte - startByte;
     if (clipboard) {
         // The clipboard's buffers: a fixed size from its byte rate.
@@ -157,6 +165,11 @@ bool PlaybackEngine::openStream(CChildFrame& f, const StreamFormat& format, cons
                                                              m_state.play_buffer_size);
         m_state.play_short = duration * (sixteenToTwentyThree(format.bits) ? 0.25 : 1.0) < 0.5;
     }
+    // The device takes whole frames from each buffer.
+    if (frameBytes == 3 || frameBytes > 4)
+        m_state.play_buffer_size =
+            std::max<std::uint32_t>(static_cast<std::uint32_t>(align_position(m_state.play_buffer_size, frameBytes)),
+                                    static_cast<std::uint32_t>(frameBytes));
     try {
         m_buffers.assign(static_cast<std::size_t>(play_buffer_count),
                          std::vector<unsigned char>(std::max<std::uint32_t>(m_state.play_buffer_size, 1), 0));
@@ -167,7 +180,7 @@ bool PlaybackEngine::openStream(CChildFrame& f, const StreamFormat& format, cons
         return false;
     }
     m_state.play_total_bytes = rangeBytes;
-    m_state.play_start_offset = startByte & ~3u;
+    m_state.play_start_offset = static_cast<std::uint32_t>(align_position(startByte, frameBytes));
     m_state.play_shown_start = m_state.play_start_offset / static_cast<std::uint32_t>(std::max(1, format.bits / 8));
     m_queuedWritten = false;
     m_state.play_bytes_read = 0;
@@ -481,7 +494,7 @@ int PlaybackEngine::prepare_start(CChildFrame& f, std::uint32_t startByte)
     }
     const std::uint32_t bps = static_cast<std::uint32_t>(f.bytesPerSample());
     const std::uint32_t end = f.nTotalSamples * bps;
-    startByte &= ~3u;
+    startByte = static_cast<std::uint32_t>(align_position(startByte, static_cast<int>(bps) * f.wfx.nChannels));
     if (startByte + 4 > end) {
         m_startFailure = "The start is at the end of the file: there is nothing to play.";
         return 0;
@@ -594,7 +607,9 @@ void PlaybackEngine::nudge_read_position(std::int64_t bytes)
         return;
     const std::int64_t moved = std::clamp<std::int64_t>(static_cast<std::int64_t>(m_state.play_bytes_read) + bytes, 0,
                                                         static_cast<std::int64_t>(m_state.play_total_bytes));
-    m_state.play_bytes_read = static_cast<std::uint32_t>(moved) & ~3u;
+    m_state.play_bytes_read =
+        static_cast<std::uint32_t>(align_position(static_cast<std::uint64_t>(moved),
+                                                  std::max(1, m_format.channels * m_format.bits / 8)));
 }
 
 std::uint32_t PlaybackEngine::played_file_position()

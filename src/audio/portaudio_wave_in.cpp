@@ -240,14 +240,15 @@ private:
     // were lost for want of a buffer.
     bool store(const float* samples, std::size_t frames)
     {
-        const SampleFormat format = pcm_format(m_bits).value_or(SampleFormat::S16);
+        const SampleFormat format = stream_sample_format(m_bits);
         const int sampleBytes = sample_bytes(format);
-        std::size_t count = frames * static_cast<std::size_t>(m_channels);
         unsigned char scratch[4096];
+        const std::size_t perScratch =
+            sizeof scratch / static_cast<std::size_t>(sampleBytes * m_channels) * static_cast<std::size_t>(m_channels);
+        std::size_t count = frames * static_cast<std::size_t>(m_channels);
         while (count > 0) {
-            // A whole number of frames at a time (the scratch holds an even
-            // number of samples).
-            const std::size_t n = std::min(count, sizeof scratch / static_cast<std::size_t>(sampleBytes));
+            // A whole number of frames at a time.
+            const std::size_t n = std::min(count, perScratch);
             float_to_samples(format, samples, scratch, n);
             if (!take(scratch, n * static_cast<std::size_t>(sampleBytes)))
                 return false;

@@ -224,7 +224,7 @@ public:
         if (!output)
             return false;
         m_channels = std::clamp(format.channels, 1, 2);
-        m_sampleFormat = pcm_format(format.bits).value_or(SampleFormat::S16);
+        m_sampleFormat = stream_sample_format(format.bits);
         m_sampleBytes = sample_bytes(m_sampleFormat);
         m_frameBytes = static_cast<std::size_t>(m_channels * m_sampleBytes);
         m_rate = format.rate;

@@ -33,7 +33,14 @@ constexpr int kRecordUndoCode = kCommandRecord;
 // on zero.
 int sampleAt(const unsigned char* p, int bits)
 {
-    return sample_value(pcm_format(bits).value_or(SampleFormat::S16), p);
+    // 24-bit and float samples are counted in 16-bit steps, as the meters
+    // read every width above 8 bits.
+    const SampleFormat format = stream_sample_format(bits);
+    if (format == SampleFormat::S24)
+        return sample_value(format, p) >> 8;
+    if (format == SampleFormat::F32)
+        return static_cast<int>(std::clamp(std::lrint(sample_to_float(format, p) * 32767.0f), -32768L, 32767L));
+    return sample_value(format, p);
 }
 
 // The multimedia timer's range of periods, from the resolution of the clock
@@ -126,7 +133,8 @@ void RecordEngine::begin_dialog(CChildFrame& f)
     m_state.free_disk_bytes = -1;
     m_state.device_lost = false;
     const std::uint32_t units = f.bHighlight ? f.nSelStart : f.nFirstSample;
-    m_state.record_position = (static_cast<std::uint64_t>(units) * static_cast<std::uint64_t>(f.bytesPerSample())) & ~3ull;
+    m_state.record_position = align_position(static_cast<std::uint64_t>(units) * static_cast<std::uint64_t>(f.bytesPerSample()),
+                                             f.wfx.nChannels * f.bytesPerSample());
     prepare_record_file(f.nTotalSamples > 0 ? 1 : 0);
 }
 
@@ -203,13 +211,14 @@ int RecordEngine::open_record_file(std::uint64_t position)
     if (!m_prepared && !prepare_record_file(0))
         return 0;
     closeRecordFile();
-    const std::uint64_t at = position & ~3ull;
+    const std::uint64_t at = align_position(position, static_cast<int>(format.block()));
     if (insert_mode) {
         removeFile(m_state.szRecordTailFileName);
         create_work_file(m_state.szRecordTailFileName, ".tmp");
         busy_wait_ms(20);
         journalTake();
-        m_state.record_file_length = get_named_file_length(m_state.szRecordFileName) & ~3ull;
+        m_state.record_file_length =
+            align_position(get_named_file_length(m_state.szRecordFileName), static_cast<int>(format.block()));
         m_insertPoint = std::min(at, m_state.record_file_length);
         m_state.record_tail_length = m_state.record_file_length - m_insertPoint;
         if (m_state.record_tail_length > 0 &&
@@ -543,7 +552,8 @@ int RecordEngine::play_take()
 
 void RecordEngine::move_record_position(bool toEnd)
 {
-    m_state.record_position = toEnd ? (get_named_file_length(m_state.szRecordFileName) & ~3ull) : 0;
+    m_state.record_position =
+        toEnd ? align_position(get_named_file_length(m_state.szRecordFileName), static_cast<int>(format.block())) : 0;
     const double perSecond = static_cast<double>(format.bits) * format.channels / 8 * format.rate;
     if (m_host)
         m_host->showRecordPosition(perSecond > 0 ? static_cast<double>(m_state.record_position) / perSecond : 0.0);

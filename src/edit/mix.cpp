@@ -24,10 +24,21 @@ struct Gains {
 
 // The mix's own rule for a result: truncated toward zero, and clipped
 // symmetrically at the largest positive value of the width.
+// Float documents keep the result as it is, beyond full scale too.
 void writeSample(unsigned char* p, SampleFormat format, double v)
 {
+    if (format == SampleFormat::F32) {
+        float_to_sample(format, p, static_cast<float>(v));
+        return;
+    }
     const long top = static_cast<long>(full_scale(format)) - 1;
     put_sample_value(format, p, std::clamp<long>(static_cast<long>(v), -top, top));
+}
+
+// A sample in the width's own steps (float samples as they are).
+double readSample(const unsigned char* p, SampleFormat format)
+{
+    return format == SampleFormat::F32 ? static_cast<double>(sample_to_float(format, p)) : sample_value(format, p);
 }
 
 }  // namespace
@@ -37,12 +48,12 @@ int mix_into(const CChildFrame& d, const std::string& insertSource, std::uint64_
 {
     const SampleFormat format = d.sampleFormat();
     const int bps = sample_bytes(format);
-    if (format != SampleFormat::U8 && format != SampleFormat::S16)
-        return 1;  // other widths are not mixed
+    // Reads of whole pairs of samples (16384 bytes for 8- and 16-bit data).
+    const long long chunk = 16384 - 16384 % (2 * bps);
     std::vector<unsigned char> mixed, clip;
     try {
-        mixed.assign(16384, 0);
-        clip.assign(16384, 0);
+        mixed.assign(static_cast<std::size_t>(chunk), 0);
+        clip.assign(static_cast<std::size_t>(chunk), 0);
     } catch (const std::bad_alloc&) {
         NewErrMsg(5001);
         return 0;
@@ -68,7 +79,7 @@ int mix_into(const CChildFrame& d, const std::string& insertSource, std::uint64_
     long long stepIndex = 0;
     bool ok = true;
     while (ok && done < length) {
-        const long long want = static_cast<long long>(std::min<std::uint64_t>(16384, length - done));
+        const long long want = static_cast<long long>(std::min<std::uint64_t>(static_cast<std::uint64_t>(chunk), length - done));
         const long long destGot = std::max(0LL, read_fully(dest.get(), mixed.data(), want, static_cast<long long>(start + done)));
         const long long clipGot = std::max(0LL, read_fully(source.get(), clip.data(), want, static_cast<long long>(done)));
         if (clipGot <= 0)
@@ -102,8 +113,8 @@ int mix_into(const CChildFrame& d, const std::string& insertSource, std::uint64_
                 // Past the destination's data the clipboard stands alone.
                 if (pos + bps > destGot)
                     g = {2.0 * s.clipLevel, 0.0};
-                const int c = sample_value(format, clip.data() + pos);
-                const int v = pos + bps <= destGot ? sample_value(format, mixed.data() + pos) : 0;
+                const double c = readSample(clip.data() + pos, format);
+                const double v = pos + bps <= destGot ? readSample(mixed.data() + pos, format) : 0.0;
                 writeSample(mixed.data() + pos, format, (c * g.clip + v * g.dest) * 0.5);
             }
         }

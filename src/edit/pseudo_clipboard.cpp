@@ -10,6 +10,7 @@
 #include "view/child_frame.h"
 #include "wavefile/helper_programs.h"
 #include "wavefile/pcm_converter.h"
+#include "wavefile/sample_format.h"
 #include "wavefile/wave_state.h"
 
 #include <cstdio>
@@ -47,7 +48,7 @@ std::optional<ClipboardFormat> parse_format_text(const std::string& text)
     char extra = 0;
     if (std::sscanf(text.c_str(), "%d %d %ld %c", &f.channels, &f.bits, &f.rate, &extra) != 3)
         return std::nullopt;
-    if ((f.channels != 1 && f.channels != 2) || (f.bits != 8 && f.bits != 16) || f.rate <= 0)
+    if (!is_document_format(f.bits == 32 ? 3 : 1, f.channels, f.bits) || f.rate <= 0)
         return std::nullopt;
     return f;
 }
@@ -74,8 +75,9 @@ int copy_to_pseudo_clipboard(CChildFrame& f)
         return 0;
     }
     const auto bps = static_cast<std::uint32_t>(f.bytesPerSample());
-    const std::uint32_t start = (std::min(f.nSelStart, f.nTotalSamples) * bps) & ~3u;
-    const std::uint32_t end = (std::min(f.nSelEnd, f.nTotalSamples) * bps) & ~3u;
+    const int frame = f.wfx.nChannels * f.bytesPerSample();
+    const auto start = static_cast<std::uint32_t>(align_position(std::min(f.nSelStart, f.nTotalSamples) * bps, frame));
+    const auto end = static_cast<std::uint32_t>(align_position(std::min(f.nSelEnd, f.nTotalSamples) * bps, frame));
     const int copied =
         f.copy_file_to_file(data, f.szFileName, end > start ? end - start : 0, start, -1, 0, "Copying file...");
     bCopyOneChannel = 0;
@@ -150,9 +152,12 @@ std::optional<InsertSource> clipboard_for(const CChildFrame& destination)
         return std::nullopt;
     }
     std::vector<unsigned char> input, output;
+    // Whole source frames at a time (32768 bytes for 8- and 16-bit data).
+    const std::size_t sourceFrame = static_cast<std::size_t>(clip->channels * (clip->bits / 8));
+    const std::size_t block = 32768 - 32768 % sourceFrame;
     try {
-        input.assign(32768, 0);
-        output.assign(converted_buffer_size(32768) + 64, 0);
+        input.assign(block, 0);
+        output.assign(converted_buffer_size(block) + 64, 0);
     } catch (const std::bad_alloc&) {
         end_pcm_conversion();
         NewErrMsg(5026);
@@ -162,7 +167,7 @@ std::optional<InsertSource> clipboard_for(const CChildFrame& destination)
     std::uint64_t done = 0, written = 0;
     bool ok = true;
     while (ok && done < length) {
-        const long long got = read_fully(in.get(), input.data(), 32768);
+        const long long got = read_fully(in.get(), input.data(), static_cast<long long>(block));
         if (got <= 0)
             break;
         done += static_cast<std::uint64_t>(got);

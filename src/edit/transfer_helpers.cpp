@@ -74,7 +74,9 @@ unsigned char silence_byte(const CChildFrame& f) { return silence_byte(f.sampleF
 std::uint64_t align_to_frame(const CChildFrame& f, std::uint64_t bytes)
 {
     const int frame = f.wfx.nChannels * f.bytesPerSample();
-    return frame == 1 ? bytes : frame == 2 ? bytes & ~std::uint64_t{1} : bytes & ~std::uint64_t{3};
+    if (frame <= 2)
+        return frame == 1 ? bytes : bytes & ~std::uint64_t{1};
+    return align_position(bytes, frame);
 }
 
 int write_silence(const std::string& path, std::uint64_t offset, std::uint64_t bytes, unsigned char fill)
@@ -111,8 +113,9 @@ int copy_selected_area_to_pseudo_clipboard(CChildFrame& f)
     }
     journal_document(f);
     const auto bps = static_cast<std::uint32_t>(f.bytesPerSample());
-    const std::uint32_t start = (f.nSelStart * bps) & ~3u;
-    const std::uint32_t end = (f.nSelEnd * bps) & ~3u;
+    const int frame = f.wfx.nChannels * f.bytesPerSample();
+    const auto start = static_cast<std::uint32_t>(align_position(f.nSelStart * bps, frame));
+    const auto end = static_cast<std::uint32_t>(align_position(f.nSelEnd * bps, frame));
     return f.copy_file_to_file(f.files.selectionCopy, f.szFileName, end > start ? end - start : 0, start, -1, 0,
                                "Copying file...");
 }

@@ -131,8 +131,8 @@ bool readWave(const std::string& path, Signal& s, std::string& error)
     s.channels = current_wave_format.nChannels;
     s.bits = current_wave_format.wBitsPerSample;
     s.rate = current_wave_format.nSamplesPerSec;
-    if ((s.channels != 1 && s.channels != 2) || (s.bits != 8 && s.bits != 16)) {
-        error = "The plug-in host reads 8- and 16-bit mono or stereo files.";
+    if (!is_document_format(current_wave_format.wFormatTag, s.channels, s.bits)) {
+        error = "The plug-in host reads 8-, 16- and 24-bit and float mono or stereo files.";
         return false;
     }
     const std::uint32_t bytes = data_chunk_size;
@@ -147,7 +147,7 @@ bool readWave(const std::string& path, Signal& s, std::string& error)
         error = "The plug-in's input could not be read.";
         return false;
     }
-    const SampleFormat format = pcm_format(s.bits).value_or(SampleFormat::S16);
+    const SampleFormat format = stream_sample_format(s.bits);
     const std::size_t frameBytes = static_cast<std::size_t>(s.channels * s.bits / 8);
     const std::size_t frames = bytes / frameBytes;
     s.data.assign(static_cast<std::size_t>(s.channels), std::vector<float>(frames));
@@ -167,13 +167,16 @@ bool writeWave(const std::string& path, const Signal& s)
     if (!staged.begin(path) || !out.open(staged.temporaryPath(), RiffFile::Mode::Create) ||
         !create_plain_waveform_header(out, s.channels, s.rate, s.bits))
         return false;
-    const SampleFormat format = pcm_format(s.bits).value_or(SampleFormat::S16);
+    const SampleFormat format = stream_sample_format(s.bits);
     const int frameBytes = s.channels * s.bits / 8;
     const std::size_t frames = s.data.empty() ? 0 : s.data[0].size();
     std::vector<std::uint8_t> raw(frames * static_cast<std::size_t>(frameBytes));
     for (std::size_t i = 0; i < frames; ++i)
         for (int c = 0; c < s.channels; ++c) {
-            const float v = std::clamp(s.data[static_cast<std::size_t>(c)][i], -1.0f, 1.0f);
+            // Integer samples stop at full scale; float samples keep what
+            // lies beyond it.
+            const float given = s.data[static_cast<std::size_t>(c)][i];
+            const float v = format == SampleFormat::F32 ? given : std::clamp(given, -1.0f, 1.0f);
             std::uint8_t* p = raw.data() + i * static_cast<std::size_t>(frameBytes) + static_cast<std::size_t>(c) * (s.bits / 8);
             float_to_sample(format, p, v);
         }

@@ -102,7 +102,7 @@ bool writeWholeFrames(int fd, std::vector<float>& out, int channels, SampleForma
 int process_selection(CChildFrame& f, int code, const SampleKernel& kernel, const SelectionProcess& how)
 {
     const Range r = selectionRange(f);
-    if (!f.bHighlight || r.frames == 0 || (f.wfx.wBitsPerSample != 8 && f.wfx.wBitsPerSample != 16))
+    if (!f.bHighlight || r.frames == 0 || !is_document_format(f.wfx.wFormatTag, f.wfx.nChannels, f.wfx.wBitsPerSample))
         return 0;
     const int channels = std::max<int>(1, f.wfx.nChannels);
     const SampleFormat format = f.sampleFormat();
@@ -209,7 +209,7 @@ int scan_selection(CChildFrame& f, const SampleKernel& kernel, const char* progr
 int transform_selection(CChildFrame& f, int code, const StreamKernel& kernel, const char* progressText)
 {
     const Range r = selectionRange(f);
-    if (!f.bHighlight || r.frames == 0 || (f.wfx.wBitsPerSample != 8 && f.wfx.wBitsPerSample != 16))
+    if (!f.bHighlight || r.frames == 0 || !is_document_format(f.wfx.wFormatTag, f.wfx.nChannels, f.wfx.wBitsPerSample))
         return 0;
     const int channels = std::max<int>(1, f.wfx.nChannels);
     const SampleFormat format = f.sampleFormat();
@@ -271,7 +271,7 @@ int preview_selection(CChildFrame& f, const StreamKernel& kernel, double seconds
         playback.wait_until_released(2000);
     }
     Range r = selectionRange(f);
-    if (!f.bHighlight || r.frames == 0 || (f.wfx.wBitsPerSample != 8 && f.wfx.wBitsPerSample != 16))
+    if (!f.bHighlight || r.frames == 0 || !is_document_format(f.wfx.wFormatTag, f.wfx.nChannels, f.wfx.wBitsPerSample))
         return 0;
     r.frames = std::min<std::uint64_t>(r.frames, static_cast<std::uint64_t>(seconds * f.wfx.nSamplesPerSec));
     const int channels = std::max<int>(1, f.wfx.nChannels);

@@ -1,4 +1,5 @@
 #include "sync/chase_lock.h"
+#include "wavefile/sample_format.h"
 
 #include "app/control_drawing.h"
 #include "app/messages.h"
@@ -197,8 +198,9 @@ bool ChaseLock::arm(bool afterRestart)
     }
     cue_time_seconds = static_cast<float>(smpte_seconds(cue_hours, cue_minutes, cue_seconds, cue_frames, fps));
     cue_time_whole_seconds = static_cast<int>(cue_time_seconds);
+    const auto exact = static_cast<std::int64_t>(static_cast<double>(cue_time_seconds) * m_frame.wfx.nAvgBytesPerSec);
     const std::int64_t bytes =
-        static_cast<std::int64_t>(static_cast<double>(cue_time_seconds) * m_frame.wfx.nAvgBytesPerSec) & ~3LL;
+        exact < 0 ? -1 : static_cast<std::int64_t>(align_position(static_cast<std::uint64_t>(exact), m_frame.wfx.nBlockAlign));
     const std::int64_t total = static_cast<std::int64_t>(m_frame.nTotalSamples) * m_frame.bytesPerSample();
     if (bytes < 0 || bytes >= total)
         return false;
@@ -295,6 +297,6 @@ void ChaseLock::nudge(bool forward)
 {
     if (!playing())
         return;
-    const std::int64_t step = static_cast<std::int64_t>(m_frame.wfx.nAvgBytesPerSec / 100) & ~3LL;
+    const auto step = static_cast<std::int64_t>(align_position(m_frame.wfx.nAvgBytesPerSec / 100, m_frame.wfx.nBlockAlign));
     PlaybackEngine::instance().nudge_read_position(forward ? step : -step);
 }

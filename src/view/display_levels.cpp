@@ -5,6 +5,7 @@
 #include "app/file_names.h"
 #include "app/progress.h"
 #include "view/child_frame.h"
+#include "wavefile/sample_format.h"
 
 #include <algorithm>
 #include <cmath>
@@ -109,9 +110,99 @@ int fillOverview(CChildFrame& f, Sample* overview, std::size_t capacity, HWND bo
     return fillOverview<1>(f, fd, overview, capacity, box);
 }
 
+// The overview of a 24-bit or float document: the same entries (minimum and
+// maximum of every 256 frames per channel, the last frame left out as
+// above), stored as 16-bit values, which is all a picture of the sound
+// needs. Each chunk of the working file goes to float first.
+template <int Channels>
+int fillWideOverview(CChildFrame& f, int fd, std::int16_t* overview, std::size_t capacity, HWND box)
+{
+    constexpr long kFramesPerBlock = 256;
+    constexpr long kBlockUnits = kFramesPerBlock * Channels;
+    constexpr long kBlocksPerChunk = 64;
+    const SampleFormat format = f.sampleFormat();
+    const std::size_t unitBytes = static_cast<std::size_t>(sample_bytes(format));
+    const std::int64_t n = f.nTotalSamples;
+    const std::int64_t framesFirst = n - Channels - 1 >= 0 ? (n - Channels - 1) / Channels + 1 : 0;
+    const std::int64_t framesSecond = n - 4 >= 0 ? (n - 4) / 2 + 1 : 0;
+    auto framesIn = [](std::int64_t limit, std::int64_t blockStart) {
+        const std::int64_t frames = limit - blockStart;
+        return static_cast<long>(frames < 0 ? 0 : frames > kFramesPerBlock ? kFramesPerBlock : frames);
+    };
+    // A float extreme as a 16-bit entry; an empty block keeps the marks the
+    // narrow overview gives it.
+    auto entry = [](float v) {
+        return static_cast<std::int16_t>(std::clamp(std::floor(v * 32768.0f), -32768.0f, 32767.0f));
+    };
+    auto scan = [&](const float* data, int ch, long frames, std::int16_t& lo, std::int16_t& hi) {
+        if (frames <= 0) {
+            lo = 32767;
+            hi = -32767;
+            return;
+        }
+        float mn = data[ch];
+        float mx = data[ch];
+        for (long k = 1; k < frames; ++k) {
+            const float v = data[k * Channels + ch];
+            mn = v < mn ? v : mn;
+            mx = v > mx ? v : mx;
+        }
+        lo = entry(mn);
+        hi = entry(mx);
+    };
+
+    std::vector<unsigned char> raw(static_cast<std::size_t>(kBlocksPerChunk * kBlockUnits) * unitBytes);
+    std::vector<float> chunk(static_cast<std::size_t>(kBlocksPerChunk * kBlockUnits));
+    std::size_t written = 0;
+    std::int64_t block = 0;
+    const std::int64_t wholeBlocks = n / kBlockUnits;
+    while (block < wholeBlocks) {
+        const long blocks = static_cast<long>(std::min<std::int64_t>(kBlocksPerChunk, wholeBlocks - block));
+        const std::size_t units = static_cast<std::size_t>(blocks * kBlockUnits);
+        const off_t offset = static_cast<off_t>(block * kBlockUnits * static_cast<std::int64_t>(unitBytes));
+        if (pread(fd, raw.data(), units * unitBytes, offset) != static_cast<ssize_t>(units * unitBytes))
+            return 0;
+        samples_to_float(format, raw.data(), chunk.data(), units);
+        for (long b = 0; b < blocks; ++b, ++block) {
+            if (written + 2 * Channels > capacity)
+                return 1;
+            const float* data = chunk.data() + b * kBlockUnits;
+            const std::int64_t blockStart = block * kFramesPerBlock;
+            std::int16_t lo[2] = {};
+            std::int16_t hi[2] = {};
+            scan(data, 0, framesIn(framesFirst, blockStart), lo[0], hi[0]);
+            if constexpr (Channels == 2)
+                scan(data, 1, framesIn(framesSecond, blockStart), lo[1], hi[1]);
+            for (int ch = 0; ch < Channels; ++ch)
+                overview[written++] = lo[ch];
+            for (int ch = 0; ch < Channels; ++ch)
+                overview[written++] = hi[ch];
+            f.nLevelLength[1] = static_cast<std::uint32_t>(written);
+            if (block % 10 == 9) {
+                if (cancel_button_pressed(box))
+                    return 0;
+                show_percent_done(box, static_cast<int>(static_cast<double>((block + 1) * kBlockUnits) *
+                                                        100.0 / static_cast<double>(n)));
+            }
+        }
+    }
+    return 1;
+}
+
+int fillWideOverview(CChildFrame& f, std::int16_t* overview, std::size_t capacity, HWND box)
+{
+    const int fd = f.levels[f.nMaxZoomLevel].file.get();
+    posix_fadvise(fd, 0, 0, POSIX_FADV_SEQUENTIAL);
+    if (f.wfx.nChannels == 2)
+        return fillWideOverview<2>(f, fd, overview, capacity, box);
+    return fillWideOverview<1>(f, fd, overview, capacity, box);
+}
+
 }  // namespace
 
 int screen_width_pixels() { return g_screenWidth; }
+
+std::size_t overview_entry_bytes(const CChildFrame& f) { return f.bytesPerSample() == 1 ? 1 : 2; }
 void set_screen_width_pixels(int width) { g_screenWidth = width > 0 ? width : 1920; }
 
 int display_level_search(std::uint64_t units, int screenWidth)
@@ -159,7 +250,9 @@ int map_finest_level(CChildFrame& f)
 
 int build_overview_level(CChildFrame& f, const char* progressFormat)
 {
-    const std::size_t bytesPerSample = static_cast<std::size_t>(f.bytesPerSample());
+    // Entries of the overview: bytes for 8-bit documents, 16-bit words for
+    // the others.
+    const std::size_t bytesPerSample = overview_entry_bytes(f);
     const std::size_t size = (bytesPerSample * f.nTotalSamples) >> 7;
     f.nLevelLength[1] = 0;
 
@@ -180,6 +273,9 @@ int build_overview_level(CChildFrame& f, const char* progressFormat)
         if (size > 0) {
             if (bytesPerSample == 1)
                 complete = fillOverview(f, static_cast<std::uint8_t*>(level.mapping.data()), capacity, progress.box());
+            else if (f.bytesPerSample() > 2)
+                complete = fillWideOverview(f, static_cast<std::int16_t*>(level.mapping.data()), capacity,
+                                            progress.box());
             else
                 complete = fillOverview(f, static_cast<std::int16_t*>(level.mapping.data()), capacity, progress.box());
         }

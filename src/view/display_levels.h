@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 class CChildFrame;
@@ -15,6 +16,11 @@ int display_level_search(std::uint64_t units, int screenWidth);
 // Sets nMaxZoomLevel, fZoom and fMaxZoom from the document's length: one
 // level and factor 1.0 when the search gives less than 2.
 void compute_display_levels(CChildFrame& frame, int screenWidth);
+
+// Bytes of one entry of the overview levels: 1 for 8-bit documents (stored
+// unsigned, as their samples), 2 for every other (16-bit values; 24-bit and
+// float documents are drawn at that resolution).
+std::size_t overview_entry_bytes(const CChildFrame& f);
 
 // Maps the working file as the finest level. 0 when it cannot be mapped.
 int map_finest_level(CChildFrame& frame);

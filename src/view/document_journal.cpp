@@ -1,4 +1,5 @@
 #include "view/document_journal.h"
+#include "wavefile/sample_format.h"
 
 #include "app/app_paths.h"
 #include "app/file_names.h"
@@ -92,7 +93,7 @@ std::vector<RecoverableDocument> find_recoverable_documents()
             d.time = static_cast<long long>(number(record, "time"));
             d.ownedFiles = ownedFilesOf(record);
             const std::uint64_t frame = static_cast<std::uint64_t>(d.channels) * (d.bits / 8);
-            const bool usable = (d.channels == 1 || d.channels == 2) && (d.bits == 8 || d.bits == 16) && d.rate > 0 &&
+            const bool usable = is_document_format(d.bits == 32 ? 3 : 1, d.channels, d.bits) && d.rate > 0 &&
                                 !d.workingFile.empty() && file_exists(d.workingFile);
             if (!usable)
                 continue;

@@ -31,7 +31,7 @@ namespace {
 void initialise_fields(CChildFrame& f)
 {
     const WaveFormat& cf = current_wave_format;
-    f.wfx.wFormatTag = 1;
+    f.wfx.wFormatTag = cf.wFormatTag == 3 ? 3 : 1;
     f.wfx.nChannels = cf.nChannels;
     f.wfx.nSamplesPerSec = cf.nSamplesPerSec;
     f.wfx.wBitsPerSample = cf.wBitsPerSample;
@@ -116,12 +116,12 @@ int open_document(CChildFrame& f, bool newEmpty)
         return 0;
     }
     // The display, the edits and playback all work on one or two channels of
-    // 8- or 16-bit samples; other PCM files pass the header check but cannot
-    // become documents.
+    // 8-, 16- or 24-bit or float samples; the opening paths turn everything
+    // else into that, so a file that still is not is refused here.
     const WaveFormat& format = current_wave_format;
-    if ((format.nChannels != 1 && format.nChannels != 2) ||
-        (format.wBitsPerSample != 8 && format.wBitsPerSample != 16)) {
-        ErrMsg("Cannot open %s: only 8-bit and 16-bit mono or stereo PCM files can be edited.",
+    if (!is_document_format(format.wFormatTag, format.nChannels, format.wBitsPerSample)) {
+        ErrMsg("Cannot open %s: only 8-, 16- and 24-bit PCM and 32-bit float files in mono or stereo can be "
+               "edited.",
                file_name_part(szOpenedFileName).c_str());
         return 0;
     }
@@ -157,13 +157,14 @@ int open_document(CChildFrame& f, bool newEmpty)
 int open_raw_document(CChildFrame& f, const std::string& raw, std::uint64_t bytes, std::uint16_t channels,
                       std::uint16_t bits, std::uint32_t rate, const std::string& pathName, const std::string& title)
 {
-    if (bytes > 0xFFFFFFFFu || (channels != 1 && channels != 2) || (bits != 8 && bits != 16) || rate == 0)
+    const std::uint16_t tag = bits == 32 ? 3 : 1;
+    if (bytes > 0xFFFFFFFFu || !is_document_format(tag, channels, bits) || rate == 0)
         return 0;
     if (!create_work_file(f.szFileName, ".tmp").valid()) {
         ErrMsg("No file %s", f.szFileName.c_str());
         return 0;
     }
-    current_wave_format = WaveFormat{1, channels, bits, static_cast<std::uint16_t>(bits / 8), rate};
+    current_wave_format = WaveFormat{tag, channels, bits, static_cast<std::uint16_t>(bits / 8), rate};
     data_chunk_size = static_cast<std::uint32_t>(bytes);
     data_chunk_offset = 0;
     data_chunk_truncated = 0;

@@ -13,6 +13,7 @@
 #include "wavefile/helper_programs.h"
 #include "wavefile/pcm_converter.h"
 #include "wavefile/riff_file.h"
+#include "wavefile/sample_format.h"
 #include "wavefile/wave_converter.h"
 #include "wavefile/wave_header.h"
 #include "wavefile/wave_state.h"
@@ -60,8 +61,15 @@ int write_waveform_file(CChildFrame& f, const std::string& path, const std::stri
 {
     const std::uint32_t bytesPerSample = static_cast<std::uint32_t>(f.bytesPerSample());
     const std::uint32_t count = selectionOnly ? f.nSelEnd - f.nSelStart : f.nTotalSamples;
-    const std::uint64_t total = static_cast<std::uint64_t>(count) * bytesPerSample;
+    std::uint64_t total = static_cast<std::uint64_t>(count) * bytesPerSample;
     std::uint64_t block = std::min<std::uint32_t>(f.nTotalSamples, 32768);
+    // 24-bit and float documents are read and written in whole frames.
+    const int frameBytes = f.wfx.nChannels * f.bytesPerSample();
+    const bool deep = frameBytes == 3 || frameBytes > 4;
+    if (deep) {
+        block = std::max<std::uint64_t>(align_position(block, frameBytes), static_cast<std::uint64_t>(frameBytes));
+        total = align_position(total, frameBytes);
+    }
 
     const bool converting = convert != 0;
     std::uint16_t channels = f.wfx.nChannels;
@@ -72,8 +80,10 @@ int write_waveform_file(CChildFrame& f, const std::string& path, const std::stri
         channels = current_wave_format.nChannels;
         bits = current_wave_format.wBitsPerSample;
         rate = current_wave_format.nSamplesPerSec;
+        // Reductions from 24-bit or float samples are dithered; between 16
+        // and 8 bits the values are rounded as they always were.
         conversion_parameters = {f.wfx.nSamplesPerSec, bytesPerSample, f.wfx.nChannels, rate,
-                                 static_cast<std::uint32_t>(bits / 8), channels};
+                                 static_cast<std::uint32_t>(bits / 8), channels, bytesPerSample > 2};
         try {
             converted.assign(converted_buffer_size(block) + 64, 0);
         } catch (const std::bad_alloc&) {
@@ -96,6 +106,8 @@ int write_waveform_file(CChildFrame& f, const std::string& path, const std::stri
         return 0;
     }
     long long position = selectionOnly ? static_cast<long long>(f.nSelStart) * bytesPerSample : 0;
+    if (deep)
+        position = static_cast<long long>(align_position(static_cast<std::uint64_t>(position), frameBytes));
 
     // The document's own INFO items and time marks go into the file with its
     // samples.

@@ -44,11 +44,22 @@ struct Band {
 
 int bandCount(const CChildFrame& f) { return f.wfx.nChannels == 2 ? 2 : 1; }
 
+// The trace is drawn in the steps of 8-bit samples for 8-bit documents and of
+// 16-bit samples for every other: the overview of 24-bit and float documents
+// holds 16-bit values, and their own samples are brought to that scale.
+double displayFullScale(const CChildFrame& f) { return f.bytesPerSample() == 1 ? 128.0 : 32768.0; }
+int displayValue(SampleFormat format, const unsigned char* p)
+{
+    if (format == SampleFormat::S24)
+        return sample_value(format, p) >> 8;
+    return static_cast<int>(std::clamp(std::floor(sample_to_float(format, p) * 32768.0f), -32768.0f, 32767.0f));
+}
+
 // Rows a sample value moves the trace in a drawing `rows` high, less a
 // margin of `margin` rows: half the height for each band of a stereo file.
 double rowsPerValue(const CChildFrame& f, int rows, int margin)
 {
-    return (bandCount(f) == 2 ? 0.5 : 1.0) * (rows - margin) / (2.0 * full_scale(f.sampleFormat()));
+    return (bandCount(f) == 2 ? 0.5 : 1.0) * (rows - margin) / (2.0 * displayFullScale(f));
 }
 
 Band bandOf(int channel, int bands, int height)
@@ -163,7 +174,7 @@ void WaveformRenderer::drawWaveformBitmap(CChildFrame& f, bool full)
     const int bands = bandCount(f);
     const int height = m_wave.height() / s;
     const int from = full ? 0 : std::max(0, (m_lastColumn + s - 1) / s);
-    const double fullScale = (f.wfx.wBitsPerSample == 16 ? 32767.0 : 127.0) * rowsPerValue(f, height, 10);
+    const double fullScale = (displayFullScale(f) - 1.0) * rowsPerValue(f, height, 10);
     {
         QPainter p(&m_wave);
         auto row = [&](int y, const QColor& colour) {
@@ -265,9 +276,11 @@ void WaveformRenderer::traceWaveform(CChildFrame& f, bool full)
     std::int64_t first = f.nFirstSample >> shift;
     std::int64_t end = static_cast<std::int64_t>(f.pixel_to_sample(static_cast<float>(f.layout.clientWidth))) >> shift;
     std::int64_t last = (static_cast<std::int64_t>(f.nTotalSamples) >> shift) - c - 1;
+    const std::int64_t entryBytes =
+        source == Source::Finest ? bps : static_cast<std::int64_t>(overview_entry_bytes(f));
     const std::int64_t available =
         source == Source::Coarse ? static_cast<std::int64_t>(f.coarseOverview.size())
-                                 : static_cast<std::int64_t>(f.levels[level].mapping.size()) / bps;
+                                 : static_cast<std::int64_t>(f.levels[level].mapping.size()) / entryBytes;
     if (f.fZoom == 1.0f)
         end = source == Source::Coarse ? available : f.nLevelLength[level];
     last = std::min(last, available - 1);
@@ -290,7 +303,15 @@ void WaveformRenderer::traceWaveform(CChildFrame& f, bool full)
     const std::int16_t* data16 = source == Source::Coarse ? f.coarseOverview.data() : f.level16(level);
     const bool bytes = bps == 1 && source != Source::Coarse;
     const int offset = bps == 1 ? 128 : 0;  // 8-bit values are stored unsigned
-    auto sample = [&](std::int64_t u) { return (bytes ? data8[u] : data16[u]) - offset; };
+    // 24-bit and float samples of the working file, read where the trace
+    // shows single frames.
+    const bool wide = bps > 2 && source == Source::Finest;
+    const SampleFormat format = f.sampleFormat();
+    auto sample = [&](std::int64_t u) {
+        if (wide)
+            return displayValue(format, data8 + u * bps);
+        return (bytes ? data8[u] : data16[u]) - offset;
+    };
 
     std::int64_t index = start;
     if (startColumn > 1 && !full)

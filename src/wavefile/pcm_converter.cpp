@@ -1,5 +1,6 @@
 #include "wavefile/pcm_converter.h"
 
+#include "wavefile/dither.h"
 #include "wavefile/resampler.h"
 #include "wavefile/sample_format.h"
 
@@ -10,16 +11,19 @@
 namespace {
 
 Resampler g_resampler;
+TpdfDither g_dither;
 std::vector<float> g_in;
 std::vector<float> g_out;
 
-std::size_t encode(const float* samples, std::size_t frames, unsigned char* out, std::size_t capacity)
+std::size_t encode(float* samples, std::size_t frames, unsigned char* out, std::size_t capacity)
 {
     const PcmConversionParameters& c = conversion_parameters;
     const std::size_t frameBytes = static_cast<std::size_t>(c.destinationBytes) * c.destinationChannels;
     frames = std::min(frames, capacity / frameBytes);
-    float_to_samples(pcm_format(static_cast<int>(8 * c.destinationBytes)).value_or(SampleFormat::S16), samples, out,
-                     frames * c.destinationChannels);
+    const SampleFormat target = stream_sample_format(static_cast<int>(8 * c.destinationBytes));
+    if (c.dither && reduces_resolution(stream_sample_format(static_cast<int>(8 * c.sourceBytes)), target))
+        g_dither.apply(target, samples, frames * c.destinationChannels);
+    float_to_samples(target, samples, out, frames * c.destinationChannels);
     return frames * frameBytes;
 }
 
@@ -36,6 +40,7 @@ std::size_t converted_buffer_size(std::size_t blockBytes)
 bool begin_pcm_conversion()
 {
     end_pcm_conversion();
+    g_dither = TpdfDither{};
     const PcmConversionParameters& c = conversion_parameters;
     if (c.sourceRate == c.destinationRate)
         return true;
@@ -47,7 +52,7 @@ std::size_t convert_pcm_block(const unsigned char* in, std::size_t count, unsign
     const PcmConversionParameters& c = conversion_parameters;
     const std::size_t inFrameBytes = static_cast<std::size_t>(c.sourceBytes) * c.sourceChannels;
     const std::size_t frames = inFrameBytes ? count / inFrameBytes : 0;
-    const SampleFormat source = pcm_format(static_cast<int>(8 * c.sourceBytes)).value_or(SampleFormat::S16);
+    const SampleFormat source = stream_sample_format(static_cast<int>(8 * c.sourceBytes));
     // Channels first, at the source rate.
     g_in.resize(frames * c.destinationChannels);
     for (std::size_t f = 0; f < frames; ++f) {

@@ -55,6 +55,31 @@ constexpr std::optional<SampleFormat> sample_format_of(int formatTag, int bits)
     return formatTag == 1 ? pcm_format(bits) : std::nullopt;
 }
 
+// The form of a device stream or a document of `bits` bits: 32 bits are
+// float (the program has no 32-bit integer form), the others PCM.
+constexpr SampleFormat stream_sample_format(int bits)
+{
+    return bits == 32 ? SampleFormat::F32 : pcm_format(bits).value_or(SampleFormat::S16);
+}
+
+// Whether samples of that tag, channel count and width can be a document:
+// one or two channels of 8-, 16- or 24-bit PCM or 32-bit float.
+constexpr bool is_document_format(int formatTag, int channels, int bits)
+{
+    return (channels == 1 || channels == 2) && sample_format_of(formatTag, bits).has_value();
+}
+
+// A byte position in a document's samples, moved back to a boundary the
+// program keeps: for frames of 1, 2 or 4 bytes (8- and 16-bit documents) a
+// 4-byte boundary, as the program always kept, which is a frame boundary for
+// them too; larger or 3-byte frames (24-bit, float stereo) are kept whole.
+constexpr std::uint64_t align_position(std::uint64_t bytes, int frameBytes)
+{
+    if (frameBytes == 1 || frameBytes == 2 || frameBytes == 4)
+        return bytes & ~std::uint64_t{3};
+    return frameBytes > 0 ? bytes - bytes % static_cast<std::uint64_t>(frameBytes) : bytes;
+}
+
 // The byte that silence is made of: 128 for 8-bit samples, 0 for the others.
 constexpr unsigned char silence_byte(SampleFormat f) { return f == SampleFormat::U8 ? 128 : 0; }
 inline void fill_silence(SampleFormat f, unsigned char* p, std::size_t samples)
@@ -138,6 +163,16 @@ inline void samples_to_float(SampleFormat f, const unsigned char* in, float* out
             std::int16_t v;
             std::memcpy(&v, in + 2 * i, 2);
             out[i] = v * (1.0f / 32768.0f);
+        }
+    } else if (f == SampleFormat::S24) {
+        // The three bytes go to the top of a 32-bit word, whose arithmetic
+        // shift back keeps the sign.
+        for (std::size_t i = 0; i < samples; ++i) {
+            const unsigned char* p = in + 3 * i;
+            const auto word = static_cast<std::int32_t>(static_cast<std::uint32_t>(p[0]) << 8 |
+                                                        static_cast<std::uint32_t>(p[1]) << 16 |
+                                                        static_cast<std::uint32_t>(p[2]) << 24);
+            out[i] = static_cast<float>(word >> 8) * (1.0f / 8388608.0f);
         }
     } else if (f == SampleFormat::F32 && little) {
         std::memcpy(out, in, samples * 4);

@@ -73,10 +73,11 @@ int writeHeader(RiffFile& file, std::uint32_t dataSize, bool wide, const WaveHea
     }
     data_chunk_info = ChunkInfo{};
     data_chunk_info.ckid = kFmt;
-    data_chunk_info.cksize = WaveFmtRecord::kSize;
-    const auto record = content.format.toBytes();
+    const std::vector<unsigned char> record = fmt_chunk_bytes(content.format);
+    const auto recordSize = static_cast<long long>(record.size());
+    data_chunk_info.cksize = static_cast<std::uint32_t>(record.size());
     if (file.createChunk(data_chunk_info, 0) != MMSYSERR_NOERROR ||
-        file.write(record.data(), WaveFmtRecord::kSize) != WaveFmtRecord::kSize ||
+        file.write(record.data(), recordSize) != recordSize ||
         file.ascend(data_chunk_info) != MMSYSERR_NOERROR) {
         NewErrMsg(5031);
         return 0;
@@ -184,6 +185,18 @@ std::optional<std::uint64_t> readDs64DataSize(RiffFile& file, ChunkInfo& form)
     return size;
 }
 
+}  // namespace
+
+std::uint16_t effective_format_tag(const unsigned char* record, std::size_t size)
+{
+    const std::uint16_t tag = get_le16(record);
+    if (tag == kWaveFormatExtensible && size >= kExtensibleFmtSize && get_le16(record + 16) >= 22)
+        return get_le16(record + 24);
+    return tag;
+}
+
+namespace {
+
 int readHeader(const std::string& fileName, int report, bool pcmOnly)
 {
     // The input device is asked, not the output device: it is the one whose
@@ -210,14 +223,17 @@ int readHeader(const std::string& fileName, int report, bool pcmOnly)
         return failCheck(file, report, 5036);
     if (fmt.cksize < WaveFmtRecord::kSize)
         return failCheck(file, report, 5037);
-    unsigned char record[WaveFmtRecord::kSize];
-    if (file.read(record, WaveFmtRecord::kSize) != WaveFmtRecord::kSize ||
-        file.ascend(fmt) != MMSYSERR_NOERROR)
+    unsigned char record[kExtensibleFmtSize] = {};
+    const long long recordBytes = std::min<long long>(fmt.cksize, kExtensibleFmtSize);
+    if (file.read(record, recordBytes) != recordBytes || file.ascend(fmt) != MMSYSERR_NOERROR)
         return failCheck(file, report, 5038);
     wave_fmt_record = WaveFmtRecord::fromBytes(record);
+    // The extensible header names its samples by a sub-format GUID whose
+    // first two bytes are the plain format tag.
+    const std::uint16_t tag = effective_format_tag(record, static_cast<std::size_t>(recordBytes));
 
-    input_format_tag = wave_fmt_record.wFormatTag;
-    if (pcmOnly && wave_fmt_record.wFormatTag != 1)
+    input_format_tag = tag;
+    if (pcmOnly && tag != 1 && tag != 3)
         return failCheck(file, report, 5039);
 
     if (report) {
@@ -231,7 +247,7 @@ int readHeader(const std::string& fileName, int report, bool pcmOnly)
     current_wave_format.nChannels = wave_fmt_record.nChannels;
     current_wave_format.wBitsPerSample = wave_fmt_record.wBitsPerSample;
     current_wave_format.nSamplesPerSec = wave_fmt_record.nSamplesPerSec;
-    current_wave_format.wFormatTag = wave_fmt_record.wFormatTag;
+    current_wave_format.wFormatTag = tag;
     current_wave_format.nBytesPerSample =
         static_cast<std::uint16_t>(wave_fmt_record.wBitsPerSample >> 3);
 
@@ -308,16 +324,17 @@ int begin_waveform_file(RiffFile& file, ChunkInfo& riff, ChunkInfo& data)
         ErrMsg("Can't create RIFF chunk, nf 1512");
         return 0;
     }
+    const std::vector<unsigned char> record = fmt_chunk_bytes(wave_fmt_record);
+    const auto recordSize = static_cast<long long>(record.size());
     ChunkInfo fmt;
     fmt.ckid = kFmt;
-    fmt.cksize = WaveFmtRecord::kSize;
+    fmt.cksize = static_cast<std::uint32_t>(record.size());
     if (file.createChunk(fmt, 0) != MMSYSERR_NOERROR) {
         file.close();
         ErrMsg("Can't create info chunk, nf 1521");
         return 0;
     }
-    const auto record = wave_fmt_record.toBytes();
-    if (file.write(record.data(), WaveFmtRecord::kSize) != WaveFmtRecord::kSize) {
+    if (file.write(record.data(), recordSize) != recordSize) {
         file.close();
         ErrMsg("Can't mmioWrite, nf 1538");
         return 0;
@@ -349,7 +366,13 @@ int create_empty_waveform_file_named(const std::string& name)
     // data, nearly so for 16-bit data.
     static constexpr unsigned char kNewFileData[8] = {0x80, 0x00, 0x80, 0x00,
                                                       0x80, 0x00, 0x80, 0x00};
-    if (file.write(kNewFileData, sizeof kNewFileData) != static_cast<long long>(sizeof kNewFileData)) {
+    // 24-bit and float files, which that content does not fit, start as
+    // eight samples of silence.
+    std::vector<unsigned char> content(kNewFileData, kNewFileData + sizeof kNewFileData);
+    if (const auto deep = sample_format_of(wave_fmt_record.wFormatTag, wave_fmt_record.wBitsPerSample);
+        deep && sample_bytes(*deep) > 2)
+        content.assign(8u * static_cast<std::size_t>(sample_bytes(*deep)), 0);
+    if (file.write(content.data(), static_cast<long long>(content.size())) != static_cast<long long>(content.size())) {
         file.close();
         ErrMsg("Can't write wave data chunk, nf 1551");
         return 0;
@@ -400,11 +423,42 @@ std::string wave_facts_text(const WaveFacts& facts)
     return text;
 }
 
+std::vector<unsigned char> fmt_chunk_bytes(const WaveFmtRecord& format)
+{
+    const auto plain = format.toBytes();
+    std::vector<unsigned char> bytes(plain.begin(), plain.end());
+    if (format.wFormatTag == 3) {
+        // IEEE float: the 18-byte form with an empty extension.
+        bytes.resize(18, 0);
+        return bytes;
+    }
+    if (format.wFormatTag != 1 || (format.wBitsPerSample <= 16 && format.nChannels <= 2))
+        return bytes;
+    // PCM deeper than 16 bits or with more than two channels: the extensible
+    // form, which readers need to know the valid bits and the speakers.
+    static constexpr unsigned char kPcmSubFormat[16] = {0x01, 0x00, 0x00, 0x00, 0x00, 0x00, 0x10, 0x00,
+                                                        0x80, 0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71};
+    bytes.resize(kExtensibleFmtSize, 0);
+    put_le16(&bytes[0], kWaveFormatExtensible);
+    put_le16(&bytes[16], 22);
+    put_le16(&bytes[18], format.wBitsPerSample);
+    const std::uint32_t mask = format.nChannels == 1 ? 0x4u : format.nChannels == 2 ? 0x3u : 0u;
+    put_le32(&bytes[20], mask);
+    std::copy(std::begin(kPcmSubFormat), std::end(kPcmSubFormat), bytes.begin() + 24);
+    return bytes;
+}
+
 WaveFmtRecord pcm_fmt_record(int channels, std::uint32_t rate, int bits)
 {
+    return sample_fmt_record(channels, rate, bits == 32 ? SampleFormat::F32 : pcm_format(bits).value_or(SampleFormat::S16));
+}
+
+WaveFmtRecord sample_fmt_record(int channels, std::uint32_t rate, SampleFormat format)
+{
+    const int bits = sample_bits(format);
     const auto blockAlign = static_cast<std::uint16_t>(channels * bits / 8);
     WaveFmtRecord r;
-    r.wFormatTag = 1;
+    r.wFormatTag = static_cast<std::uint16_t>(wave_format_tag(format));
     r.nChannels = static_cast<std::uint16_t>(channels);
     r.nSamplesPerSec = rate;
     r.nBlockAlign = blockAlign;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "wavefile/cue_chunk.h"
+#include "wavefile/sample_format.h"
 #include "wavefile/wave_state.h"
 
 #include <cstdint>
@@ -24,8 +25,24 @@ struct WaveHeaderContent {
 // ascend reads.
 [[nodiscard]] int write_waveform_header(RiffFile& file, std::uint32_t dataSize, const WaveHeaderContent& content,
                           bool rf64 = false);
-// A PCM "fmt " record: tag 1, the block align and the byte rate computed.
+// A PCM "fmt " record: tag 1, the block align and the byte rate computed
+// (32 bits means float, tag 3).
 WaveFmtRecord pcm_fmt_record(int channels, std::uint32_t rate, int bits);
+// The record of samples stored in `format`: tag 1 for the integer forms, 3
+// for float.
+WaveFmtRecord sample_fmt_record(int channels, std::uint32_t rate, SampleFormat format);
+
+// The tag of WAVE_FORMAT_EXTENSIBLE, and the size of its "fmt " record.
+constexpr std::uint16_t kWaveFormatExtensible = 0xFFFE;
+constexpr std::size_t kExtensibleFmtSize = 40;
+// The bytes of a "fmt " chunk for the record: the 16-byte form for 8- and
+// 16-bit PCM in one or two channels (as the program always wrote), the
+// 18-byte form for float, the extensible form (PCM sub-format, all bits
+// valid, the usual speakers) for deeper PCM.
+std::vector<unsigned char> fmt_chunk_bytes(const WaveFmtRecord& format);
+// The format tag a "fmt " chunk's first `size` bytes describe: the
+// sub-format's tag for the extensible form, the tag itself otherwise.
+std::uint16_t effective_format_tag(const unsigned char* record, std::size_t size);
 
 // Writes "RIFF"/"WAVE", the INFO list when one is pending (info_chunk_present
 // and last_info_list), the 16-byte "fmt " chunk from wave_fmt_record, the

@@ -65,7 +65,7 @@ WaveFmtRecord WaveFmtRecord::fromBytes(const unsigned char* b)
 void fill_fmt_record_from_current_format()
 {
     const WaveFormat& f = current_wave_format;
-    wave_fmt_record.wFormatTag = 1;
+    wave_fmt_record.wFormatTag = f.wFormatTag == 3 ? 3 : 1;
     wave_fmt_record.nChannels = f.nChannels;
     wave_fmt_record.nSamplesPerSec = f.nSamplesPerSec;
     wave_fmt_record.nAvgBytesPerSec = static_cast<std::uint32_t>(f.nBytesPerSample) * f.nChannels *
