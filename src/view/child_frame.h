@@ -59,6 +59,10 @@ struct VersionState {
 struct DocumentFiles {
     std::string path;           // the WAVE file Save writes: where the document came from
     std::string aviSource;      // the AVI the document came from, if any: its video is shown and kept
+    // The file a media library decoded the document from (FLAC, MP3, ...):
+    // Save does not write over it (path is empty), the save dialog starts
+    // beside it.
+    std::string importedFrom;
     std::string overview;       // level 1 when the document has levels
     std::string selectionCopy;  // the copy of its own highlight (made by Trim), in the work folder
 };

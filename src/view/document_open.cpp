@@ -16,6 +16,7 @@
 #include "view/timemark_storage.h"
 #include "wavefile/avi_file.h"
 #include "wavefile/file_types.h"
+#include "wavefile/library_import.h"
 #include "wavefile/riff_info.h"
 #include "wavefile/wave_header.h"
 #include "wavefile/wave_state.h"
@@ -109,6 +110,15 @@ int load_document_file(CChildFrame& f)
 
 int open_document(CChildFrame& f, bool newEmpty)
 {
+    // A file decoded for this opening goes whatever becomes of it.
+    struct DiscardImport {
+        std::string source = wave_state().importedFrom;
+        ~DiscardImport()
+        {
+            if (!source.empty())
+                discard_imported_file();
+        }
+    } discardImport;
     if (!prepare_working_file(f)) {
         // Say why the file cannot be opened as it is (the check fails again,
         // now with its message).
@@ -150,6 +160,14 @@ int open_document(CChildFrame& f, bool newEmpty)
     // Marks saved with the file come back with it, and so do its INFO items.
     load_stored_timemarks(f, szOpenedFileName);
     f.infoList = read_info_list(szOpenedFileName);
+    if (!discardImport.source.empty()) {
+        // Decoded by a library into a file of ours, which goes when this
+        // returns: the document is the source's, but not its file (Save
+        // asks for a name).
+        f.files.importedFrom = discardImport.source;
+        f.files.path.clear();
+        f.szDisplayName = file_name_part(f.files.importedFrom) + wave_state().importNote;
+    }
     journal_document(f);
     return 1;
 }

@@ -10,103 +10,157 @@
 
 namespace {
 
-std::uint16_t le16(const unsigned char* p) { return static_cast<std::uint16_t>(p[0] | (p[1] << 8)); }
-std::uint32_t le32(const unsigned char* p)
-{
-    return static_cast<std::uint32_t>(p[0]) | (static_cast<std::uint32_t>(p[1]) << 8) |
-           (static_cast<std::uint32_t>(p[2]) << 16) | (static_cast<std::uint32_t>(p[3]) << 24);
-}
-
-bool startsWith(const std::vector<unsigned char>& head, const char* magic, std::size_t at = 0)
+bool startsWith(const unsigned char* head, std::size_t size, const char* magic, std::size_t at = 0)
 {
     const std::size_t n = std::strlen(magic);
-    return head.size() >= at + n && std::memcmp(head.data() + at, magic, n) == 0;
+    return size >= at + n && std::memcmp(head + at, magic, n) == 0;
 }
 
-bool contains(const std::vector<unsigned char>& head, const char* text)
+bool contains(const unsigned char* head, std::size_t size, const char* text, std::size_t n)
 {
-    const std::size_t n = std::strlen(text);
-    return std::search(head.begin(), head.end(), text, text + n) != head.end();
+    return std::search(head, head + size, text, text + n) != head + size;
 }
 
-// The format chunk of a RIFF WAVE file: what it holds when that is not 8- or
-// 16-bit PCM (or the ADPCM the program reads) in one or two channels.
-std::string waveDescription(const std::vector<unsigned char>& head)
+// MPEG audio frame header: eleven sync bits, a layer, a bit rate index that
+// is neither free nor bad and a sampling rate index that is not reserved.
+bool mpegFrame(const unsigned char* p, std::size_t size)
 {
-    std::size_t at = 12;
-    while (at + 8 <= head.size()) {
-        const std::uint32_t size = le32(head.data() + at + 4);
-        if (std::memcmp(head.data() + at, "fmt ", 4) == 0) {
-            if (at + 8 + 16 > head.size())
-                return {};
-            const unsigned char* fmt = head.data() + at + 8;
-            std::uint16_t tag = le16(fmt);
-            const std::uint16_t channels = le16(fmt + 2);
-            const std::uint16_t bits = le16(fmt + 14);
-            const bool extensible = tag == 0xFFFE;
-            if (extensible && size >= 40 && at + 8 + 26 <= head.size())
-                tag = le16(fmt + 24);  // the sub-format's first two bytes are the tag
-            const std::string where = extensible ? " in the extensible WAVE header" : " in a WAVE file";
-            const std::string layout = channels > 2 ? std::to_string(channels) + "-channel " : std::string();
-            if (tag == 3)
-                return layout + std::to_string(bits) + "-bit floating-point samples" + where;
-            if (tag == 1 && (bits != 8 && bits != 16))
-                return layout + std::to_string(bits) + "-bit PCM" + where;
-            if ((tag == 1 || tag == 2 || tag == 0x11) && channels > 2)
-                return std::to_string(channels) + "-channel audio" + where;
-            if (tag == 1 && extensible)
-                return layout + std::to_string(bits) + "-bit PCM" + where;
-            if (tag == 0x55)
-                return "MP3 audio in a WAVE file";
-            return {};
-        }
-        at += 8 + size + (size & 1);
-    }
-    return {};
+    return size >= 4 && p[0] == 0xFF && (p[1] & 0xE0) == 0xE0 && (p[1] & 0x06) != 0 && (p[2] & 0xF0) != 0xF0 &&
+           (p[2] & 0x0C) != 0x0C;
 }
 
-std::string describe(const std::vector<unsigned char>& head)
+// ADTS (raw AAC): twelve sync bits, layer 0.
+bool adtsFrame(const unsigned char* p, std::size_t size)
 {
-    if (startsWith(head, "RIFF") && startsWith(head, "WAVE", 8))
-        return waveDescription(head);
-    if (startsWith(head, "RF64") || startsWith(head, "BW64"))
-        return "RF64 WAVE audio (for files over 4 GiB)";
-    if (startsWith(head, "fLaC"))
-        return "FLAC audio";
-    if (startsWith(head, "OggS"))
-        return contains(head, "OpusHead") ? "Opus audio" : contains(head, "\x7f" "FLAC") ? "Ogg FLAC audio"
-                                                                                        : "Ogg Vorbis audio";
-    if (startsWith(head, "ftyp", 4))
-        return "MP4/M4A (AAC or ALAC) audio";
-    if (startsWith(head, "caff"))
-        return "Core Audio (CAF) audio";
-    if (startsWith(head, "wvpk"))
-        return "WavPack audio";
-    if (startsWith(head, "MAC "))
-        return "Monkey's Audio";
-    if (startsWith(head, "ID3"))
-        return "MP3 audio";
-    // An MPEG audio frame: eleven sync bits, layer bits not zero.
-    if (head.size() >= 2 && head[0] == 0xFF && (head[1] & 0xE0) == 0xE0 && (head[1] & 0x06) != 0)
-        return (head[1] & 0x06) == 0x02 ? "MP3 audio" : "MPEG audio";
-    return {};
+    return size >= 7 && p[0] == 0xFF && (p[1] & 0xF6) == 0xF0;
 }
 
 }  // namespace
 
-std::string unopenable_content_description(const std::string& path)
+FileContent content_of_bytes(const unsigned char* h, std::size_t n)
+{
+    if (startsWith(h, n, "RIFF") && startsWith(h, n, "WAVE", 8))
+        return FileContent::Wave;
+    if (startsWith(h, n, "RIFF") && startsWith(h, n, "AVI ", 8))
+        return FileContent::Avi;
+    if ((startsWith(h, n, "RF64") || startsWith(h, n, "BW64")) && startsWith(h, n, "WAVE", 8))
+        return FileContent::Rf64;
+    if (startsWith(h, n, "riff") && n >= 16 && h[4] == 0x2E && h[5] == 0x91 && h[6] == 0xCF && h[7] == 0x11)
+        return FileContent::Wave64;
+    if (startsWith(h, n, "FORM") && (startsWith(h, n, "AIFF", 8) || startsWith(h, n, "AIFC", 8)))
+        return FileContent::Aiff;
+    if (startsWith(h, n, "FORM") && startsWith(h, n, "8SVX", 8))
+        return FileContent::Svx;
+    if (startsWith(h, n, ".snd"))
+        return FileContent::SunAu;
+    if (startsWith(h, n, "Creative Voice File"))
+        return FileContent::Voc;
+    if (n >= 4 && ((h[0] == 0x64 && h[1] == 0xA3 && h[3] == 0x00) || (h[3] == 0x64 && h[2] == 0xA3 && h[0] == 0x00)))
+        return FileContent::Ircam;
+    if (startsWith(h, n, "SOUND SAMPLE DATA"))
+        return FileContent::SampleVision;
+    if (startsWith(h, n, "fLaC"))
+        return FileContent::Flac;
+    if (startsWith(h, n, "OggS")) {
+        if (contains(h, n, "OpusHead", 8))
+            return FileContent::OggOpus;
+        if (contains(h, n, "\x7f" "FLAC", 5))
+            return FileContent::OggFlac;
+        return FileContent::OggVorbis;
+    }
+    if (startsWith(h, n, "ftyp", 4))
+        return FileContent::Mp4;
+    if (startsWith(h, n, "caff"))
+        return FileContent::Caf;
+    if (n >= 4 && h[0] == 0x1A && h[1] == 0x45 && h[2] == 0xDF && h[3] == 0xA3)
+        return FileContent::Matroska;
+    if (startsWith(h, n, "wvpk"))
+        return FileContent::WavPack;
+    if (startsWith(h, n, "MAC "))
+        return FileContent::MonkeysAudio;
+    if (startsWith(h, n, "MThd"))
+        return FileContent::Midi;
+    if (startsWith(h, n, "ID3"))
+        return FileContent::Mp3;
+    if (mpegFrame(h, n))
+        return (h[1] & 0x06) == 0x02 ? FileContent::Mp3 : FileContent::MpegAudio;
+    if (adtsFrame(h, n))
+        return FileContent::Adts;
+    if (startsWith(h, n, "\x89PNG") || startsWith(h, n, "\xFF\xD8\xFF") || startsWith(h, n, "GIF8") ||
+        startsWith(h, n, "%PDF") || startsWith(h, n, "PK\x03\x04") || startsWith(h, n, "\x7F" "ELF"))
+        return FileContent::NotAudio;
+    return FileContent::Unknown;
+}
+
+FileContent file_content_of(const std::string& path)
 {
     std::ifstream in(path, std::ios::binary);
     if (!in)
-        return {};
+        return FileContent::Unknown;
     std::vector<unsigned char> head(4096);
     in.read(reinterpret_cast<char*>(head.data()), static_cast<std::streamsize>(head.size()));
     head.resize(static_cast<std::size_t>(in.gcount()));
-    const std::string what = describe(head);
-    if (what.empty())
+    return content_of_bytes(head.data(), head.size());
+}
+
+std::string content_name(FileContent c)
+{
+    switch (c) {
+    case FileContent::Unknown: return "data of no known audio type";
+    case FileContent::Wave: return "WAVE audio";
+    case FileContent::Rf64: return "RF64 WAVE audio";
+    case FileContent::Wave64: return "Wave64 audio";
+    case FileContent::Avi: return "an AVI movie";
+    case FileContent::Aiff: return "AIFF audio";
+    case FileContent::Svx: return "Amiga 8SVX audio";
+    case FileContent::SunAu: return "Sun/NeXT audio";
+    case FileContent::Voc: return "Creative Voice audio";
+    case FileContent::Ircam: return "IRCAM sound file audio";
+    case FileContent::SampleVision: return "SampleVision audio";
+    case FileContent::Flac: return "FLAC audio";
+    case FileContent::OggVorbis: return "Ogg Vorbis audio";
+    case FileContent::OggOpus: return "Opus audio";
+    case FileContent::OggFlac: return "Ogg FLAC audio";
+    case FileContent::Mp3: return "MP3 audio";
+    case FileContent::MpegAudio: return "MPEG audio";
+    case FileContent::Mp4: return "MP4/M4A audio";
+    case FileContent::Adts: return "AAC audio";
+    case FileContent::Caf: return "Core Audio (CAF) audio";
+    case FileContent::Matroska: return "Matroska/WebM media";
+    case FileContent::WavPack: return "WavPack audio";
+    case FileContent::MonkeysAudio: return "Monkey's Audio";
+    case FileContent::Midi: return "a MIDI sequence";
+    case FileContent::NotAudio: return "no sound (a picture, an archive or a program)";
+    }
+    return "data of no known audio type";
+}
+
+bool content_needs_library(FileContent c)
+{
+    switch (c) {
+    case FileContent::Wave64:
+    case FileContent::Flac:
+    case FileContent::OggVorbis:
+    case FileContent::OggOpus:
+    case FileContent::OggFlac:
+    case FileContent::Mp3:
+    case FileContent::MpegAudio:
+    case FileContent::Mp4:
+    case FileContent::Adts:
+    case FileContent::Caf:
+    case FileContent::Matroska:
+    case FileContent::WavPack:
+        return true;
+    default:
+        return false;
+    }
+}
+
+std::string unopenable_content_description(const std::string& path)
+{
+    const FileContent c = file_content_of(path);
+    // Neither library reads these; anything else that is sound opens.
+    if (c != FileContent::MonkeysAudio && c != FileContent::Midi && c != FileContent::NotAudio)
         return {};
-    const std::string name = file_name_part(path);
-    const bool wave = what.find("WAVE") != std::string::npos;
-    return name + " holds " + what + ", which this version cannot open" +
-           (wave ? " (it opens 8- and 16-bit PCM and ADPCM in mono or stereo)." : ".");
+    return file_name_part(path) + " holds " + content_name(c) + ", which this version cannot open.";
 }

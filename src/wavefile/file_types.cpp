@@ -3,7 +3,9 @@
 #include "app/file_names.h"
 #include "wavefile/avi_export.h"
 #include "wavefile/foreign_formats.h"
+#include "wavefile/compressed_export.h"
 #include "wavefile/jaf_file.h"
+#include "wavefile/library_import.h"
 #include "wavefile/mp3_export.h"
 #include "wavefile/open_by_type.h"
 #include "wavefile/realmedia_export.h"
@@ -21,12 +23,17 @@ std::function<int(const SaveRequest&)>& jafExporter()
 }
 
 int saveWave(const SaveRequest& r) { return r.saveWave(r.target, r.options); }
+int openByLibrary(const std::string& name) { return open_library_file(name); }
 int saveJaf(const SaveRequest& r) { return jafExporter() ? jafExporter()(r) : 0; }
 
 // A foreign type: read and written through the converter.
+FileType foreign(const char* filter, const char* pattern, std::vector<const char*> extensions)
+{
+    return {filter, pattern, std::move(extensions), true, true, open_foreign_file, save_foreign_file};
+}
 FileType foreign(const char* filter, const char* pattern, const char* extension)
 {
-    return {filter, pattern, {extension}, true, true, open_foreign_file, save_foreign_file};
+    return foreign(filter, pattern, std::vector<const char*>{extension});
 }
 
 }  // namespace
@@ -38,8 +45,8 @@ const std::vector<FileType>& file_types()
     // filter text, dialog pattern, extensions, can read, can write, open, save
     static const std::vector<FileType> types = {
         {"Microsoft PCM Files (*.wav)", "*.wav", {"wav"}, true, true, open_wave_file, saveWave},
-        foreign("Apple/Amiga (*.8svx)", "*.8sv", "8sv"),
-        foreign("Mac/SGI (*.aiff)", "*.aif", "aif"),
+        foreign("Apple/Amiga (*.8svx)", "*.8sv", {"8sv", "8svx"}),
+        foreign("Mac/SGI (*.aiff)", "*.aif", {"aif", "aiff", "aifc"}),
         foreign("NeXT/SPARC (*.au)", "*.au", "au"),
         foreign("Amiga (*.iff)", "*.iff", "iff"),
         foreign("Raw PCM Files (*.raw)", "*.raw", "raw"),
@@ -55,8 +62,15 @@ const std::vector<FileType>& file_types()
         foreign("Creative Labs VOC (*.voc)", "*.voc", "voc"),
         {"Video For Windows files (*.avi)", "*.avi", {"avi"}, true, true, open_avi_sound, save_avi_export},
         {"RealMedia files (*.rm, *.ra)", "*.rm", {"rm"}, false, true, nullptr, save_realmedia_export},
-        {"MPEG3 files (*.mp3)", "*.mp3", {"mp3"}, false, true, nullptr, save_mp3_export},
+        {"MPEG3 files (*.mp3)", "*.mp3", {"mp3"}, true, true, openByLibrary, save_mp3_export},
         {"JAF files (*.jaf)", "*.jaf", {"jaf"}, true, true, open_jaf_file, saveJaf},
+        // Read through libsndfile or FFmpeg, written through FFmpeg's encoders.
+        {"FLAC files (*.flac)", "*.flac", {"flac"}, true, true, openByLibrary, save_flac_export},
+        {"Ogg Vorbis files (*.ogg)", "*.ogg", {"ogg", "oga"}, true, true, openByLibrary, save_vorbis_export},
+        {"Opus files (*.opus)", "*.opus", {"opus"}, true, true, openByLibrary, save_opus_export},
+        {"AAC/MPEG-4 audio files (*.m4a)", "*.m4a", {"m4a", "aac", "mp4"}, true, false, openByLibrary, nullptr},
+        {"Core Audio files (*.caf)", "*.caf", {"caf"}, true, false, openByLibrary, nullptr},
+        {"Sony Wave64 files (*.w64)", "*.w64", {"w64"}, true, false, openByLibrary, nullptr},
         // Any name: read and written as WAV; its extension names no type.
         {"All Files (*.*)", "*.*", {}, true, true, open_wave_file, saveWave},
     };

@@ -30,7 +30,13 @@ constexpr int kTypeAvi = 16;
 constexpr int kTypeRealMedia = 17;
 constexpr int kTypeMp3 = 18;
 constexpr int kTypeJaf = 19;
-constexpr int kTypeAll = 20;
+constexpr int kTypeFlac = 20;
+constexpr int kTypeVorbis = 21;
+constexpr int kTypeOpus = 22;
+constexpr int kTypeAac = 23;
+constexpr int kTypeCaf = 24;
+constexpr int kTypeWave64 = 25;
+constexpr int kTypeAll = 26;
 
 // The rows of the dialogs that only read (those that can be read), as type
 // indices in their order; and those rows themselves.

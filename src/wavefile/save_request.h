@@ -12,6 +12,14 @@ class CChildFrame;
 struct SaveOptions {
     int bSaveConverts = 0;
     int bSaveCompressed = 0;
+    // The settings of the compressed types, from the save dialog or the
+    // command line.
+    int flacCompression = 5;  // FLAC's levels 0 (fastest) .. 8 (smallest)
+    int vorbisQuality = 5;    // libvorbis's -1 .. 10 (5 is about 160 kbit/s)
+    int opusBitrate = 128;    // kbit/s, 6 .. 510
+    int mp3Vbr = 0;           // 0: constant bit rate, 1: variable
+    int mp3Bitrate = 320;     // kbit/s of the constant rate
+    int mp3VbrQuality = 2;    // LAME's -V 0 (best) .. 9, for the variable rate
 };
 
 // What a file type's saver is given: the target and what the document can

@@ -1,4 +1,5 @@
 #include "wavefile/wave_io.h"
+#include "wavefile/wave_header.h"
 
 #include "app/messages.h"
 #include "wavefile/byte_order.h"
@@ -97,10 +98,12 @@ int wioFileOpen(std::unique_ptr<wave_io_info>* result, const char* fileName, uns
         return WIOERR_FORMAT;
     if (frames == kUnknownCount) {
         const unsigned char* f = info->fmt.data();
-        const std::uint16_t tag = get_le16(f);
+        // Uncompressed samples need no count: PCM and float, in the plain or
+        // the extensible header.
+        const std::uint16_t tag = effective_format_tag(f, info->fmt.size());
         const std::uint32_t rate = get_le32(f + 4);
         const std::uint32_t avgBytes = get_le32(f + 8);
-        if (tag == 1) {
+        if (tag == 1 || tag == 3) {
             // A lying format can ask for more frames than a count can hold.
             const double computed = avgBytes ? static_cast<double>(rate) * dataBytes / avgBytes : 0.0;
             frames = computed >= 4294967295.0 ? 0xFFFFFFFFu : static_cast<std::uint32_t>(computed);

@@ -1,6 +1,9 @@
 #pragma once
 
+#include "wavefile/channel_choice.h"
+
 #include <functional>
+#include <optional>
 #include <string>
 
 struct RealMediaSettings;
@@ -20,6 +23,11 @@ public:
     using RealMediaEncode =
         std::function<int(const RealMediaSettings&, const std::function<void(const std::string&)>&)>;
     virtual int runRealMediaDialog(RealMediaSettings&, int /*channels*/, const RealMediaEncode&) { return 0; }
+    // Asks what to do with `file`, which holds `channels` channels (more
+    // than a document holds): mix down to stereo, or take two of them.
+    // Nothing when cancelled (and without dialogs: the opening then says
+    // why nothing opened).
+    virtual std::optional<ChannelChoice> askChannelChoice(const std::string& file, int channels);
 };
 
 // The installed dialogs, or these answers when none is installed.

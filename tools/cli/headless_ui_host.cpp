@@ -1,5 +1,6 @@
 #include "headless_ui_host.h"
 
+#include "app/app_paths.h"
 #include "app/messages.h"
 #include "edit/presets.h"
 #include "edit/timemarks.h"
@@ -97,4 +98,14 @@ int HeadlessUiHost::runRealMediaDialog(RealMediaSettings& settings, int, const R
         if (!quiet() && terminal())
             std::fprintf(stderr, "\r%s", line.c_str());
     });
+}
+
+std::optional<ChannelChoice> HeadlessUiHost::askChannelChoice(const std::string& file, int channels)
+{
+    if (m_channelChoice)
+        return m_channelChoice;
+    ErrMsg("%s has %d channels; a document holds one or two. Open it with --downmix to mix them down to stereo, "
+           "or with --channels-from L,R to take two of them.",
+           file_name_part(file).c_str(), channels);
+    return std::nullopt;
 }

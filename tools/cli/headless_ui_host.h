@@ -33,6 +33,11 @@ public:
     HeadlessUiHost& operator=(const HeadlessUiHost&) = delete;
 
     bool runNewFileDialog() override { return true; }
+    // The answer for files of more than two channels (--downmix or
+    // --channels-from); without one the question is refused with the
+    // options named.
+    void setChannelChoice(const ChannelChoice& choice) { m_channelChoice = choice; }
+    std::optional<ChannelChoice> askChannelChoice(const std::string& file, int channels) override;
     // Effect dialogs take the settings given here (key, value text), in
     // order; a bad one is reported and the dialog cancelled. In describe mode
     // every effect dialog is only recorded and cancelled.
@@ -107,6 +112,7 @@ private:
     DialogInstallation<EditDialogs> m_editDialogs{this, edit_dialogs, set_edit_dialogs};
     DialogInstallation<ModuleDialogs> m_moduleDialogs{this, module_dialogs, set_module_dialogs};
     std::deque<std::string> m_markerNames;
+    std::optional<ChannelChoice> m_channelChoice;
     std::string m_pluginChoice;
     std::shared_ptr<RealMediaSettings> m_realMedia;
     std::vector<std::string> m_realMediaProgress;

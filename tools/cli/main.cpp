@@ -60,7 +60,9 @@ void usage()
                  "  trigger FILE --on delay:S|timecode:HH:MM:SS:FF[@FPS]|start|note[:N[@CH]] [--select START:END]\n"
                  "        [--record S [--save OUT]] [--midi-in N] [--device NAME|N]\n"
                  "                                  play FILE (or record into it) when the trigger comes\n"
-                 "Questions are asked on a terminal; --yes or --no answers them all.\n";
+                 "Questions are asked on a terminal; --yes or --no answers them all.\n"
+                 "A file of more than two channels opens mixed down to stereo with --downmix, or as two of\n"
+                 "its channels with --channels-from L,R (numbers from 1); either may stand anywhere.\n";
 }
 
 // The subcommands, each in a file of its own.
@@ -106,6 +108,23 @@ int main(int argc, char** argv)
         host.setDefaultAgree(args.front() == "--yes");
         host.setInteractive(false);
         args.erase(args.begin());
+    }
+    // The answer to the question of files of more than two channels.
+    for (auto it = args.begin(); it != args.end();) {
+        if (*it == "--downmix") {
+            host.setChannelChoice(ChannelChoice{});
+            it = args.erase(it);
+        } else if (*it == "--channels-from") {
+            const auto pair = it + 1 != args.end() ? parse_channel_pair(*(it + 1)) : std::nullopt;
+            if (!pair) {
+                std::cerr << "ondrava-cli: --channels-from takes two channel numbers, as in 1,2\n";
+                return kExitUsage;
+            }
+            host.setChannelChoice(*pair);
+            it = args.erase(it, it + 2);
+        } else {
+            ++it;
+        }
     }
     if (args.empty() || args.front() == "--help" || args.front() == "-h") {
         usage();

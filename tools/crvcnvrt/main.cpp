@@ -1,6 +1,7 @@
 // CRVCNVRT.EXE SOURCE TARGET: converts a sound file for the program that
 // started it, through SoX's library: a foreign format into RIFF WAVE (8-bit
-// unsigned or 16-bit signed PCM, as the source's precision allows) or RIFF
+// unsigned, 16- or 24-bit signed PCM or float, as the source's precision and
+// encoding ask) or RIFF
 // WAVE into a foreign format, each chosen by the file's extension. On
 // success "outadpcm.wav" appears in the exchange folder (the program's sign of
 // success); in every case the marker file "finished" follows. Raw formats
@@ -35,7 +36,7 @@ struct SoxType {
 };
 constexpr SoxType kTypes[] = {
     {"wav", "wav", false, 0},    {"8sv", "8svx", false, 0}, {"aif", "aiff", false, 0},
-    {"aiff", "aiff", false, 0},  {"au", "au", false, 0},     {"iff", "8svx", false, 0},
+    {"aiff", "aiff", false, 0},  {"aifc", "aifc", false, 0}, {"8svx", "8svx", false, 0}, {"au", "au", false, 0},     {"iff", "8svx", false, 0},
     {"raw", "s16", true, 44100}, {"sb", "sb", true, 44100},  {"sf", "ircam", false, 0},
     {"smp", "smp", false, 0},    {"snd", "sndt", false, 0}, {"sou", "ub", true, 44100},
     {"sw", "sw", true, 44100},   {"ub", "ub", true, 44100},  {"ul", "ul", true, 8000},
@@ -108,11 +109,15 @@ bool convert(const std::string& source, const std::string& target)
     sox_init_encodinginfo(&encoding);
     sox_signalinfo_t signal = in->signal;
     if (std::strcmp(to->type, "wav") == 0) {
-        // The program edits 8- and 16-bit PCM.
-        const bool narrow = in->signal.precision != 0 && in->signal.precision <= 8;
-        encoding.encoding = narrow ? SOX_ENCODING_UNSIGNED : SOX_ENCODING_SIGN2;
-        encoding.bits_per_sample = narrow ? 8 : 16;
-        signal.precision = narrow ? 8 : 16;
+        // The program edits 8-, 16- and 24-bit PCM and float: the narrowest
+        // of them that holds the source's precision.
+        const unsigned precision = in->signal.precision;
+        const bool narrow = precision != 0 && precision <= 8;
+        const bool isFloat = in->encoding.encoding == SOX_ENCODING_FLOAT;
+        const bool deep = !isFloat && precision > 16;
+        encoding.encoding = narrow ? SOX_ENCODING_UNSIGNED : isFloat ? SOX_ENCODING_FLOAT : SOX_ENCODING_SIGN2;
+        encoding.bits_per_sample = narrow ? 8 : isFloat ? 32 : deep ? 24 : 16;
+        signal.precision = narrow ? 8 : isFloat ? 24 : deep ? 24 : 16;
     }
     sox_format_t* out = sox_open_write(target.c_str(), &signal, std::strcmp(to->type, "wav") == 0 ? &encoding : nullptr,
                                        to->type, nullptr, nullptr);
