@@ -1,4 +1,6 @@
 #include "app/qt_ui_host.h"
+#include "app/app_paths.h"
+#include "wavefile/channel_choice_dialog.h"
 
 #include "app/help_window.h"
 #include "app/preferences.h"
@@ -396,4 +398,12 @@ int QtUiHost::runRealMediaDialog(RealMediaSettings& settings, int channels, cons
     RealMediaDialog dialog(settings, channels, encode, m_main);
     dialog.exec();
     return dialog.result();
+}
+
+std::optional<ChannelChoice> QtUiHost::askChannelChoice(const std::string& file, int channels)
+{
+    ChannelChoiceDialog dialog(QString::fromStdString(file_name_part(file)), channels, m_main);
+    if (dialog.exec() != QDialog::Accepted)
+        return std::nullopt;
+    return dialog.choice();
 }

@@ -55,6 +55,7 @@ public:
     bool runJafDialog(int& button) override;
     int choosePlugin(const std::vector<std::string>& names) override;
     int runRealMediaDialog(RealMediaSettings& settings, int channels, const RealMediaEncode& encode) override;
+    std::optional<ChannelChoice> askChannelChoice(const std::string& file, int channels) override;
 
     ProgressBox* progressBox() const { return m_progress; }
     // The painter an owner-drawn button is painting with, for the duration of its paint.

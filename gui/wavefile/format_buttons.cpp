@@ -16,7 +16,11 @@ void add_format_groups(QWidget* parent, QBoxLayout* row, bool withOutput, const 
     };
     std::vector<Group> groups = {
         {QObject::tr("Channels"), {{202, QObject::tr("&Mono")}, {203, QObject::tr("&Stereo")}}},
-        {QObject::tr("Bits"), {{205, QObject::tr("&8 bit")}, {207, QObject::tr("&16 bit")}}},
+        {QObject::tr("Bits"),
+         {{205, QObject::tr("&8 bit")},
+          {207, QObject::tr("&16 bit")},
+          {206, QObject::tr("&24 bit")},
+          {208, QObject::tr("32 bit &float")}}},
         {QObject::tr("Rate"), {{209, QObject::tr("11025 Hz")}, {210, QObject::tr("22050 Hz")}, {211, QObject::tr("44100 Hz")}}},
     };
     if (withOutput)
@@ -42,8 +46,10 @@ bool press_format_button(int id)
     switch (id) {
     case 202: f.nChannels = 1; return true;
     case 203: f.nChannels = 2; return true;
-    case 205: f.wBitsPerSample = 8; f.nBytesPerSample = 1; return true;
-    case 207: f.wBitsPerSample = 16; f.nBytesPerSample = 2; return true;
+    case 205: f.wFormatTag = 1; f.wBitsPerSample = 8; f.nBytesPerSample = 1; return true;
+    case 207: f.wFormatTag = 1; f.wBitsPerSample = 16; f.nBytesPerSample = 2; return true;
+    case 206: f.wFormatTag = 1; f.wBitsPerSample = 24; f.nBytesPerSample = 3; return true;
+    case 208: f.wFormatTag = 3; f.wBitsPerSample = 32; f.nBytesPerSample = 4; return true;
     case 209: f.nSamplesPerSec = 11025; return true;
     case 210: f.nSamplesPerSec = 22050; return true;
     case 211: f.nSamplesPerSec = 44100; return true;
@@ -56,7 +62,8 @@ void check_format_buttons(QWidget* dialog, bool compressed)
     const WaveFormat& f = current_wave_format;
     const std::pair<int, bool> states[] = {
         {202, f.nChannels == 1},          {203, f.nChannels == 2},          {205, f.wBitsPerSample == 8},
-        {207, f.wBitsPerSample == 16},    {209, f.nSamplesPerSec == 11025}, {210, f.nSamplesPerSec == 22050},
+        {207, f.wBitsPerSample == 16},    {206, f.wBitsPerSample == 24},    {208, f.wBitsPerSample == 32},
+        {209, f.nSamplesPerSec == 11025}, {210, f.nSamplesPerSec == 22050},
         {211, f.nSamplesPerSec == 44100}, {273, !compressed},               {274, compressed},
     };
     for (const auto& [id, on] : states)

@@ -6,8 +6,8 @@
 class QBoxLayout;
 
 // The format buttons of the new-file and save dialogs: 202 mono, 203 stereo,
-// 205 8-bit, 207 16-bit, 209/210/211 the three rates, and in the save dialog
-// 273/274 plain or compressed output.
+// 205 8-bit, 207 16-bit, 206 24-bit, 208 32-bit float, 209/210/211 the three
+// rates, and in the save dialog 273/274 plain or compressed output.
 
 // Adds the groups of radio buttons to `row`; a click calls `onPress` with the
 // control id.

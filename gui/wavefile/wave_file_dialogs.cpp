@@ -18,7 +18,10 @@
 #include "wavefile/wave_io.h"
 #include "wavefile/wave_state.h"
 
+#include <QComboBox>
 #include <QDir>
+#include <QGroupBox>
+#include <QSpinBox>
 #include <QFileInfo>
 #include <QGridLayout>
 #include <QTreeView>
@@ -124,12 +127,17 @@ SaveWaveDialog::SaveWaveDialog(CChildFrame& document, QWidget* parent, const QSt
     setAcceptMode(QFileDialog::AcceptSave);
     setFileMode(QFileDialog::AnyFile);
     setDefaultSuffix(defaultExtension);
-    // Start beside the document's own file, with its name; a document that
-    // has none starts in the data directory.
+    // Start beside the document's own file, with its name; a document
+    // decoded from another type beside that file, under its name as WAV; a
+    // document that has neither starts in the user's folder.
     const QFileInfo own(QString::fromStdString(document.files.path));
+    const QFileInfo source(QString::fromStdString(document.files.importedFrom));
     if (!document.files.path.empty() && own.dir().exists()) {
         setDirectory(own.dir());
         selectFile(own.fileName());
+    } else if (!document.files.importedFrom.empty() && source.dir().exists()) {
+        setDirectory(source.dir());
+        selectFile(source.completeBaseName() + QStringLiteral(".wav"));
     } else {
         setDirectory(user_file_folder());
     }
@@ -139,6 +147,7 @@ SaveWaveDialog::SaveWaveDialog(CChildFrame& document, QWidget* parent, const QSt
 
     // Opening takes the document's format and clears the conversion choices.
     current_wave_format.nChannels = document.wfx.nChannels;
+    current_wave_format.wFormatTag = document.wfx.wFormatTag == 3 ? 3 : 1;
     current_wave_format.wBitsPerSample = document.wfx.wBitsPerSample;
     current_wave_format.nBytesPerSample = static_cast<std::uint16_t>(document.wfx.wBitsPerSample / 8);
     current_wave_format.nSamplesPerSec = document.wfx.nSamplesPerSec;
@@ -151,8 +160,50 @@ SaveWaveDialog::SaveWaveDialog(CChildFrame& document, QWidget* parent, const QSt
     info->setObjectName(QStringLiteral("109"));
     connect(info, &QPushButton::clicked, this, [this] { press(109); });
     row->addWidget(info);
-    addPanel(this, panel);
+    auto* panels = new QWidget(this);
+    auto* column = new QVBoxLayout(panels);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->addWidget(panel);
+    column->addWidget(compressedSettings());
+    addPanel(this, panels);
     refresh();
+}
+
+QWidget* SaveWaveDialog::compressedSettings()
+{
+    auto* box = new QGroupBox(tr("Compressed types"), this);
+    auto* row = new QHBoxLayout(box);
+    auto spin = [&](const QString& label, const char* name, int low, int high, int value, const QString& suffix,
+                    int SaveOptions::*field) {
+        row->addWidget(new QLabel(label, box));
+        auto* s = new QSpinBox(box);
+        s->setObjectName(QLatin1String(name));
+        s->setRange(low, high);
+        s->setValue(value);
+        s->setSuffix(suffix);
+        connect(s, &QSpinBox::valueChanged, this, [this, field](int v) { m_options.*field = v; });
+        row->addWidget(s);
+        return s;
+    };
+    spin(tr("FLAC level"), "flacLevel", 0, 8, m_options.flacCompression, QString(), &SaveOptions::flacCompression);
+    spin(tr("Vorbis quality"), "vorbisQuality", -1, 10, m_options.vorbisQuality, QString(),
+         &SaveOptions::vorbisQuality);
+    spin(tr("Opus"), "opusBitrate", 6, 510, m_options.opusBitrate, tr(" kbit/s"), &SaveOptions::opusBitrate);
+    auto* mode = new QComboBox(box);
+    mode->setObjectName(QStringLiteral("mp3Mode"));
+    mode->addItems({tr("MP3 constant"), tr("MP3 variable")});
+    row->addWidget(mode);
+    auto* rate = spin(QString(), "mp3Bitrate", 8, 320, m_options.mp3Bitrate, tr(" kbit/s"), &SaveOptions::mp3Bitrate);
+    auto* quality = spin(QString(), "mp3Quality", 0, 9, m_options.mp3VbrQuality, QString(), &SaveOptions::mp3VbrQuality);
+    quality->setPrefix(tr("V"));
+    quality->setVisible(false);
+    connect(mode, &QComboBox::currentIndexChanged, this, [this, rate, quality](int index) {
+        m_options.mp3Vbr = index;
+        rate->setVisible(index == 0);
+        quality->setVisible(index == 1);
+    });
+    row->addStretch();
+    return box;
 }
 
 int SaveWaveDialog::selectedType() const

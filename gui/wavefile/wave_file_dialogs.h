@@ -40,6 +40,9 @@ public:
 private:
     void refresh();
     void editInfo();
+    // The settings of the compressed types: FLAC's level, Vorbis's quality,
+    // Opus's bit rate, MP3's constant rate or variable quality.
+    QWidget* compressedSettings();
 
     CChildFrame& m_document;
     SaveOptions m_options;

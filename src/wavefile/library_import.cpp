@@ -120,7 +120,8 @@ std::unique_ptr<AudioDecoder> openDecoder(const std::string& name)
 
 enum class Outcome { Done, Failed, Cancelled };
 
-Outcome decode(AudioDecoder& d, ImportWriter& writer, const std::string& name, const std::string& target)
+Outcome decode(AudioDecoder& d, ImportWriter& writer, const std::string& name, const std::string& target,
+               std::uint64_t& done)
 {
     RiffFile file;
     if (!file.open(target, RiffFile::Mode::Create)) {
@@ -136,7 +137,6 @@ Outcome decode(AudioDecoder& d, ImportWriter& writer, const std::string& name, c
     std::snprintf(text, sizeof text, "Reading file %s...", file_name_part(name).c_str());
     const ProgressScope progress(text, true);
     std::vector<float> block(static_cast<std::size_t>(kBlockFrames) * static_cast<std::size_t>(d.channels));
-    std::uint64_t done = 0;
     for (;;) {
         const long got = d.read(block.data(), kBlockFrames);
         if (got < 0) {
@@ -176,15 +176,11 @@ int open_library_file(const std::string& name, bool sayUnreadable)
 {
     discard_imported_file();
     std::unique_ptr<AudioDecoder> d = openDecoder(name);
-    if (!d && !sayUnreadable)
-        return -1;
-    if (!d) {
+    if (!d || d->channels <= 0 || d->rate == 0) {
+        if (!sayUnreadable)
+            return -1;
         ErrMsg("Cannot open %s: it holds %s, which neither libsndfile nor FFmpeg can read.",
                file_name_part(name).c_str(), content_name(file_content_of(name)).c_str());
-        return 0;
-    }
-    if (d->channels <= 0 || d->rate == 0) {
-        ErrMsg("Cannot open %s: %s finds no sound in it.", file_name_part(name).c_str(), d->library.c_str());
         return 0;
     }
     std::optional<ChannelChoice> choice;
@@ -206,9 +202,14 @@ int open_library_file(const std::string& name, bool sayUnreadable)
         return 0;
     }
     const std::string target = decodedPath();
-    const Outcome outcome = decode(*d, writer, name, target);
-    if (outcome != Outcome::Done) {
+    std::uint64_t frames = 0;
+    const Outcome outcome = decode(*d, writer, name, target, frames);
+    if (outcome != Outcome::Done || frames == 0) {
         ::unlink(target.c_str());
+        if (outcome == Outcome::Done && !sayUnreadable)
+            return -1;
+        if (outcome == Outcome::Done)
+            ErrMsg("Cannot open %s: %s finds no sound in it.", file_name_part(name).c_str(), d->library.c_str());
         return 0;
     }
     szOpenedFileName = target;

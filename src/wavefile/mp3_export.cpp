@@ -9,6 +9,7 @@
 #include <QElapsedTimer>
 #include <QProcess>
 #include <QThread>
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -43,7 +44,8 @@ int save_mp3_export(const SaveRequest& r)
     const std::string wave = mp3 + ".wav";
     if (!r.writeWave(wave))
         return 0;
-    // "%s -320 -quit %s": the encoder runs on by itself; its temporary input
+    // "%s -320 -quit %s" (or the bit rate chosen, or -V and the quality of
+    // a variable rate): the encoder runs on by itself; its temporary input
     // goes when it is done.
     auto* process = new QProcess(QCoreApplication::instance());
     process->setProcessChannelMode(QProcess::ForwardedChannels);
@@ -69,8 +71,10 @@ int save_mp3_export(const SaveRequest& r)
     });
     ++g_running;
     staged.detach();
-    process->start(QString::fromStdString(encoder),
-                   {QStringLiteral("-320"), QStringLiteral("-quit"), QString::fromStdString(wave)});
+    const SaveOptions& o = r.options;
+    const QString rate = o.mp3Vbr ? QStringLiteral("-V%1").arg(std::clamp(o.mp3VbrQuality, 0, 9))
+                                  : QStringLiteral("-%1").arg(std::clamp(o.mp3Bitrate, 8, 320));
+    process->start(QString::fromStdString(encoder), {rate, QStringLiteral("-quit"), QString::fromStdString(wave)});
     return 1;
 }
 

@@ -68,14 +68,16 @@ TEST_F(FileDialogsTest, TheOpenDialogShowsTheFileUnderTheCursor)
 {
     writeFile(path("a.wav"), WavBuilder::pcm(2, 22050, 16, {0, 0, 0, 0}));
     OpenWaveDialog dialog(nullptr);
-    EXPECT_EQ(dialog.nameFilters().size(), 19);  // the reading list: no RealMedia, no MP3
+    EXPECT_EQ(dialog.nameFilters().size(), 26);  // the reading list: no RealMedia
     EXPECT_EQ(dialog.nameFilters().first(), "Microsoft PCM Files (*.wav)");
     // A row of the reading list names its type in the whole table: after AVI
-    // come JAF (19) and All Files (20).
+    // come MP3 (18), JAF (19), the library types, and All Files (26).
     for (const auto& [filter, type] : std::vector<std::pair<QString, int>>{{"Creative Labs VOC (*.voc)", 15},
                                                                            {"Video For Windows files (*.avi)", 16},
+                                                                           {"MPEG3 files (*.mp3)", 18},
                                                                            {"JAF files (*.jaf)", 19},
-                                                                           {"All Files (*.*)", 20}}) {
+                                                                           {"FLAC files (*.flac)", 20},
+                                                                           {"All Files (*.*)", 26}}) {
         dialog.selectNameFilter(filter);
         EXPECT_EQ(dialog.selectedType(), type) << filter.toStdString();
     }

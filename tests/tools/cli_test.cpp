@@ -138,7 +138,7 @@ TEST_F(CliTest, ConvertSavesThroughTheProgramsSavePath)
     EXPECT_EQ(cli({"convert", "in.wav", "x.wav", "--bits", "12"}).exitCode, 2);
     // A target whose extension names no type we write is refused, and
     // nothing is written under its name.
-    for (const char* target : {"out.flac", "out.ogg", "out.opus", "out.xyz", "take.1.flac"}) {
+    for (const char* target : {"out.m4a", "out.caf", "out.xyz", "take.1.m4a"}) {
         run = cli({"convert", "in.wav", target});
         EXPECT_EQ(run.exitCode, 2) << target;
         EXPECT_NE(run.err.find("is not a file type this program writes"), std::string::npos) << run.err;
@@ -146,6 +146,8 @@ TEST_F(CliTest, ConvertSavesThroughTheProgramsSavePath)
     }
     // The last extension is what counts: a dotted WAV name still converts.
     EXPECT_EQ(cli({"convert", "in.wav", "take.1.wav"}).exitCode, 0);
+    EXPECT_EQ(cli({"convert", "in.wav", "take.1.flac"}).exitCode, 0);
+    EXPECT_EQ(std::string(readFile(path("take.1.flac")).begin(), readFile(path("take.1.flac")).begin() + 4), "fLaC");
     EXPECT_TRUE(filesIn(path("ondrava/work")).empty());
 }
 

@@ -3,6 +3,8 @@
 #include "wavefile/riff_info.h"
 #include "wavefile/wave_io.h"
 
+#include <numeric>
+
 #include "support/temp_dir_test.h"
 #include "support/wav_builder.h"
 
@@ -159,17 +161,33 @@ TEST_F(RiffInfoTest, CopiesAChunkWhole)
 
 TEST(FileTypes, TheTableAndTheExtensionRule)
 {
-    ASSERT_EQ(file_types().size(), 21u);
+    // The twenty rows the program always had, then the types read through
+    // the media libraries, then "All Files".
+    ASSERT_EQ(file_types().size(), 27u);
     EXPECT_STREQ(file_types()[0].filter, "Microsoft PCM Files (*.wav)");
     EXPECT_STREQ(file_types()[7].pattern, ".sf");  // without a star, as it always was
     EXPECT_STREQ(file_types()[10].filter, "Unigned binary files (*.sou)");
-    EXPECT_EQ(readable_file_types().size(), 19u);  // no RealMedia, no MP3
-    EXPECT_EQ(readable_types(), (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 19, 20}));
+    EXPECT_STREQ(file_types()[19].filter, "JAF files (*.jaf)");
+    EXPECT_STREQ(file_types()[kTypeFlac].filter, "FLAC files (*.flac)");
+    EXPECT_STREQ(file_types()[kTypeAll].filter, "All Files (*.*)");
+    EXPECT_EQ(readable_file_types().size(), 26u);  // all but RealMedia
+    std::vector<int> readable(27);
+    std::iota(readable.begin(), readable.end(), 0);
+    readable.erase(readable.begin() + kTypeRealMedia);
+    EXPECT_EQ(readable_types(), readable);
     // Every row that can be read opens, every row that can be written saves.
     for (const FileType& t : file_types()) {
         EXPECT_EQ(t.canRead, t.open != nullptr) << t.filter;
-        EXPECT_TRUE(t.canWrite && t.save) << t.filter;
+        EXPECT_EQ(t.canWrite, t.save != nullptr) << t.filter;
     }
+    EXPECT_FALSE(file_types()[kTypeAac].canWrite);
+    EXPECT_TRUE(file_types()[kTypeOpus].canWrite);
+    EXPECT_EQ(file_type_of("song.flac", 0), kTypeFlac);
+    EXPECT_EQ(file_type_of("song.OGA", 0), kTypeVorbis);
+    EXPECT_EQ(file_type_of("song.aiff", 0), 2);
+    EXPECT_EQ(file_type_of("song.aifc", 0), 2);
+    EXPECT_EQ(file_type_of("song.8svx", 0), 1);
+    EXPECT_EQ(file_type_of("song.m4a", 0), kTypeAac);
     // The extension rule alone changes nothing.
     EXPECT_EQ(file_type_of("song.AIF", 7), 2);
     EXPECT_EQ(file_type_of("x.unknown", 7), 7);
