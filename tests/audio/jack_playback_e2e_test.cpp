@@ -155,6 +155,66 @@ TEST_F(JackPlaybackTest, FilesPlayAtTheirOwnLevel)
     }
 }
 
+// 24-bit and float documents reach the server at their full resolution:
+// every sample of a -6 dBFS sine arrives as the document holds it, and at
+// its level. The device's stream carries 32-bit integers (which keep 8-,
+// 16- and 24-bit samples exact on every host); a float's value arrives to
+// within that stream's step, 2^-31 (-186 dBFS).
+TEST_F(JackPlaybackTest, TwentyFourBitAndFloatDocumentsPlayEverySampleExactly)
+{
+    for (bool isFloat : {false, true}) {
+        SCOPED_TRACE(isFloat ? "float" : "24-bit");
+        const std::size_t frames = JackServer::kRate;
+        std::vector<float> values(frames);
+        Bytes data;
+        for (std::size_t i = 0; i < frames; ++i) {
+            const double s = 0.5 * std::sin(2 * M_PI * 1000.0 * static_cast<double>(i) / JackServer::kRate);
+            if (isFloat) {
+                values[i] = static_cast<float>(s);
+                std::uint32_t bits;
+                std::memcpy(&bits, &values[i], 4);
+                for (int ch = 0; ch < 2; ++ch)
+                    WavBuilder::put32(data, bits);
+            } else {
+                const auto v = static_cast<std::int32_t>(std::lround(s * 8388608.0));
+                values[i] = static_cast<float>(v) / 8388608.0f;
+                for (int ch = 0; ch < 2; ++ch) {
+                    data.push_back(static_cast<std::uint8_t>(v));
+                    data.push_back(static_cast<std::uint8_t>(v >> 8));
+                    data.push_back(static_cast<std::uint8_t>(v >> 16));
+                }
+            }
+        }
+        const std::string name = path(isFloat ? "float.wav" : "deep.wav");
+        Bytes fmt = WavBuilder::fmtBody(isFloat ? 3 : 1, 2, JackServer::kRate, isFloat ? 32 : 24);
+        writeFile(name, WavBuilder::riff({WavBuilder::chunk("fmt ", fmt), WavBuilder::chunk("data", data)}));
+        docs.push_back(open_document_file(name));
+        ASSERT_TRUE(docs.back());
+        ASSERT_EQ(docs.back()->wfx.wBitsPerSample, isFloat ? 32 : 24);
+        JackRecorder rec(JackServer::kRate * 3);
+        ASSERT_TRUE(rec.open());
+        PlaybackEngine& e = PlaybackEngine::instance();
+        ASSERT_EQ(e.play_the_wavefile(*docs.back()), 1);
+        ASSERT_EQ(rec.connectPlayers(), 2);
+        ASSERT_TRUE(runUntil([&] { return !e.is_playing(); }, 5000));
+        e.wait_until_released(2000);
+        std::size_t r = 0;
+        while (r < rec.frames() && rec.left()[r] == 0.0f)
+            ++r;
+        ASSERT_LT(r + frames - 1, rec.frames() + 1) << "nothing was heard";
+        // The sine's first sample is 0: the first sound is frame 1.
+        const float step = isFloat ? std::ldexp(1.0f, -31) : 0.0f;
+        std::size_t wrong = 0;
+        for (std::size_t i = 1; i < frames && r + i - 1 < rec.frames(); ++i)
+            wrong += std::abs(rec.left()[r + i - 1] - values[i]) > step ||
+                     std::abs(rec.right()[r + i - 1] - values[i]) > step;
+        EXPECT_EQ(wrong, 0u);
+        const ToneMeasurement tone = measure_tone(rec.left(), rec.frames(), JackServer::kRate, 1000);
+        EXPECT_NEAR(tone.peakDb, -6.0, 0.1);
+        rec.close();
+    }
+}
+
 // The report tells our own starvation (no buffer ready in the middle of
 // playing) apart from the server's xruns: a play whose refills are held up
 // counts starved periods; one that is not counts none.

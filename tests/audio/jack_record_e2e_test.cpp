@@ -8,6 +8,8 @@
 #include "wavefile/wave_header.h"
 #include "wavefile/wave_state.h"
 
+#include "wavefile/sample_format.h"
+
 #include "support/document_test.h"
 #include "support/jack_e2e.h"
 #include "support/tone_analysis.h"
@@ -158,6 +160,58 @@ TEST_F(JackRecordTest, ASignalPlayedIntoTheInputIsInTheTakeSampleForSample)
     // OK: the document holds the take.
     ASSERT_EQ(e.adopt_take(), 1);
     EXPECT_EQ(mismatches(fileBytes(doc->szFileName)), 0);
+}
+
+// Into 24-bit and float documents the take comes at their resolution: a
+// signal of 24-bit values (exact in JACK's float) is in the take value for
+// value, in the document's own width.
+TEST_F(JackRecordTest, TwentyFourBitAndFloatTakesKeepEveryBit)
+{
+    std::vector<float> l, r;
+    std::uint32_t seed = 777;
+    for (int i = 0; i < JackServer::kRate; ++i) {
+        for (std::vector<float>* channel : {&l, &r}) {
+            seed = seed * 1664525u + 1013904223u;
+            const int v = static_cast<int>(seed >> 8) % 6000000 - 3000000;
+            channel->push_back(static_cast<float>(v == 0 ? 1 : v) / 8388608.0f);
+        }
+    }
+    for (bool isFloat : {false, true}) {
+        SCOPED_TRACE(isFloat ? "float" : "24-bit");
+        current_wave_format.nChannels = 2;
+        current_wave_format.nSamplesPerSec = JackServer::kRate;
+        current_wave_format.wFormatTag = isFloat ? 3 : 1;
+        current_wave_format.wBitsPerSample = isFloat ? 32 : 24;
+        current_wave_format.nBytesPerSample = isFloat ? 4 : 3;
+        const std::string name = path(isFloat ? "float-take.wav" : "deep-take.wav");
+        ASSERT_EQ(create_empty_waveform_file_named(name), 1);
+        auto doc = open_document_file(name);
+        ASSERT_TRUE(doc);
+        ASSERT_EQ(doc->wfx.wBitsPerSample, isFloat ? 32 : 24);
+        RecordEngine& e = plainRecording();
+        e.begin_dialog(*doc);
+        e.set_record_position(0);
+        ASSERT_EQ(e.start_recording(), 1);
+        JackPlayer source(l, r);
+        ASSERT_TRUE(source.open());
+        ASSERT_TRUE(runUntil([&] { return source.connectToListeners() == 2; }, 2000));
+        ASSERT_TRUE(playAndStop(e, source));
+        ASSERT_EQ(e.adopt_take(), 1);
+        const Bytes take = fileBytes(doc->szFileName);
+        const SampleFormat format = isFloat ? SampleFormat::F32 : SampleFormat::S24;
+        const std::size_t frameBytes = 2u * static_cast<std::size_t>(sample_bytes(format));
+        std::vector<float> got(take.size() / frameBytes * 2);
+        samples_to_float(format, take.data(), got.data(), got.size());
+        std::size_t start = 0;
+        while (start < got.size() / 2 && got[2 * start] == 0.0f)
+            ++start;
+        ASSERT_GE(got.size() / 2 - start, l.size()) << "the signal is cut short";
+        std::size_t bad = 0;
+        for (std::size_t i = 0; i < l.size(); ++i)
+            bad += got[2 * (start + i)] != l[i] || got[2 * (start + i) + 1] != r[i];
+        EXPECT_EQ(bad, 0u);
+        e.discard_take();
+    }
 }
 
 // Our input ports exist while a take runs; the connections the user made to

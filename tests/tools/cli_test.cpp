@@ -72,6 +72,26 @@ TEST_F(CliTest, NewMakesTheNextSampleFileHere)
     EXPECT_EQ(b[22], 1);   // channels
     EXPECT_EQ(b[34], 16);  // bits
     EXPECT_EQ(cli({"info", "SAMPLE1.WAV"}).exitCode, 0);
+
+    // 24-bit files in the extensible header, float ones with tag 3; both
+    // begin as eight samples of silence.
+    const Run made = cli({"new", "--channels", "2", "--bits", "24", "--rate", "96000"});
+    ASSERT_EQ(made.exitCode, 0) << made.err;
+    const Bytes deep = readFile(made.out.substr(0, made.out.size() - 1));
+    ASSERT_EQ(deep.size(), 12u + 8 + 40 + 8 + 24);
+    EXPECT_EQ(deep[20] | deep[21] << 8, 0xFFFE);
+    EXPECT_EQ(deep[34], 24);
+    EXPECT_EQ(Bytes(deep.end() - 24, deep.end()), Bytes(24, 0));
+    const Run madeFloat = cli({"new", "--bits", "32f"});
+    ASSERT_EQ(madeFloat.exitCode, 0) << madeFloat.err;
+    const std::string floatName = madeFloat.out.substr(0, madeFloat.out.size() - 1);
+    const Bytes floating = readFile(floatName);
+    ASSERT_GT(floating.size(), 34u);
+    EXPECT_EQ(floating[20], 3);
+    EXPECT_EQ(floating[34], 32);
+    const Run info = cli({"info", floatName});
+    EXPECT_EQ(info.exitCode, 0) << info.err;
+    EXPECT_NE(info.out.find("format_tag: 3"), std::string::npos) << info.out;
 }
 
 TEST_F(CliTest, UsageErrorsExitWithTwo)
@@ -82,6 +102,8 @@ TEST_F(CliTest, UsageErrorsExitWithTwo)
     EXPECT_EQ(cli({"open", "x.wav", "--width"}).exitCode, 2);
     EXPECT_EQ(cli({"open", "x.wav", "--width", "wide"}).exitCode, 2);
     EXPECT_EQ(cli({"new", "--bits", "12"}).exitCode, 2);
+    EXPECT_EQ(cli({"new", "--bits", "32"}).exitCode, 2);  // float is "32f"
+    EXPECT_EQ(cli({"--channels-from", "1"}).exitCode, 2);
     EXPECT_EQ(cli({"new", "--channels", "3"}).exitCode, 2);
     EXPECT_EQ(cli({"--help"}).exitCode, 0);
 }

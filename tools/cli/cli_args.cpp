@@ -63,6 +63,19 @@ std::optional<long> CliArgs::integer(const std::string& name, long min, long max
     return v;
 }
 
+std::optional<int> CliArgs::bits(int fallback) const
+{
+    const auto text = value("bits");
+    if (!text)
+        return fallback;
+    if (*text == "8" || *text == "16" || *text == "24")
+        return std::stoi(*text);
+    if (*text == "32f")
+        return 32;
+    std::cerr << "ondrava-cli: --bits must be 8, 16, 24 or 32f\n";
+    return std::nullopt;
+}
+
 bool apply_device_option(const CliArgs& args, bool output)
 {
     const auto given = args.value("device");

@@ -25,6 +25,9 @@ public:
     // An integer option within [min, max]; prints the reason and returns
     // nothing when it is malformed or out of range.
     std::optional<long> integer(const std::string& name, long min, long max, long fallback) const;
+    // --bits: 8, 16 or 24 (PCM) or 32f (float, given as 32); `fallback`
+    // when absent. Prints the reason and returns nothing when malformed.
+    std::optional<int> bits(int fallback) const;
 
 private:
     std::vector<std::string> m_positionals;

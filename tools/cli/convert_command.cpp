@@ -40,15 +40,10 @@ int run_convert_command(const std::vector<std::string>& argv)
     const auto mp3Vbr = args->integer("mp3-vbr", 0, 9, -1);
     if (!channels || !rate || !flacLevel || !vorbisQuality || !opusBitrate || !mp3Bitrate || !mp3Vbr)
         return kExitUsage;
-    // --bits: 8, 16 or 24 PCM, or 32f (32-bit float).
-    int bits = 0;
-    if (const auto given = args->value("bits")) {
-        bits = *given == "8" ? 8 : *given == "16" ? 16 : *given == "24" ? 24 : *given == "32f" ? 32 : -1;
-        if (bits < 0) {
-            std::cerr << "ondrava-cli: --bits must be 8, 16, 24 or 32f\n";
-            return kExitUsage;
-        }
-    }
+    const auto bitsGiven = args->bits(0);
+    if (!bitsGiven)
+        return kExitUsage;
+    const int bits = *bitsGiven;
     options.flacCompression = static_cast<int>(*flacLevel);
     options.vorbisQuality = static_cast<int>(*vorbisQuality);
     options.opusBitrate = static_cast<int>(*opusBitrate);

@@ -19,7 +19,7 @@
 #include <iostream>
 #include <unistd.h>
 
-// ondrava-cli record OUT --seconds S [--channels N] [--bits B] [--rate HZ]
+// ondrava-cli record OUT --seconds S [--channels N] [--bits 8|16|24|32f] [--rate HZ]
 //                        [--device NAME|N] [--trigger LEVEL]
 // Records S seconds from a wave input device into a new WAVE file, through
 // the sampler: a new document, one take from its start, the take adopted and
@@ -59,14 +59,10 @@ int run_record_command(const std::vector<std::string>& argv)
         return kExitFailed;
     }
     const auto channels = args->integer("channels", 1, 2, std::min(2, input->channels));
-    const auto bits = args->integer("bits", 8, 16, 16);
+    const auto bits = args->bits(16);
     const auto rate = args->integer("rate", 1000, 384000, static_cast<long>(input->defaultRate));
     if (!channels || !bits || !rate)
         return kExitUsage;
-    if (*bits != 8 && *bits != 16) {
-        std::cerr << "ondrava-cli: --bits must be 8 or 16\n";
-        return kExitUsage;
-    }
     float level = 0.0f;
     if (const auto trigger = args->value("trigger"); trigger && !parseLevel(*trigger, level)) {
         std::cerr << "ondrava-cli: --trigger takes a level from 0 to 1\n";
@@ -76,6 +72,7 @@ int run_record_command(const std::vector<std::string>& argv)
     const std::string out = args->positionals()[0];
     current_wave_format.nChannels = static_cast<std::uint16_t>(*channels);
     current_wave_format.nSamplesPerSec = static_cast<std::uint32_t>(*rate);
+    current_wave_format.wFormatTag = *bits == 32 ? 3 : 1;
     current_wave_format.wBitsPerSample = static_cast<std::uint16_t>(*bits);
     current_wave_format.nBytesPerSample = static_cast<std::uint16_t>(*bits / 8);
     if (!create_empty_waveform_file_named(out))
