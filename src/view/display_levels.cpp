@@ -113,15 +113,40 @@ int fillOverview(CChildFrame& f, Sample* overview, std::size_t capacity, HWND bo
 // The overview of a 24-bit or float document: the same entries (minimum and
 // maximum of every 256 frames per channel, the last frame left out as
 // above), stored as 16-bit values, which is all a picture of the sound
-// needs. Each chunk of the working file goes to float first.
-template <int Channels>
+// needs: the 24-bit value shifted down 8 bits, the float one scaled to
+// 32768 and rounded down (the same entry for the same sound). Each chunk of
+// the working file is decoded first.
+struct Wide24 {
+    // A 24-bit value shifted down 8 bits is its top two bytes, read as a
+    // signed little-endian word: nothing else needs decoding.
+    using Value = std::int16_t;
+    static void decode(const unsigned char* in, Value* out, std::size_t n)
+    {
+        for (std::size_t i = 0; i < n; ++i)
+            out[i] = static_cast<std::int16_t>(static_cast<std::uint16_t>(in[3 * i + 1] | in[3 * i + 2] << 8));
+    }
+    static std::int16_t entry(Value v) { return v; }
+};
+struct WideFloat {
+    using Value = float;
+    static void decode(const unsigned char* in, Value* out, std::size_t n)
+    {
+        samples_to_float(SampleFormat::F32, in, out, n);
+    }
+    static std::int16_t entry(Value v)
+    {
+        return static_cast<std::int16_t>(std::clamp(std::floor(v * 32768.0f), -32768.0f, 32767.0f));
+    }
+};
+
+template <int Channels, typename Wide>
 int fillWideOverview(CChildFrame& f, int fd, std::int16_t* overview, std::size_t capacity, HWND box)
 {
+    using Value = typename Wide::Value;
     constexpr long kFramesPerBlock = 256;
     constexpr long kBlockUnits = kFramesPerBlock * Channels;
     constexpr long kBlocksPerChunk = 64;
-    const SampleFormat format = f.sampleFormat();
-    const std::size_t unitBytes = static_cast<std::size_t>(sample_bytes(format));
+    const std::size_t unitBytes = static_cast<std::size_t>(f.bytesPerSample());
     const std::int64_t n = f.nTotalSamples;
     const std::int64_t framesFirst = n - Channels - 1 >= 0 ? (n - Channels - 1) / Channels + 1 : 0;
     const std::int64_t framesSecond = n - 4 >= 0 ? (n - 4) / 2 + 1 : 0;
@@ -129,30 +154,26 @@ int fillWideOverview(CChildFrame& f, int fd, std::int16_t* overview, std::size_t
         const std::int64_t frames = limit - blockStart;
         return static_cast<long>(frames < 0 ? 0 : frames > kFramesPerBlock ? kFramesPerBlock : frames);
     };
-    // A float extreme as a 16-bit entry; an empty block keeps the marks the
-    // narrow overview gives it.
-    auto entry = [](float v) {
-        return static_cast<std::int16_t>(std::clamp(std::floor(v * 32768.0f), -32768.0f, 32767.0f));
-    };
-    auto scan = [&](const float* data, int ch, long frames, std::int16_t& lo, std::int16_t& hi) {
+    // An empty block keeps the marks the narrow overview gives it.
+    auto scan = [](const Value* data, int ch, long frames, std::int16_t& lo, std::int16_t& hi) {
         if (frames <= 0) {
             lo = 32767;
             hi = -32767;
             return;
         }
-        float mn = data[ch];
-        float mx = data[ch];
+        Value mn = data[ch];
+        Value mx = data[ch];
         for (long k = 1; k < frames; ++k) {
-            const float v = data[k * Channels + ch];
+            const Value v = data[k * Channels + ch];
             mn = v < mn ? v : mn;
             mx = v > mx ? v : mx;
         }
-        lo = entry(mn);
-        hi = entry(mx);
+        lo = Wide::entry(mn);
+        hi = Wide::entry(mx);
     };
 
     std::vector<unsigned char> raw(static_cast<std::size_t>(kBlocksPerChunk * kBlockUnits) * unitBytes);
-    std::vector<float> chunk(static_cast<std::size_t>(kBlocksPerChunk * kBlockUnits));
+    std::vector<Value> chunk(static_cast<std::size_t>(kBlocksPerChunk * kBlockUnits));
     std::size_t written = 0;
     std::int64_t block = 0;
     const std::int64_t wholeBlocks = n / kBlockUnits;
@@ -162,11 +183,11 @@ int fillWideOverview(CChildFrame& f, int fd, std::int16_t* overview, std::size_t
         const off_t offset = static_cast<off_t>(block * kBlockUnits * static_cast<std::int64_t>(unitBytes));
         if (pread(fd, raw.data(), units * unitBytes, offset) != static_cast<ssize_t>(units * unitBytes))
             return 0;
-        samples_to_float(format, raw.data(), chunk.data(), units);
+        Wide::decode(raw.data(), chunk.data(), units);
         for (long b = 0; b < blocks; ++b, ++block) {
             if (written + 2 * Channels > capacity)
                 return 1;
-            const float* data = chunk.data() + b * kBlockUnits;
+            const Value* data = chunk.data() + b * kBlockUnits;
             const std::int64_t blockStart = block * kFramesPerBlock;
             std::int16_t lo[2] = {};
             std::int16_t hi[2] = {};
@@ -193,9 +214,12 @@ int fillWideOverview(CChildFrame& f, std::int16_t* overview, std::size_t capacit
 {
     const int fd = f.levels[f.nMaxZoomLevel].file.get();
     posix_fadvise(fd, 0, 0, POSIX_FADV_SEQUENTIAL);
+    const bool isFloat = f.sampleFormat() == SampleFormat::F32;
     if (f.wfx.nChannels == 2)
-        return fillWideOverview<2>(f, fd, overview, capacity, box);
-    return fillWideOverview<1>(f, fd, overview, capacity, box);
+        return isFloat ? fillWideOverview<2, WideFloat>(f, fd, overview, capacity, box)
+                       : fillWideOverview<2, Wide24>(f, fd, overview, capacity, box);
+    return isFloat ? fillWideOverview<1, WideFloat>(f, fd, overview, capacity, box)
+                   : fillWideOverview<1, Wide24>(f, fd, overview, capacity, box);
 }
 
 }  // namespace

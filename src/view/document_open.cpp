@@ -67,7 +67,8 @@ int prepare_working_file(CChildFrame& f)
     }
     busy_wait_ms(20);
     f.szDisplayName = file_name_part(szOpenedFileName);
-    if (bOpenedByConverter)
+    // A decoded file is raw samples whose format the decoding set.
+    if (bOpenedByConverter || !wave_state().importedFrom.empty())
         return 1;
     if (ReadInputWaveformHeader(szOpenedFileName, 0))
         return 1;
@@ -92,11 +93,17 @@ int load_document_file(CChildFrame& f)
 
     char text[600];
     std::snprintf(text, sizeof text, "Reading file %s...", file_name_part(szOpenedFileName).c_str());
-    // The samples are the "data" chunk's own bytes: chunks after it and the
-    // pad byte of an odd-sized chunk are not audio.
-    if (!f.copy_file_to_file(f.szFileName, szOpenedFileName, dataBytes, static_cast<std::uint32_t>(dataOffset), 0,
-                             1, text))
+    // A file a library decoded for this document is its samples already,
+    // in a file of ours: it becomes the working file as it is.
+    const bool decoded = !wave_state().importedFrom.empty() && dataOffset == 0 && dataBytes == fileLength;
+    if (decoded && ::rename(szOpenedFileName.c_str(), f.szFileName.c_str()) == 0) {
+        // taken over whole
+    } else if (!f.copy_file_to_file(f.szFileName, szOpenedFileName, dataBytes, static_cast<std::uint32_t>(dataOffset),
+                                    0, 1, text)) {
+        // The samples are the "data" chunk's own bytes: chunks after it and
+        // the pad byte of an odd-sized chunk are not audio.
         return 0;
+    }
 
     compute_display_levels(f, screen_width_pixels());
     if (dataBytes < 9)
@@ -157,10 +164,13 @@ int open_document(CChildFrame& f, bool newEmpty)
         return 1;
     }
     apply_initial_zoom(f, preferences().zoomedInitialDisplay, screen_width_pixels());
-    // Marks saved with the file come back with it, and so do its INFO items.
-    load_stored_timemarks(f, szOpenedFileName);
-    f.infoList = read_info_list(szOpenedFileName);
-    if (!discardImport.source.empty()) {
+    // Marks saved with the file come back with it, and so do its INFO items
+    // (a decoded file's are its source's tags).
+    if (discardImport.source.empty()) {
+        load_stored_timemarks(f, szOpenedFileName);
+        f.infoList = read_info_list(szOpenedFileName);
+    } else {
+        f.infoList = wave_state().importInfo;
         // Decoded by a library into a file of ours, which goes when this
         // returns: the document is the source's, but not its file (Save
         // asks for a name).

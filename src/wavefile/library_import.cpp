@@ -4,13 +4,13 @@
 #include "app/file_names.h"
 #include "app/instance_files.h"
 #include "app/messages.h"
+#include "app/posix_io.h"
 #include "app/progress.h"
+#include "app/unique_fd.h"
 #include "wavefile/audio_decoder.h"
 #include "wavefile/channel_choice.h"
 #include "wavefile/file_content.h"
-#include "wavefile/riff_file.h"
 #include "wavefile/riff_info.h"
-#include "wavefile/wave_header.h"
 #include "wavefile/wave_state.h"
 #include "wavefile/wavefile_dialogs.h"
 
@@ -18,6 +18,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <optional>
 #include <unistd.h>
 #include <vector>
@@ -40,14 +41,10 @@ public:
     int outputChannels() const { return m_out; }
     std::uint64_t frameBytes() const { return static_cast<std::uint64_t>(m_out) * sample_bytes(m_format); }
 
-    bool begin(RiffFile& file, std::uint32_t rate, const InfoList* info)
-    {
-        const WaveHeaderContent content{sample_fmt_record(m_out, rate, m_format), info, {}};
-        return write_waveform_header(file, 0, content) != 0;
-    }
+    SampleFormat format() const { return m_format; }
 
     // Stores `frames` decoded frames; false when the file cannot take them.
-    bool write(RiffFile& file, const float* in, long frames)
+    bool write(int fd, const float* in, long frames)
     {
         const auto n = static_cast<std::size_t>(frames);
         const float* samples = in;
@@ -73,8 +70,7 @@ public:
         const std::size_t count = n * static_cast<std::size_t>(m_out);
         m_bytes.resize(count * static_cast<std::size_t>(sample_bytes(m_format)));
         float_to_samples(m_format, samples, m_bytes.data(), count);
-        return file.write(m_bytes.data(), static_cast<long long>(m_bytes.size())) ==
-               static_cast<long long>(m_bytes.size());
+        return write_fully(fd, m_bytes.data(), static_cast<long long>(m_bytes.size()));
     }
 
 private:
@@ -123,16 +119,12 @@ enum class Outcome { Done, Failed, Cancelled };
 Outcome decode(AudioDecoder& d, ImportWriter& writer, const std::string& name, const std::string& target,
                std::uint64_t& done)
 {
-    RiffFile file;
-    if (!file.open(target, RiffFile::Mode::Create)) {
+    const UniqueFd file(::open(target.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+    if (!file.valid()) {
         ErrMsg("Cannot decode %s: %s cannot be made (%s).", file_name_part(name).c_str(), target.c_str(),
                std::strerror(errno));
         return Outcome::Failed;
     }
-    const std::shared_ptr<InfoList> info = info_list_from_tags(d.tags);
-    if (!writer.begin(file, d.rate, info.get()))
-        return Outcome::Failed;
-
     char text[600];
     std::snprintf(text, sizeof text, "Reading file %s...", file_name_part(name).c_str());
     const ProgressScope progress(text, true);
@@ -152,7 +144,7 @@ Outcome decode(AudioDecoder& d, ImportWriter& writer, const std::string& name, c
                    file_name_part(name).c_str());
             return Outcome::Failed;
         }
-        if (!writer.write(file, block.data(), got)) {
+        if (!writer.write(file.get(), block.data(), got)) {
             ErrMsg("Cannot decode %s: %s", file_name_part(name).c_str(), std::strerror(errno ? errno : ENOSPC));
             return Outcome::Failed;
         }
@@ -161,14 +153,10 @@ Outcome decode(AudioDecoder& d, ImportWriter& writer, const std::string& name, c
         if (progress.cancelled())
             return Outcome::Cancelled;
     }
-    if (ascend_and_update_waveform_file(file) != MMSYSERR_NOERROR || !file.close()) {
-        ErrMsg("Cannot decode %s: %s", file_name_part(name).c_str(), std::strerror(errno ? errno : ENOSPC));
-        return Outcome::Failed;
-    }
     return Outcome::Done;
 }
 
-std::string decodedPath() { return join_path(instance_directory(), "decoded.wav"); }
+std::string decodedPath() { return join_path(instance_directory(), "decoded.raw"); }
 
 }  // namespace
 
@@ -212,9 +200,18 @@ int open_library_file(const std::string& name, bool sayUnreadable)
             ErrMsg("Cannot open %s: %s finds no sound in it.", file_name_part(name).c_str(), d->library.c_str());
         return 0;
     }
+    const std::uint16_t bits = static_cast<std::uint16_t>(sample_bits(writer.format()));
+    current_wave_format = WaveFormat{static_cast<std::uint16_t>(wave_format_tag(writer.format())),
+                                     static_cast<std::uint16_t>(writer.outputChannels()), bits,
+                                     static_cast<std::uint16_t>(bits / 8), d->rate};
+    data_chunk_size = static_cast<std::uint32_t>(frames * writer.frameBytes());
+    data_chunk_offset = 0;
+    data_chunk_truncated = 0;
     szOpenedFileName = target;
-    wave_state().importedFrom = name;
-    wave_state().importNote = choice ? channel_choice_note(*choice, d->channels) : std::string();
+    WaveState& s = wave_state();
+    s.importedFrom = name;
+    s.importNote = choice ? channel_choice_note(*choice, d->channels) : std::string();
+    s.importInfo = info_list_from_tags(d->tags);
     return 1;
 }
 
@@ -225,4 +222,5 @@ void discard_imported_file()
         ::unlink(decodedPath().c_str());
     s.importedFrom.clear();
     s.importNote.clear();
+    s.importInfo.reset();
 }

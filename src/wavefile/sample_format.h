@@ -183,16 +183,35 @@ inline void samples_to_float(SampleFormat f, const unsigned char* in, float* out
     }
 }
 
+// `x` clamped to [lo, hi] and rounded to the nearest integer, ties to
+// even, as std::lrint rounds, without a library call: adding 1.5 * 2^52 to
+// a double leaves the rounded value in its low bits. The clamp comes first,
+// which gives the same result as rounding first for integer bounds (and
+// keeps NaN from the sum: it goes to `hi`).
+inline std::int32_t round_clamped(float x, float lo, float hi)
+{
+    const double clamped = std::max<double>(lo, std::min<double>(hi, x));
+    const double shifted = clamped + 6755399441055744.0;
+    std::int64_t bits;
+    std::memcpy(&bits, &shifted, 8);
+    return static_cast<std::int32_t>(bits);
+}
+
 inline void float_to_samples(SampleFormat f, const float* in, unsigned char* out, std::size_t samples)
 {
     constexpr bool little = std::endian::native == std::endian::little;
     if (f == SampleFormat::U8) {
         for (std::size_t i = 0; i < samples; ++i)
-            out[i] = static_cast<unsigned char>(std::clamp(std::lrint(in[i] * 128.0f), -128L, 127L) + 128);
+            out[i] = static_cast<unsigned char>(round_clamped(in[i] * 128.0f, -128.0f, 127.0f) + 128);
     } else if (f == SampleFormat::S16 && little) {
         for (std::size_t i = 0; i < samples; ++i) {
-            const auto v = static_cast<std::int16_t>(std::clamp(std::lrint(in[i] * 32768.0f), -32768L, 32767L));
+            const auto v = static_cast<std::int16_t>(round_clamped(in[i] * 32768.0f, -32768.0f, 32767.0f));
             std::memcpy(out + 2 * i, &v, 2);
+        }
+    } else if (f == SampleFormat::S24 && little) {
+        for (std::size_t i = 0; i < samples; ++i) {
+            const std::int32_t v = round_clamped(in[i] * 8388608.0f, -8388608.0f, 8388607.0f);
+            std::memcpy(out + 3 * i, &v, 3);
         }
     } else if (f == SampleFormat::F32 && little) {
         std::memcpy(out, in, samples * 4);

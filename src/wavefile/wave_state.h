@@ -69,11 +69,14 @@ struct WaveState {
     // Opening state shared by the open, new-file and converter paths.
     std::string szOpenedFileName;
     std::string szOpenedAviFileName;  // the AVI whose sound was opened (avi_file.h)
-    // The file a media library decoded into szOpenedFileName (a temporary
-    // file of this program's own, library_import.h), and what the title
-    // says of its channels; empty when the last opening was no such import.
+    // The file a media library decoded into szOpenedFileName (raw samples
+    // in a file of this program's own, library_import.h, described by
+    // current_wave_format and data_chunk_size), its tags as INFO items, and
+    // what the title says of its channels; empty when the last opening was
+    // no such import.
     std::string importedFrom;
     std::string importNote;
+    std::shared_ptr<InfoList> importInfo;
     int bOpenedByConverter = 0;
     int bNeedsConversion = 0;
     // Set while a new file is made from a one-channel highlight.
