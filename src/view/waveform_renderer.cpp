@@ -51,8 +51,12 @@ double displayFullScale(const CChildFrame& f) { return f.bytesPerSample() == 1 ?
 int displayValue(SampleFormat format, const unsigned char* p)
 {
     if (format == SampleFormat::S24)
-        return sample_value(format, p) >> 8;
-    return static_cast<int>(std::clamp(std::floor(sample_to_float(format, p) * 32768.0f), -32768.0f, 32767.0f));
+        return static_cast<std::int16_t>(static_cast<std::uint16_t>(p[1] | p[2] << 8));  // the value >> 8
+    // Rounded down, as the overview's entries are (a conversion truncates
+    // toward zero; values below it step one down).
+    const float x = std::clamp(sample_to_float(format, p) * 32768.0f, -32768.0f, 32767.0f);
+    const int truncated = static_cast<int>(x);
+    return truncated - (x < static_cast<float>(truncated) ? 1 : 0);
 }
 
 // Rows a sample value moves the trace in a drawing `rows` high, less a
