@@ -3,6 +3,8 @@
 #include "app/main_frame.h"
 
 #include "app/app_paths.h"
+#include "app/file_names.h"
+#include "app/messages.h"
 #include "app/preference_store.h"
 #include "app/timing_trace.h"
 #include "app/startup_files.h"
@@ -64,8 +66,16 @@ void CMainFrame::save(bool askName, bool selectionOnly)
         if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
             return;
         target = dialog.selectedFiles().first().toStdString();
-        type = dialog.selectedType();
+        // The name's extension, when it has one, says the type: a file
+        // never holds one type's bytes under another's name.
+        type = written_type_of(target, dialog.selectedType());
         options = dialog.options();
+        if (type < 0) {
+            const std::string leaf = file_name_part(target);
+            ErrMsg("Cannot save %s: %s is not a file type this program writes.", leaf.c_str(),
+                   leaf.substr(leaf.rfind('.')).c_str());
+            return;
+        }
     }
     const bool saved = save_by_type(f, target, type, selectionOnly ? 1 : 0, options) != 0;
     // Only a WAVE file becomes the document's own file.

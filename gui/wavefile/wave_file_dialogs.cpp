@@ -144,6 +144,11 @@ SaveWaveDialog::SaveWaveDialog(CChildFrame& document, QWidget* parent, const QSt
     const QStringList filters = filtersOf(file_types());
     setNameFilters(filters);
     selectNameFilter(filters[defaultExtension == QLatin1String("avi") ? kTypeAvi : kTypeWav]);
+    // A name typed without an extension takes the chosen type's.
+    connect(this, &QFileDialog::filterSelected, this, [this](const QString&) {
+        const auto& type = file_types()[static_cast<std::size_t>(selectedType())];
+        setDefaultSuffix(type.extensions.empty() ? QString() : QString::fromLatin1(type.extensions.front()));
+    });
 
     // Opening takes the document's format and clears the conversion choices.
     current_wave_format.nChannels = document.wfx.nChannels;

@@ -105,6 +105,18 @@ int file_type_of(const std::string& name, int otherwise)
     return otherwise;
 }
 
+int written_type_of(const std::string& name, int chosen)
+{
+    const std::string leaf = name.substr(name.find_last_of('/') + 1);
+    const auto dot = leaf.rfind('.');
+    if (dot == std::string::npos || dot + 1 == leaf.size())
+        return chosen;
+    const int named = file_type_of("x" + leaf.substr(dot), -1);
+    if (named < 0 || !file_types()[static_cast<std::size_t>(named)].canWrite)
+        return -1;
+    return named;
+}
+
 int remember_file_type(const std::string& name)
 {
     // A WAVE file is a WAVE file whatever was chosen before: otherwise one

@@ -46,6 +46,12 @@ std::vector<FileType> readable_file_types();
 // The type of a file name by its extension (the text after the first dot,
 // any case): "wav" is WAV; another extension of no type gives `otherwise`.
 int file_type_of(const std::string& name, int otherwise);
+// The type a save writes `name` as, by the text after its last dot: the
+// type that extension names when it is one we write; `chosen` when the name
+// has no extension; -1 when the extension names a type that is only read,
+// or none at all, so that a file never holds one type's bytes under a name
+// that says another.
+int written_type_of(const std::string& name, int chosen);
 // The type chosen last (in the open dialog, or by the last file opened),
 // which a name of no known extension keeps.
 extern int& last_file_type;

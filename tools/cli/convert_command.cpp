@@ -54,11 +54,10 @@ int run_convert_command(const std::vector<std::string>& argv)
     // is read or written: its bytes would otherwise be a WAVE file under a
     // name that says something else.
     const std::string& target = args->positionals()[1];
-    const std::string leaf = target.substr(target.find_last_of('/') + 1);
-    const std::string last = leaf.find('.') == std::string::npos ? std::string() : leaf.substr(leaf.rfind('.') + 1);
-    const int named = last.empty() ? -1 : file_type_of("x." + last, -1);
-    if (!last.empty() && (named < 0 || !file_types()[static_cast<std::size_t>(named)].canWrite)) {
-        std::cerr << "ondrava-cli: " << target << ": ." << last << " is not a file type this program writes\n";
+    if (written_type_of(target, kTypeWav) < 0) {
+        const std::string leaf = target.substr(target.find_last_of('/') + 1);
+        std::cerr << "ondrava-cli: " << target << ": " << leaf.substr(leaf.rfind('.'))
+                  << " is not a file type this program writes\n";
         return kExitUsage;
     }
     DocumentSession session;
@@ -77,8 +76,8 @@ int run_convert_command(const std::vector<std::string>& argv)
     options.bSaveCompressed = args->has("adpcm");
     // The type by OUT's last extension; a name without one keeps the type
     // of the file opened, as the save dialog would.
-    const std::string& out = args->positionals()[1];
-    const int saved = save_by_type(f, out, named >= 0 ? named : file_type_of(out, last_file_type), 0, options);
+    const int type = written_type_of(target, file_type_of(target, last_file_type));
+    const int saved = save_by_type(f, target, type, 0, options);
     // An MP3 encoder runs on its own: the command waits for it.
     if (saved && !wait_for_mp3_encoders(10 * 60 * 1000))
         return kExitFailed;
