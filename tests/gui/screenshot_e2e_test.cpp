@@ -182,3 +182,81 @@ TEST_F(ScreenshotTest, OpenSelectReverseCloseAndAnswerThePrompt)
     EXPECT_EQ(readFile(path("crescendo.wav")), original);
     EXPECT_TRUE(filesIn(path("ondrava/work")).empty());
 }
+
+// A six-channel 24-bit FLAC named on the command line: the program asks
+// about its channels over its window, the answer (mix down) shows the trace, and Save As with a name ending in .flac writes FLAC
+// that flac itself decodes to the mix at 24 bits.
+TEST_F(ScreenshotTest, ASixChannelFlacIsMixedDownAndSavedAsFlac)
+{
+    // Channel c (from 0) holds a 220 Hz tone at an amplitude of its own.
+    const int rate = 48000, frames = 3 * rate;
+    const double amplitude[6] = {0.5, 0.1, 0.3, 0.05, 0.2, 0.4};
+    std::ostringstream synth;
+    synth << "sox -n -r " << rate << " -b 24 -c 6 '" << path("surround.flac") << "' synth 3 sine 220 remix";
+    for (int c = 0; c < 6; ++c)
+        synth << " 1v" << amplitude[c];
+    ASSERT_EQ(std::system((synth.str() + " 2>&1").c_str()), 0);
+    const auto source = readFile(path("surround.flac"));
+    writeQuietProfile();
+
+    const std::string shot = path("shot-");
+    std::ostringstream script;
+    script << "openbox >/dev/null 2>&1 &\n"
+           << "sleep 1\n"
+           << "'" ONDRAVA_GUI "' '" << path("surround.flac") << "' &\n"
+           << "pid=$!\n"
+           << "xdotool search --sync --onlyvisible --name '^Channels$' >/dev/null\n"
+           << "sleep 1\n"
+           << "import -window root '" << shot << "question.png'\n"
+           << "xdotool key Return\n"
+           << "sleep 2\n"
+           << "import -window root '" << shot << "mixed.png'\n"
+           << "xdotool key ctrl+shift+s\n"
+           << "sleep 1.5\n"
+           << "xdotool key ctrl+a\n"
+           << "xdotool type --delay 20 '" << path("mixed.flac") << "'\n"
+           << "xdotool key Return\n"
+           << "sleep 2\n"
+           << "kill -TERM $pid\n"
+           << "wait $pid\n"
+           << "echo exit=$?\n";
+    ASSERT_EQ(runOnDesktop(script.str()), 0) << runLog();
+    EXPECT_NE(runLog().find("exit=0"), std::string::npos) << runLog();
+
+    const QImage question(QString::fromStdString(shot + "question.png"));
+    const QImage mixed(QString::fromStdString(shot + "mixed.png"));
+    ASSERT_FALSE(question.isNull());
+    ASSERT_FALSE(mixed.isNull());
+    const QRgb data = qRgb(0, 0, 128);
+    const QRect screen(0, 0, 1280, 800);
+    // No trace while the question stands; the trace once it is answered.
+    EXPECT_LT(colourCount(question, data, screen), 100);
+    EXPECT_GT(colourCount(mixed, data, screen), 20000);
+
+    // What flac decodes: the mix at 24 bits. Left: front left, centre and
+    // back left, the latter two at -3 dB, over the sum of the weights.
+    ASSERT_EQ(std::system(("flac -d -s -f --force-raw-format --endian=little --sign=signed -o '" + path("mixed.raw") +
+                           "' '" + path("mixed.flac") + "'")
+                              .c_str()),
+              0)
+        << runLog();
+    const auto raw = readFile(path("mixed.raw"));
+    ASSERT_EQ(raw.size(), static_cast<std::size_t>(frames) * 2 * 3);
+    const double k = std::sqrt(0.5), sum = 1 + 2 * k;
+    const double gains[2] = {(amplitude[0] + k * amplitude[2] + k * amplitude[4]) / sum,
+                             (amplitude[1] + k * amplitude[2] + k * amplitude[5]) / sum};
+    double peak[2] = {0, 0};
+    for (int i = 0; i < frames; ++i)
+        for (int c = 0; c < 2; ++c) {
+            const std::uint8_t* p = raw.data() + (2 * i + c) * 3;
+            const std::int32_t v = static_cast<std::int32_t>(static_cast<std::uint32_t>(p[0]) << 8 |
+                                                              static_cast<std::uint32_t>(p[1]) << 16 |
+                                                              static_cast<std::uint32_t>(p[2]) << 24) >> 8;
+            peak[c] = std::max(peak[c], std::abs(v / 8388608.0));
+        }
+    EXPECT_NEAR(peak[0], gains[0], 0.002);
+    EXPECT_NEAR(peak[1], gains[1], 0.002);
+    // The source is as it was.
+    EXPECT_EQ(readFile(path("surround.flac")), source);
+    EXPECT_TRUE(filesIn(path("ondrava/work")).empty());
+}
