@@ -184,8 +184,9 @@ TEST_F(ScreenshotTest, OpenSelectReverseCloseAndAnswerThePrompt)
 }
 
 // A six-channel 24-bit FLAC named on the command line: the program asks
-// about its channels over its window, the answer (mix down) shows the trace, and Save As with a name ending in .flac writes FLAC
-// that flac itself decodes to the mix at 24 bits.
+// about its channels over its window, the answer (mix down) shows as a
+// trace, and Save As with a name ending in .flac writes FLAC that flac
+// itself decodes to the mix at 24 bits.
 TEST_F(ScreenshotTest, ASixChannelFlacIsMixedDownAndSavedAsFlac)
 {
     // Channel c (from 0) holds a 220 Hz tone at an amplitude of its own.
