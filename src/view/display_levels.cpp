@@ -40,6 +40,49 @@ Extremes scanChannel(const Sample* block, long frames)
     return {lo, hi};
 }
 
+// Every 256 frames of each channel make one overview entry.
+constexpr long kFramesPerBlock = 256;
+
+// How many frames of each channel the overview reads: unit indexes above
+// n - channels - 1 (first channel) and n - 3 (second channel) are never
+// read, so the document's last frame is left out.
+struct ChannelFrames {
+    std::int64_t first;
+    std::int64_t second;
+};
+ChannelFrames channel_frames(std::int64_t n, int channels)
+{
+    return {n - channels - 1 >= 0 ? (n - channels - 1) / channels + 1 : 0, n - 4 >= 0 ? (n - 4) / 2 + 1 : 0};
+}
+
+// The frames of the block starting at frame `blockStart` below a channel's limit.
+long frames_in(std::int64_t limit, std::int64_t blockStart)
+{
+    const std::int64_t frames = limit - blockStart;
+    return static_cast<long>(frames < 0 ? 0 : frames > kFramesPerBlock ? kFramesPerBlock : frames);
+}
+
+// After every tenth block the progress box shows how far the fill is;
+// false when its Cancel was pressed.
+bool report_progress(HWND box, std::int64_t block, long blockUnits, std::int64_t n)
+{
+    if (block % 10 != 9)
+        return true;
+    if (cancel_button_pressed(box))
+        return false;
+    show_percent_done(box, static_cast<int>(static_cast<double>((block + 1) * blockUnits) * 100.0 /
+                                            static_cast<double>(n)));
+    return true;
+}
+
+// The finest level's file, read from start to end.
+int sequential_finest_file(CChildFrame& f)
+{
+    const int fd = f.levels[f.nMaxZoomLevel].file.get();
+    posix_fadvise(fd, 0, 0, POSIX_FADV_SEQUENTIAL);
+    return fd;
+}
+
 // Fills the overview from the working file. Sample is the stored type of
 // both levels: unsigned bytes for 8-bit data, signed words for 16-bit data.
 // The file is read in large chunks rather than through its map, which spares
@@ -47,19 +90,10 @@ Extremes scanChannel(const Sample* block, long frames)
 template <int Channels, typename Sample>
 int fillOverview(CChildFrame& f, int fd, Sample* overview, std::size_t capacity, HWND box)
 {
-    constexpr long kFramesPerBlock = 256;
     constexpr long kBlockUnits = kFramesPerBlock * Channels;
     constexpr long kBlocksPerChunk = (1L << 20) / (kBlockUnits * static_cast<long>(sizeof(Sample)));
     const std::int64_t n = f.nTotalSamples;
-    // Unit indexes above n - channels - 1 (first channel) and n - 3 (second
-    // channel) are never read, so the document's last frame is left out. As
-    // frame counts per channel:
-    const std::int64_t framesFirst = n - Channels - 1 >= 0 ? (n - Channels - 1) / Channels + 1 : 0;
-    const std::int64_t framesSecond = n - 4 >= 0 ? (n - 4) / 2 + 1 : 0;
-    auto framesIn = [](std::int64_t limit, std::int64_t blockStart) {
-        const std::int64_t frames = limit - blockStart;
-        return static_cast<long>(frames < 0 ? 0 : frames > kFramesPerBlock ? kFramesPerBlock : frames);
-    };
+    const ChannelFrames limits = channel_frames(n, Channels);
 
     std::vector<Sample> chunk(static_cast<std::size_t>(kBlocksPerChunk * kBlockUnits));
     std::size_t written = 0;
@@ -76,10 +110,10 @@ int fillOverview(CChildFrame& f, int fd, Sample* overview, std::size_t capacity,
                 return 1;
             const Sample* data = chunk.data() + b * kBlockUnits;
             const std::int64_t blockStart = block * kFramesPerBlock;
-            const Extremes first = scanChannel<Channels, 0>(data, framesIn(framesFirst, blockStart));
+            const Extremes first = scanChannel<Channels, 0>(data, frames_in(limits.first, blockStart));
             if constexpr (Channels == 2) {
                 const Extremes second =
-                    scanChannel<Channels, 1>(data, framesIn(framesSecond, blockStart));
+                    scanChannel<Channels, 1>(data, frames_in(limits.second, blockStart));
                 overview[written++] = static_cast<Sample>(first.min);
                 overview[written++] = static_cast<Sample>(second.min);
                 overview[written++] = static_cast<Sample>(first.max);
@@ -89,12 +123,8 @@ int fillOverview(CChildFrame& f, int fd, Sample* overview, std::size_t capacity,
                 overview[written++] = static_cast<Sample>(first.max);
             }
             f.nLevelLength[1] = static_cast<std::uint32_t>(written);
-            if (block % 10 == 9) {
-                if (cancel_button_pressed(box))
-                    return 0;
-                show_percent_done(box, static_cast<int>(static_cast<double>((block + 1) * kBlockUnits) *
-                                                        100.0 / static_cast<double>(n)));
-            }
+            if (!report_progress(box, block, kBlockUnits, n))
+                return 0;
         }
     }
     return 1;
@@ -103,8 +133,7 @@ int fillOverview(CChildFrame& f, int fd, Sample* overview, std::size_t capacity,
 template <typename Sample>
 int fillOverview(CChildFrame& f, Sample* overview, std::size_t capacity, HWND box)
 {
-    const int fd = f.levels[f.nMaxZoomLevel].file.get();
-    posix_fadvise(fd, 0, 0, POSIX_FADV_SEQUENTIAL);
+    const int fd = sequential_finest_file(f);
     if (f.wfx.nChannels == 2)
         return fillOverview<2>(f, fd, overview, capacity, box);
     return fillOverview<1>(f, fd, overview, capacity, box);
@@ -143,17 +172,11 @@ template <int Channels, typename Wide>
 int fillWideOverview(CChildFrame& f, int fd, std::int16_t* overview, std::size_t capacity, HWND box)
 {
     using Value = typename Wide::Value;
-    constexpr long kFramesPerBlock = 256;
     constexpr long kBlockUnits = kFramesPerBlock * Channels;
     constexpr long kBlocksPerChunk = 64;
     const std::size_t unitBytes = static_cast<std::size_t>(f.bytesPerSample());
     const std::int64_t n = f.nTotalSamples;
-    const std::int64_t framesFirst = n - Channels - 1 >= 0 ? (n - Channels - 1) / Channels + 1 : 0;
-    const std::int64_t framesSecond = n - 4 >= 0 ? (n - 4) / 2 + 1 : 0;
-    auto framesIn = [](std::int64_t limit, std::int64_t blockStart) {
-        const std::int64_t frames = limit - blockStart;
-        return static_cast<long>(frames < 0 ? 0 : frames > kFramesPerBlock ? kFramesPerBlock : frames);
-    };
+    const ChannelFrames limits = channel_frames(n, Channels);
     // An empty block keeps the marks the narrow overview gives it.
     auto scan = [](const Value* data, int ch, long frames, std::int16_t& lo, std::int16_t& hi) {
         if (frames <= 0) {
@@ -191,20 +214,16 @@ int fillWideOverview(CChildFrame& f, int fd, std::int16_t* overview, std::size_t
             const std::int64_t blockStart = block * kFramesPerBlock;
             std::int16_t lo[2] = {};
             std::int16_t hi[2] = {};
-            scan(data, 0, framesIn(framesFirst, blockStart), lo[0], hi[0]);
+            scan(data, 0, frames_in(limits.first, blockStart), lo[0], hi[0]);
             if constexpr (Channels == 2)
-                scan(data, 1, framesIn(framesSecond, blockStart), lo[1], hi[1]);
+                scan(data, 1, frames_in(limits.second, blockStart), lo[1], hi[1]);
             for (int ch = 0; ch < Channels; ++ch)
                 overview[written++] = lo[ch];
             for (int ch = 0; ch < Channels; ++ch)
                 overview[written++] = hi[ch];
             f.nLevelLength[1] = static_cast<std::uint32_t>(written);
-            if (block % 10 == 9) {
-                if (cancel_button_pressed(box))
-                    return 0;
-                show_percent_done(box, static_cast<int>(static_cast<double>((block + 1) * kBlockUnits) *
-                                                        100.0 / static_cast<double>(n)));
-            }
+            if (!report_progress(box, block, kBlockUnits, n))
+                return 0;
         }
     }
     return 1;
@@ -212,8 +231,7 @@ int fillWideOverview(CChildFrame& f, int fd, std::int16_t* overview, std::size_t
 
 int fillWideOverview(CChildFrame& f, std::int16_t* overview, std::size_t capacity, HWND box)
 {
-    const int fd = f.levels[f.nMaxZoomLevel].file.get();
-    posix_fadvise(fd, 0, 0, POSIX_FADV_SEQUENTIAL);
+    const int fd = sequential_finest_file(f);
     const bool isFloat = f.sampleFormat() == SampleFormat::F32;
     if (f.wfx.nChannels == 2)
         return isFloat ? fillWideOverview<2, WideFloat>(f, fd, overview, capacity, box)

@@ -14,7 +14,7 @@
 #include "view/waveform_renderer.h"
 #include "wavefile/sample_format.h"
 
-#include "support/document_test.h"
+#include "support/edit_document_test.h"
 #include "support/qt_application.h"
 
 #include <cstring>
@@ -78,14 +78,8 @@ float f32(const Bytes& b, std::size_t at)
 
 }  // namespace
 
-class DeepDocumentTest : public DocumentTest {
+class DeepDocumentTest : public EditDocumentTest {
 protected:
-    void TearDown() override
-    {
-        mix_settings = MixSettings{};
-        docs.clear();
-        DocumentTest::TearDown();
-    }
     CChildFrame& open(int channels, bool isFloat, std::size_t frames, std::uint32_t seed,
                       const std::string& name = "deep.wav")
     {
@@ -95,25 +89,6 @@ protected:
         EXPECT_TRUE(docs.back()) << name;
         return *docs.back();
     }
-    static void select(CChildFrame& f, std::uint32_t start, std::uint32_t end)
-    {
-        f.bHighlight = 1;
-        set_selection_units(f, start, end);
-    }
-    static Bytes slice(const Bytes& b, std::size_t from, std::size_t to)
-    {
-        return Bytes(b.begin() + static_cast<long>(std::min(from, b.size())),
-                     b.begin() + static_cast<long>(std::min(to, b.size())));
-    }
-    static Bytes join(std::initializer_list<Bytes> parts)
-    {
-        Bytes out;
-        for (const Bytes& p : parts)
-            out.insert(out.end(), p.begin(), p.end());
-        return out;
-    }
-    Bytes data;
-    std::vector<std::unique_ptr<CChildFrame>> docs;
 };
 
 TEST_F(DeepDocumentTest, EveryEditKeepsEveryByteAtTwentyFourBitsAndInFloat)

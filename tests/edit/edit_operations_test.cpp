@@ -6,7 +6,7 @@
 #include "app/edit_menu_state.h"
 #include "view/mouse_selection.h"
 
-#include "support/document_test.h"
+#include "support/edit_document_test.h"
 
 #include <cmath>
 #include <filesystem>
@@ -14,14 +14,8 @@
 
 using Bytes = WavBuilder::Bytes;
 
-class EditTest : public DocumentTest {
+class EditTest : public EditDocumentTest {
 protected:
-    void TearDown() override
-    {
-        mix_settings = MixSettings{};
-        docs.clear();
-        DocumentTest::TearDown();
-    }
     // A document of random bytes; keeps the data for reference.
     CChildFrame& open(int channels, int bits, std::size_t frames, std::uint32_t seed, const std::string& name = "doc.wav")
     {
@@ -32,29 +26,11 @@ protected:
         EXPECT_TRUE(docs.back());
         return *docs.back();
     }
-    static void select(CChildFrame& f, std::uint32_t start, std::uint32_t end)
-    {
-        f.bHighlight = 1;
-        set_selection_units(f, start, end);
-    }
     static Bytes shown(const CChildFrame& f)
     {
         std::ifstream in(f.szFileName, std::ios::binary);
         return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
     }
-    static Bytes slice(const Bytes& b, std::size_t from, std::size_t to)
-    {
-        return Bytes(b.begin() + static_cast<long>(std::min(from, b.size())), b.begin() + static_cast<long>(std::min(to, b.size())));
-    }
-    static Bytes join(std::initializer_list<Bytes> parts)
-    {
-        Bytes out;
-        for (const Bytes& p : parts)
-            out.insert(out.end(), p.begin(), p.end());
-        return out;
-    }
-    Bytes data;
-    std::vector<std::unique_ptr<CChildFrame>> docs;
 };
 
 TEST(TransferHelpers, SampleLengthsSplitTheTotalEvenly)

@@ -3,6 +3,7 @@
 #include "view/child_frame.h"
 #include "view/display_levels.h"
 #include "view/document_open.h"
+#include "wavefile/wave_state.h"
 
 #include "support/temp_dir_test.h"
 #include "support/wav_builder.h"
@@ -16,6 +17,16 @@ protected:
     {
         TempDirTest::SetUp();
         set_screen_width_pixels(1920);
+    }
+
+    // The format the save dialog's buttons choose; 32 bits is float.
+    static void chooseFormat(std::uint16_t channels, std::uint16_t bits, std::uint32_t rate)
+    {
+        current_wave_format.wFormatTag = bits == 32 ? 3 : 1;
+        current_wave_format.nChannels = channels;
+        current_wave_format.wBitsPerSample = bits;
+        current_wave_format.nBytesPerSample = static_cast<std::uint16_t>(bits / 8);
+        current_wave_format.nSamplesPerSec = rate;
     }
 
     // A sine tone of `frames` frames, the right channel at half the left's level.

@@ -31,13 +31,6 @@ protected:
         f.reset();
         DocumentTest::TearDown();
     }
-    void chooseFormat(std::uint16_t channels, std::uint16_t bits, std::uint32_t rate)
-    {
-        current_wave_format.nChannels = channels;
-        current_wave_format.wBitsPerSample = bits;
-        current_wave_format.nBytesPerSample = static_cast<std::uint16_t>(bits / 8);
-        current_wave_format.nSamplesPerSec = rate;
-    }
     // RMS of a file's first channel, as a fraction of full scale.
     double level(const std::string& name)
     {

@@ -330,11 +330,7 @@ TEST_F(MediaImportTest, ExportsAreReadByOtherProgramsDecoders)
     EXPECT_NE(start.find("LAME"), std::string::npos);
 
     // A float document goes to FLAC as 24 bits, dithered.
-    current_wave_format.wFormatTag = 3;
-    current_wave_format.wBitsPerSample = 32;
-    current_wave_format.nBytesPerSample = 4;
-    current_wave_format.nChannels = 2;
-    current_wave_format.nSamplesPerSec = 44100;
+    chooseFormat(2, 32, 44100);
     SaveOptions toFloat;
     toFloat.bSaveConverts = 1;
     ASSERT_EQ(save_by_type(*doc, path("float.wav"), kTypeWav, 0, toFloat), 1);
@@ -364,11 +360,7 @@ TEST_F(MediaImportTest, ReducingTheResolutionDithers)
     writeFile(path("quiet.wav"), WavBuilder::pcm(2, 44100, 24, quiet));
     auto doc = open_document_file(path("quiet.wav"));
     ASSERT_TRUE(doc);
-    current_wave_format.nChannels = 2;
-    current_wave_format.wFormatTag = 1;
-    current_wave_format.wBitsPerSample = 16;
-    current_wave_format.nBytesPerSample = 2;
-    current_wave_format.nSamplesPerSec = 44100;
+    chooseFormat(2, 16, 44100);
     SaveOptions o;
     o.bSaveConverts = 1;
     ASSERT_EQ(save_by_type(*doc, path("quiet16.wav"), kTypeWav, 0, o), 1);
