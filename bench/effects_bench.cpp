@@ -1,6 +1,6 @@
 // Every effect on ten minutes (by default) of 44.1 kHz stereo 16-bit sound,
 // whole file highlighted, against SoX doing the nearest same effect on the
-// same file in the same run (and against Rubber Band's own program, R2
+// same file in the same run (and against Rubber Band's own program, R3
 // engine, for tempo and pitch), then the equalizer on a 24-bit copy. Prints each time, the ratio ours / theirs
 // and our real-time factor. Both sides read the file and write a new one.
 
@@ -96,8 +96,8 @@ int main(int argc, char** argv)
         {"tones", {}, "sox -n -r 44100 -c 2 -b 16 OUT synth " + std::to_string(length) + " sine 440"},
         {"spatial", {{"method", "cues"}}, ""},
         {"quantize", {{"shift", "-100"}}, ""},
-        {"tempo", {{"tempo", "150"}}, "rubberband -q -T 1.5 IN OUT"},
-        {"pitch", {{"semitones", "3"}}, "rubberband -q -p 3 IN OUT"},
+        {"tempo", {{"tempo", "150"}}, "rubberband -3 -q -T 1.5 IN OUT"},
+        {"pitch", {{"semitones", "3"}}, "rubberband -3 -q -p 3 IN OUT"},
     };
     std::printf("%-16s %9s %9s %8s %10s\n", "effect", "ours s", "ref s", "ratio", "x realtime");
     for (const Case& c : cases) {

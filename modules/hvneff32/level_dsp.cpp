@@ -17,11 +17,18 @@ float fade_gain(double t, bool fadeIn, bool logarithmic, double rangeDb)
 void pan_gains(double position, bool constantPower, float& left, float& right)
 {
     const double p = std::clamp(position, -1.0, 1.0);
-    const auto down = [constantPower](double amount) {
-        return static_cast<float>(constantPower ? std::cos(amount * M_PI / 2) : 1.0 - amount);
-    };
-    left = p > 0 ? down(p) : 1.0f;
-    right = p < 0 ? down(-p) : 1.0f;
+    if (constantPower) {
+        // The sine/cosine law: the two gains' squares always sum to one, so
+        // the power stays the same wherever the sound is placed; at the
+        // centre each side is at -3 dB.
+        const double angle = (p + 1) * M_PI / 4;
+        left = static_cast<float>(std::cos(angle));
+        right = static_cast<float>(std::sin(angle));
+        return;
+    }
+    // Linear: a balance control, the far side turned down in proportion.
+    left = p > 0 ? static_cast<float>(1.0 - p) : 1.0f;
+    right = p < 0 ? static_cast<float>(1.0 + p) : 1.0f;
 }
 
 float modulator(double t, double frequency, int wave)

@@ -11,9 +11,10 @@ float decibels_to_gain(double db);
 // end): linear, or straight in decibels over `rangeDb` down to silence.
 float fade_gain(double t, bool fadeIn, bool logarithmic, double rangeDb);
 
-// Left and right gains of a position -1 (left) .. 1 (right): the far side is
-// turned down (a cosine for constant power, a straight line for linear), the
-// near side stays at unity.
+// Left and right gains of a position -1 (left) .. 1 (right). Constant power:
+// cosine and sine of the position's angle, each side at -3 dB at the
+// centre; linear: the far side turned down in a straight line, the near
+// side at unity.
 void pan_gains(double position, bool constantPower, float& left, float& right);
 
 // The modulator at time t seconds: a gain for tremolo (1 - depth .. 1), or the

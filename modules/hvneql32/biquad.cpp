@@ -63,21 +63,73 @@ double BiquadCoefficients::magnitude(double rate, double frequency) const
     return std::abs(num / den);
 }
 
+namespace {
+
+// The magnitude of a cascade at a frequency.
+double cascade_magnitude(const std::vector<BiquadCoefficients>& sections, double rate, double frequency)
+{
+    double m = 1;
+    for (const BiquadCoefficients& c : sections)
+        m *= c.magnitude(rate, frequency);
+    return m;
+}
+
+// The width between the frequencies either side of `centre` where a band
+// cascade's response crosses -3 dB (half power), found by bisection; an edge
+// that does not cross before 0 Hz or half the rate is taken there.
+double band_width(const std::vector<BiquadCoefficients>& sections, double rate, double centre, bool stop)
+{
+    const double half = 1 / std::sqrt(2.0);
+    // Inside the band: above half power for a pass band, below for a stop band.
+    const auto inside = [&](double f) { return (cascade_magnitude(sections, rate, f) > half) != stop; };
+    const auto edge = [&](double in, double out) {
+        if (inside(out))
+            return out;
+        for (int i = 0; i < 60; ++i) {
+            const double mid = (in + out) / 2;
+            (inside(mid) ? in : out) = mid;
+        }
+        return (in + out) / 2;
+    };
+    return edge(centre, rate / 2 * 0.9999) - edge(centre, 1e-6 * rate);
+}
+
+}  // namespace
+
 std::vector<BiquadCoefficients> design_filter(FilterType type, double rate, double frequency, double bandwidth,
                                               int order)
 {
     const int sections = std::max(1, order / 2);
     std::vector<BiquadCoefficients> out;
+    if (type == FilterType::BandPass || type == FilterType::BandStop) {
+        // Equal sections whose cascade is `bandwidth` wide between its
+        // half-power points. For analog sections of quality Q the cascade's
+        // width is centre * k / Q with k = sqrt(2^(1/n) - 1) for a pass band
+        // and 1 / k for a stop band; the bilinear transform bends that a
+        // little, which a few corrections of Q by the width measured on the
+        // digital response take out.
+        const bool stop = type == FilterType::BandStop;
+        const double want = std::clamp(bandwidth, 1.0, rate / 2);
+        const double k = std::sqrt(std::pow(2.0, 1.0 / sections) - 1);
+        double q = frequency * (stop ? 1 / k : k) / want;
+        const auto make = [&](double quality) {
+            const BiquadCoefficients c = stop ? BiquadCoefficients::bandStop(rate, frequency, quality)
+                                              : BiquadCoefficients::bandPass(rate, frequency, quality);
+            return std::vector<BiquadCoefficients>(static_cast<std::size_t>(sections), c);
+        };
+        for (int i = 0; i < 6; ++i) {
+            const double got = band_width(make(q), rate, frequency, stop);
+            if (got <= 0 || std::fabs(got - want) < 1e-4 * want)
+                break;
+            q *= got / want;
+        }
+        return make(q);
+    }
     for (int k = 1; k <= sections; ++k) {
         // Butterworth: the Q of each pole pair of an order-2n filter.
         const double q = 1.0 / (2 * std::cos((2 * k - 1) * M_PI / (4.0 * sections)));
-        const double bandQ = frequency / std::max(bandwidth, 1.0);
-        switch (type) {
-        case FilterType::LowPass: out.push_back(BiquadCoefficients::lowPass(rate, frequency, q)); break;
-        case FilterType::HighPass: out.push_back(BiquadCoefficients::highPass(rate, frequency, q)); break;
-        case FilterType::BandPass: out.push_back(BiquadCoefficients::bandPass(rate, frequency, bandQ)); break;
-        case FilterType::BandStop: out.push_back(BiquadCoefficients::bandStop(rate, frequency, bandQ)); break;
-        }
+        out.push_back(type == FilterType::LowPass ? BiquadCoefficients::lowPass(rate, frequency, q)
+                                                  : BiquadCoefficients::highPass(rate, frequency, q));
     }
     return out;
 }

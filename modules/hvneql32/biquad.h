@@ -21,7 +21,8 @@ struct BiquadCoefficients {
 enum class FilterType { LowPass, HighPass, BandPass, BandStop };
 
 // The sections of a Butterworth filter of even `order` (low- and high-pass),
-// or `order`/2 equal sections of the band filters with Q = centre / bandwidth.
+// or `order`/2 equal sections of the band filters, whose cascade is
+// `bandwidth` Hz wide between its half-power (-3 dB) points.
 std::vector<BiquadCoefficients> design_filter(FilterType type, double rate, double frequency, double bandwidth,
                                               int order);
 

@@ -107,8 +107,11 @@ StreamKernel timePitchKernel(const CChildFrame& f, std::function<double(double)>
                              std::function<double(double)> semitones)
 {
     const std::size_t frames = (f.nSelEnd - f.nSelStart) / static_cast<std::size_t>(channelsOf(f));
+    // The stretcher's window takes in about a tenth of a second either side.
+    const std::size_t around = f.wfx.nSamplesPerSec / 5;
     auto shifter = std::make_shared<TimePitchShifter>(channelsOf(f), f.wfx.nSamplesPerSec, frames, std::move(tempo),
-                                                      std::move(semitones));
+                                                      std::move(semitones), frames_beside_selection(f, false, around),
+                                                      frames_beside_selection(f, true, around));
     return [shifter](const float* in, std::size_t n, int, bool last, std::vector<float>& out) {
         shifter->process(in, n, last, out);
     };

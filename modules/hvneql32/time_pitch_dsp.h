@@ -19,8 +19,12 @@ class TimePitchShifter {
 public:
     // `tempoAt(t)` and `semitonesAt(t)` give the tempo factor (2 = twice as
     // fast) and the pitch shift at position t (0..1) of `totalFrames`.
+    // `before` and `after`: the sound around the passage (interleaved, as
+    // much as there is), which the stretcher's window takes in at the
+    // passage's edges so that they keep the sound's level.
     TimePitchShifter(int channels, unsigned rate, std::size_t totalFrames, std::function<double(double)> tempoAt,
-                     std::function<double(double)> semitonesAt);
+                     std::function<double(double)> semitonesAt, const std::vector<float>& before = {},
+                     const std::vector<float>& after = {});
     ~TimePitchShifter();
     void process(const float* in, std::size_t frames, bool last, std::vector<float>& out);
 
@@ -32,4 +36,6 @@ private:
     double m_expectedOut = 0;  // frames the input should give
     std::size_t m_produced = 0;
     std::function<double(double)> m_tempo, m_semitones;
+    std::size_t m_step = 4096;  // frames between changes of the tempo and pitch
+    std::size_t m_pitchLag = 0;  // frames a glide's pitch is set behind the input
 };

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -31,6 +32,10 @@ public:
 
 private:
     float next();
+    // The square, triangle or sawtooth at `frequency` and phase 0..1, from
+    // a band-limited cycle: only the harmonics below half the rate.
+    double bandLimited(double frequency, double phase);
+    const std::vector<float>& cycle(int harmonics);
     ToneSettings m_s;
     double m_rate;
     std::uint64_t m_total;
@@ -39,4 +44,5 @@ private:
     double m_amplitude;
     std::uint32_t m_seed = 22222;
     double m_pink[7] = {0, 0, 0, 0, 0, 0, 0};
+    std::map<int, std::vector<float>> m_cycles;  // by the highest harmonic they hold
 };

@@ -6,6 +6,7 @@
 #include "app/progress.h"
 #include "app/unique_fd.h"
 #include "audio/playback_engine.h"
+#include "edit/transfer_helpers.h"
 #include "edit/undo.h"
 #include "view/child_frame.h"
 #include "view/mouse_selection.h"
@@ -26,15 +27,27 @@ struct Range {
     std::size_t frameBytes = 1;
 };
 
+// The highlight in whole frames, as the edit operations take it: an edge
+// inside a frame (a stereo highlight from an odd unit) moves back to the
+// frame's start, so that the channels of a frame are always processed
+// together and never swapped.
 Range selectionRange(const CChildFrame& f)
 {
     Range r;
     const std::uint64_t bps = static_cast<std::uint64_t>(std::max(1, f.bytesPerSample()));
     r.frameBytes = static_cast<std::size_t>(bps) * std::max<std::uint16_t>(1, f.wfx.nChannels);
-    r.start = static_cast<std::uint64_t>(f.nSelStart) * bps;
-    const std::uint64_t end = static_cast<std::uint64_t>(std::min(f.nSelEnd, f.nTotalSamples)) * bps;
+    r.start = align_to_frame(f, static_cast<std::uint64_t>(f.nSelStart) * bps);
+    const std::uint64_t end = align_to_frame(f, static_cast<std::uint64_t>(std::min(f.nSelEnd, f.nTotalSamples)) * bps);
     r.frames = end > r.start ? (end - r.start) / r.frameBytes : 0;
     return r;
+}
+
+// The highlight becomes the whole frames that are processed.
+void selectRange(CChildFrame& f, const Range& r)
+{
+    const std::uint64_t bps = static_cast<std::uint64_t>(std::max(1, f.bytesPerSample()));
+    set_selection_units(f, static_cast<std::uint32_t>(r.start / bps),
+                        static_cast<std::uint32_t>((r.start + r.frames * r.frameBytes) / bps));
 }
 
 // Which channels the highlight covers: both, or one of a stereo pair.
@@ -104,6 +117,7 @@ int process_selection(CChildFrame& f, int code, const SampleKernel& kernel, cons
     const Range r = selectionRange(f);
     if (!f.bHighlight || r.frames == 0 || !is_document_format(f.wfx.wFormatTag, f.wfx.nChannels, f.wfx.wBitsPerSample))
         return 0;
+    selectRange(f, r);
     const int channels = std::max<int>(1, f.wfx.nChannels);
     const SampleFormat format = f.sampleFormat();
     std::vector<unsigned char> raw, original;
@@ -168,12 +182,6 @@ int process_selection(CChildFrame& f, int code, const SampleKernel& kernel, cons
     });
     if (!ok)
         return 0;
-    // A part frame at the end of the highlight stays as it was.
-    const std::uint64_t partial = static_cast<std::uint64_t>(f.nSelEnd) * static_cast<std::uint64_t>(f.bytesPerSample()) -
-                                  selectionEndByte;
-    if (partial > 0 && !f.copy_file_to_file(f.szRedoFileName, f.szFileName, static_cast<std::uint32_t>(partial),
-                                            static_cast<std::uint32_t>(selectionEndByte), -1, 0, "Copying file..."))
-        return 0;
     in.reset();
     out.reset();
     if (!version.commit(code, 1))
@@ -211,6 +219,7 @@ int transform_selection(CChildFrame& f, int code, const StreamKernel& kernel, co
     const Range r = selectionRange(f);
     if (!f.bHighlight || r.frames == 0 || !is_document_format(f.wfx.wFormatTag, f.wfx.nChannels, f.wfx.wBitsPerSample))
         return 0;
+    selectRange(f, r);
     const int channels = std::max<int>(1, f.wfx.nChannels);
     const SampleFormat format = f.sampleFormat();
     const std::size_t blockFrames = 65536;
@@ -248,6 +257,25 @@ int transform_selection(CChildFrame& f, int code, const StreamKernel& kernel, co
     // The highlight covers what the selection became.
     set_selection_units(f, f.nSelStart, static_cast<std::uint32_t>(std::min<std::uint64_t>(written / bps, f.nTotalSamples)));
     return 1;
+}
+
+std::vector<float> frames_beside_selection(const CChildFrame& f, bool after, std::size_t frames)
+{
+    const Range r = selectionRange(f);
+    const std::uint64_t total = static_cast<std::uint64_t>(f.nTotalSamples) * static_cast<std::uint64_t>(f.bytesPerSample());
+    const std::uint64_t edge = after ? r.start + r.frames * r.frameBytes : r.start;
+    const std::uint64_t available = (after ? (total > edge ? total - edge : 0) : edge) / r.frameBytes;
+    const std::uint64_t n = std::min<std::uint64_t>(frames, available);
+    const std::uint64_t from = after ? edge : edge - n * r.frameBytes;
+    std::vector<unsigned char> raw(static_cast<std::size_t>(n) * r.frameBytes);
+    UniqueFd in(::open(f.szFileName.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!in.valid() || read_fully(in.get(), raw.data(), static_cast<long long>(raw.size()), static_cast<long long>(from)) !=
+                           static_cast<long long>(raw.size()))
+        return {};
+    const std::size_t samples = static_cast<std::size_t>(n) * static_cast<std::size_t>(std::max<int>(1, f.wfx.nChannels));
+    std::vector<float> out(samples);
+    samples_to_float(f.sampleFormat(), raw.data(), out.data(), samples);
+    return out;
 }
 
 std::string preview_file_path() { return join_path(data_directory(), "effect-preview.tmp"); }

@@ -43,6 +43,12 @@ using StreamKernel =
     std::function<void(const float* in, std::size_t frames, int channels, bool last, std::vector<float>& out)>;
 int transform_selection(CChildFrame& frame, int code, const StreamKernel& kernel, const char* progressText);
 
+// Up to `frames` frames of the sound just before the highlight (`after`
+// false) or just after it, as interleaved floats: what a kernel that looks
+// around its input (a time stretcher's window) hears at the highlight's
+// edges. Fewer at the file's start or end; none on a read failure.
+std::vector<float> frames_beside_selection(const CChildFrame& frame, bool after, std::size_t frames);
+
 // The preview of an effect: the first `seconds` of the selection through the
 // kernel into a scratch file, played through the playback engine; the
 // document is not touched. 1 when playback started. A second preview (or

@@ -45,7 +45,11 @@ int decodeNibble(ChannelState& s, int nibble)
 int encodeSample(ChannelState& s, int sample)
 {
     const long prediction = predict(s);
-    long code = (sample - prediction) / s.delta;
+    // The nearest code: the difference over the step, rounded half away
+    // from zero (a truncating quantiser loses half a step on every sample).
+    const long difference = sample - prediction;
+    const long half = s.delta / 2;
+    long code = difference >= 0 ? (difference + half) / s.delta : -((half - difference) / s.delta);
     code = std::clamp<long>(code, -8, 7);
     const int nibble = static_cast<int>(code) & 0x0F;
     const int decoded = clamp16(prediction + code * s.delta);
@@ -231,31 +235,36 @@ std::size_t encode_adpcm_block(const AdpcmFormat& source, const unsigned char* b
                 samples[i * c + ch] = first + i < totalFrames
                                           ? pcmSample(bytes, bits, (first + i) * c + static_cast<std::size_t>(ch))
                                           : 0;
+        // Each channel's predictor and starting step: every coefficient pair,
+        // each with steps around the one its first samples suggest, encodes
+        // the whole block, and the one that ends nearest the samples (the
+        // least squared error) is kept.
         ChannelState state[2];
         int chosen[2] = {0, 0};
         for (int ch = 0; ch < c; ++ch) {
             int head[kLookahead];
             for (int i = 0; i < kLookahead; ++i)
                 head[i] = samples[std::min<std::size_t>(i, perBlock - 1) * c + ch];
-            // The predictor that follows the block's first samples best.
-            long best = std::numeric_limits<long>::max();
+            double best = std::numeric_limits<double>::max();
             for (int k = 0; k < 7; ++k) {
-                ChannelState trial;
-                trial.coef1 = coefficients[k][0];
-                trial.coef2 = coefficients[k][1];
-                trial.delta = firstDelta(trial.coef1, trial.coef2, head);
-                trial.sample2 = head[0];
-                trial.sample1 = head[1];
-                const int startDelta = trial.delta;
-                long error = 0;
-                for (int i = 2; i < kLookahead; ++i) {
-                    encodeSample(trial, head[i]);
-                    error += std::labs(static_cast<long>(trial.sample1) - head[i]);
-                }
-                if (error < best) {
-                    best = error;
-                    chosen[ch] = k;
-                    state[ch] = ChannelState{trial.coef1, trial.coef2, startDelta, head[1], head[0]};
+                const int suggested = firstDelta(coefficients[k][0], coefficients[k][1], head);
+                for (const int numerator : {2, 3, 4, 6, 8}) {  // a half to twice the suggestion
+                    const ChannelState start{coefficients[k][0], coefficients[k][1],
+                                             std::clamp(suggested * numerator / 4, kMinDelta, kAdpcmMaxDelta), head[1],
+                                             head[0]};
+                    ChannelState trial = start;
+                    double error = 0;
+                    for (std::size_t i = 2; i < perBlock && error < best; ++i) {
+                        const int want = samples[i * c + ch];
+                        encodeSample(trial, want);
+                        const double e = trial.sample1 - want;
+                        error += e * e;
+                    }
+                    if (error < best) {
+                        best = error;
+                        chosen[ch] = k;
+                        state[ch] = start;
+                    }
                 }
             }
         }

@@ -150,15 +150,26 @@ TEST_F(LevelEffectsTest, PanTurnsDownTheFarSideAndRefusesMono)
     Bytes out = readFile(f.szFileName);
     EXPECT_EQ(s16(out, 4000, 1), 0);
     EXPECT_EQ(s16(out, 4000, 0), s16(data, 4000, 0));
-    // A sweep from centre to half right with constant power: the left side
-    // ends at cos(45 degrees).
+    // A sweep from the centre to half right with constant power: at the
+    // centre each side is 3 dB down; half right is three eighths of the way
+    // round the quarter circle from left to right: cos and sin of 67.5
+    // degrees. The power of the two sides together stays that of one.
     undo_menu_command(f);
     select(0, 8001);
     ASSERT_EQ(run(11512, {{"start", "0"}, {"end", "50"}}), 1);
     out = readFile(f.szFileName);
-    EXPECT_EQ(s16(out, 0, 0), s16(data, 0, 0));
-    EXPECT_NEAR(s16(out, 8000, 0), s16(data, 8000, 0) * std::cos(M_PI / 4), 1.0);
-    EXPECT_EQ(s16(out, 8000, 1), 16000);
+    const double minus3dB = std::pow(10.0, -3.0103 / 20);
+    EXPECT_NEAR(s16(out, 0, 0), s16(data, 0, 0) * minus3dB, 1.0);
+    EXPECT_NEAR(s16(out, 0, 1), 16000 * minus3dB, 1.0);
+    EXPECT_NEAR(s16(out, 8000, 0), s16(data, 8000, 0) * std::cos(67.5 * M_PI / 180), 1.0);
+    EXPECT_NEAR(s16(out, 8000, 1), 16000 * std::sin(67.5 * M_PI / 180), 1.0);
+    for (const std::size_t i : {std::size_t{0}, std::size_t{2000}, std::size_t{5000}, std::size_t{8000}}) {
+        const double right = s16(out, i, 1) / 16000.0;  // the right side's gain, read off its constant
+        if (std::abs(s16(data, i, 0)) > 1000) {
+            const double left = s16(out, i, 0) / static_cast<double>(s16(data, i, 0));
+            EXPECT_NEAR(left * left + right * right, 1.0, 0.01) << i;
+        }
+    }
 
     open(1000, 1);
     select(0, 1000);
@@ -194,6 +205,35 @@ TEST_F(LevelEffectsTest, ModulationAndReverse)
     for (std::size_t i = from; i < to; i += 101) {
         EXPECT_EQ(s16(out, i, 0), s16(data, to - 1 - (i - from), 0));
         EXPECT_EQ(s16(out, i, 1), 16000);
+    }
+}
+
+// A stereo highlight from an odd unit (the command line allows one) is
+// taken in whole frames, as the edit operations take it: the channels stay
+// in step and the highlight shows the frames that changed.
+TEST_F(LevelEffectsTest, AHighlightFromAnOddUnitIsTakenInWholeFrames)
+{
+    CChildFrame& f = open(8000);
+    f.bHighlight = 1;
+    set_selection_units(f, 1, 2 * 4000 + 1);  // units 1 .. 8001: frames 0 .. 4000 and a half
+    ASSERT_EQ(run(11512, {{"start", "-100"}, {"end", "-100"}, {"law", "linear"}}), 1);
+    EXPECT_EQ(f.nSelStart, 0u);
+    EXPECT_EQ(f.nSelEnd, 8000u);
+    Bytes out = readFile(f.szFileName);
+    expectOutsideUnchanged(out, 0, 4000);
+    for (std::size_t i = 0; i < 4000; i += 37) {
+        EXPECT_EQ(s16(out, i, 0), s16(data, i, 0)) << i;  // the left kept
+        EXPECT_EQ(s16(out, i, 1), 0) << i;                // the right silent
+    }
+    undo_menu_command(f);
+    f.bHighlight = 1;
+    set_selection_units(f, 3, 2 * 3000 + 3);
+    ASSERT_EQ(run(11515), 1);
+    out = readFile(f.szFileName);
+    expectOutsideUnchanged(out, 1, 3001);
+    for (std::size_t i = 1; i < 3001; i += 29) {
+        EXPECT_EQ(s16(out, i, 0), s16(data, 3001 - i, 0)) << i;  // frame 1 + k takes frame 3000 - k
+        EXPECT_EQ(s16(out, i, 1), 16000) << i;
     }
 }
 

@@ -91,6 +91,25 @@ TEST_F(EqlEffectsTest, FiltersPassAndStopWhereTheyShould)
     EXPECT_LT(gainAt(11509, 4000, band), -20.0);
 }
 
+// The band filters' Bandwidth is the whole filter's width between its
+// half-power points, at every slope: a band-pass of 500 Hz round 1 kHz is
+// 3 dB down where the two edges are 500 Hz apart with 1 kHz their geometric
+// mean, and a band-stop is 3 dB down at the same two places.
+TEST_F(EqlEffectsTest, TheBandFiltersAreAsWideAsTheirBandwidth)
+{
+    const double lower = std::sqrt(250.0 * 250.0 + 1000.0 * 1000.0) - 250, upper = lower + 500;
+    for (const char* order : {"2", "4", "8"}) {
+        SCOPED_TRACE(std::string("slope ") + order);
+        for (const char* type : {"band-pass", "band-stop"}) {
+            SCOPED_TRACE(type);
+            const std::vector<std::pair<std::string, std::string>> settings = {
+                {"type", type}, {"frequency", "1000"}, {"bandwidth", "500"}, {"order", order}};
+            EXPECT_NEAR(gainAt(11509, lower, settings), -3.01, 0.25);
+            EXPECT_NEAR(gainAt(11509, upper, settings), -3.01, 0.25);
+        }
+    }
+}
+
 TEST_F(EqlEffectsTest, TheEqualizerLiftsItsBandAndLeavesTheOthers)
 {
     const std::vector<std::pair<std::string, std::string>> lift = {{"band6", "12"}};  // 1 kHz

@@ -214,6 +214,46 @@ TEST_F(SplEffectsTest, TheGeneratorsWriteTonesSweepsNoiseAndTelephoneKeys)
     EXPECT_GT(powerAt(out, 0, 44100, 100), 5 * powerAt(out, 0, 44100, 10000));
 }
 
+// A 1 kHz square and sawtooth at 44.1 kHz, into a float document so that
+// nothing but the generator counts: over one second every harmonic and every
+// alias of one falls on a multiple of 100 Hz; the alias bins (those between
+// the harmonics' multiples of 1 kHz) hold less than -90 dB of the
+// fundamental's power, and the harmonics keep the wave's 1/k amplitudes.
+TEST_F(SplEffectsTest, SquareAndSawtoothTonesDoNotAlias)
+{
+    for (const char* wave : {"square", "sawtooth"}) {
+        SCOPED_TRACE(wave);
+        WavBuilder::Bytes zeros(44100 * 4, 0);
+        writeFile(path("float.wav"), WavBuilder::riff({WavBuilder::chunk("fmt ", WavBuilder::fmtBody(3, 1, 44100, 32)),
+                                                       WavBuilder::chunk("data", zeros)}));
+        doc = open_document_file(path("float.wav"));
+        ASSERT_TRUE(doc);
+        ASSERT_EQ(doc->wfx.wFormatTag, 3);
+        doc->bHighlight = 1;
+        set_selection_units(*doc, 0, doc->nTotalSamples);
+        ASSERT_EQ(run(11517, {{"kind", "tone"}, {"wave", wave}, {"frequency", "1000"}, {"level", "-6"}}), 1);
+        const WavBuilder::Bytes bytes = readFile(doc->szFileName);
+        ASSERT_EQ(bytes.size(), 44100u * 4);
+        std::vector<float> out(44100);
+        std::memcpy(out.data(), bytes.data(), bytes.size());
+        const double fundamental = powerAt(out, 0, 44100, 1000);
+        double aliases = 0;
+        for (int m = 1; m < 220; ++m)
+            if (m % 10 != 0)
+                aliases += powerAt(out, 0, 44100, 100.0 * m);
+        EXPECT_LT(10 * std::log10(aliases / fundamental), -90.0);
+        // Harmonic amplitudes: the third at a third of the fundamental; the
+        // second absent from the square, at a half in the sawtooth.
+        EXPECT_NEAR(std::sqrt(powerAt(out, 0, 44100, 3000) / fundamental), 1.0 / 3, 0.003);
+        EXPECT_NEAR(std::sqrt(powerAt(out, 0, 44100, 2000) / fundamental), std::string(wave) == "square" ? 0 : 0.5,
+                    0.003);
+        float peak = 0;
+        for (float v : out)
+            peak = std::max(peak, std::fabs(v));
+        EXPECT_NEAR(20 * std::log10(peak), -6.0, 0.05);  // the cycle's peak may fall between samples
+    }
+}
+
 TEST_F(SplEffectsTest, APlacedSoundIsLouderAndEarlierOnItsSide)
 {
     std::vector<float> noise(2 * 44100);
