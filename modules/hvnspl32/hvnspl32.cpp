@@ -79,9 +79,19 @@ static int echoWaveform(HWND window, int code, int)
     CChildFrame* f = selected_document(window);
     if (!f)
         return 0;
-    if (code == kEffectReverb)
-        return run_with_dialog(*f, code, reverb_dialog(), reverbKernel, "Adding reverb...");
-    return run_with_dialog(*f, code, echo_dialog(), echoKernel, "Adding echo...");
+    const bool reverb = code == kEffectReverb;
+    EffectDialog d = reverb ? reverb_dialog() : echo_dialog();
+    const KernelMaker make = reverb ? reverbKernel : echoKernel;
+    offer_preview(d, *f, [f, make](const EffectDialog& v) { return make(v, *f); });
+    if (!run_effect_dialog(d))
+        return 0;
+    SelectionProcess how{reverb ? "Adding reverb..." : "Adding echo..."};
+    how.ringOn = d.toggle("tail");
+    // An echo is silent between its repeats: the tail has ended once a whole
+    // delay has passed in silence; a reverb's dies away smoothly.
+    how.ringQuietFrames = reverb ? rateOf(*f) / 10
+                                 : static_cast<std::size_t>(std::lround(d.value("delay") * rateOf(*f) / 1000.0)) + 1;
+    return process_selection(*f, code, make(d, *f), how);
 }
 
 static int amplifyWaveformByEnvelope(HWND window, int mode)

@@ -10,6 +10,7 @@ EffectDialog echo_dialog()
     d.number("feedback", "Each further echo", 0, 95, 50, 1, 0, "%");
     d.number("level", "First echo", 0, 100, 50, 1, 0, "%");
     d.number("dry", "Direct sound", 0, 100, 100, 1, 0, "%");
+    d.toggle("tail", "Let the tail ring past the highlight", false);
     return d;
 }
 
@@ -21,6 +22,7 @@ EffectDialog reverb_dialog()
     d.number("wet", "Reverberation", 0, 100, 33, 1, 0, "%");
     d.number("dry", "Direct sound", 0, 100, 100, 1, 0, "%");
     d.number("width", "Stereo width", 0, 100, 100, 1, 0, "%");
+    d.toggle("tail", "Let the tail ring past the highlight", true);
     return d;
 }
 

@@ -16,6 +16,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <new>
+#include <optional>
 #include <unistd.h>
 #include <vector>
 
@@ -110,6 +111,80 @@ bool writeWholeFrames(int fd, std::vector<float>& out, int channels, SampleForma
     return true;
 }
 
+// The tail of an effect that rings on (an echo, a reverb) after the
+// highlight: the kernel goes on with silence in, and what it gives is mixed
+// into the sound that follows in the highlighted channels, or extends the
+// file past its end, until it has been below -100 dBFS for `quietFrames`
+// (a minute at most). Written to `out` from `from`; the byte where the
+// shown version carries on afterwards, or nothing on failure (said).
+std::optional<std::uint64_t> ringPastSelection(const CChildFrame& f, const Range& r, const SampleKernel& kernel, int in,
+                                               int out, std::uint64_t from, std::uint64_t totalBytes,
+                                               std::size_t quietFrames)
+{
+    const ProgressScope progress("Letting the tail ring...", true);
+    const int channels = std::max<int>(1, f.wfx.nChannels);
+    const SampleFormat format = f.sampleFormat();
+    const std::size_t sampleBytes = static_cast<std::size_t>(sample_bytes(format));
+    constexpr std::size_t kBlock = 4096;
+    const std::uint64_t longest = 60ull * std::max<std::uint32_t>(1, f.wfx.nSamplesPerSec);
+    std::vector<float> wet(kBlock * static_cast<std::size_t>(channels)), dry(wet.size());
+    std::vector<unsigned char> raw(kBlock * r.frameBytes);
+    std::uint64_t at = from;
+    std::uint64_t loudEnd = from;  // the end of the last block that still rang
+    const std::size_t quietBlocks = std::max<std::size_t>(1, (quietFrames + kBlock - 1) / kBlock);
+    std::size_t quiet = 0;
+    for (std::uint64_t rung = 0; rung < longest && quiet < quietBlocks; rung += kBlock) {
+        std::fill(wet.begin(), wet.end(), 0.0f);
+        kernel(wet.data(), kBlock, channels, r.frames + rung);
+        float peak = 0;
+        for (float v : wet)
+            peak = std::max(peak, std::fabs(v));
+        quiet = peak < 1e-5f ? quiet + 1 : 0;
+        // The sound already there, where the file goes on.
+        const std::size_t existing =
+            at < totalBytes ? static_cast<std::size_t>(std::min<std::uint64_t>(kBlock, (totalBytes - at) / r.frameBytes)) : 0;
+        std::fill(raw.begin(), raw.end(), silence_byte(format));
+        if (existing > 0 &&
+            read_fully(in, raw.data(), static_cast<long long>(existing * r.frameBytes), static_cast<long long>(at)) !=
+                static_cast<long long>(existing * r.frameBytes)) {
+            NewErrMsg(5038);
+            return std::nullopt;
+        }
+        samples_to_float(format, raw.data(), dry.data(), kBlock * static_cast<std::size_t>(channels));
+        for (std::size_t i = 0; i < kBlock; ++i)
+            for (int ch = 0; ch < channels; ++ch)
+                if (channelSelected(f, ch))
+                    dry[i * static_cast<std::size_t>(channels) + static_cast<std::size_t>(ch)] +=
+                        wet[i * static_cast<std::size_t>(channels) + static_cast<std::size_t>(ch)];
+        std::vector<unsigned char> mixed(raw.size());
+        float_to_samples(format, dry.data(), mixed.data(), kBlock * static_cast<std::size_t>(channels));
+        // Unselected channels keep their bytes exactly.
+        for (int ch = 0; ch < channels; ++ch)
+            if (!channelSelected(f, ch))
+                for (std::size_t i = 0; i < kBlock; ++i)
+                    std::memcpy(mixed.data() + i * r.frameBytes + static_cast<std::size_t>(ch) * sampleBytes,
+                                raw.data() + i * r.frameBytes + static_cast<std::size_t>(ch) * sampleBytes, sampleBytes);
+        if (!write_fully(out, mixed.data(), static_cast<long long>(raw.size()), static_cast<long long>(at))) {
+            NewErrMsg(5031);
+            return std::nullopt;
+        }
+        at += raw.size();
+        if (quiet == 0)
+            loudEnd = at;
+        if (progress.cancelled())
+            return std::nullopt;
+    }
+    if (at <= totalBytes)
+        return at;
+    // Past the file's end the file ends where the tail fell quiet.
+    const std::uint64_t end = std::max(totalBytes, loudEnd);
+    if (::ftruncate(out, static_cast<off_t>(end)) != 0) {
+        NewErrMsg(5031);
+        return std::nullopt;
+    }
+    return end;
+}
+
 }  // namespace
 
 int process_selection(CChildFrame& f, int code, const SampleKernel& kernel, const SelectionProcess& how)
@@ -182,11 +257,24 @@ int process_selection(CChildFrame& f, int code, const SampleKernel& kernel, cons
     });
     if (!ok)
         return 0;
+    const std::uint64_t bps = static_cast<std::uint64_t>(f.bytesPerSample());
+    const std::uint64_t totalBytes = static_cast<std::uint64_t>(f.nTotalSamples) * bps;
+    std::uint64_t resume = selectionEndByte;  // where the rest of the shown version carries on
+    if (how.ringOn && !how.bytesOnly) {
+        const auto rung =
+            ringPastSelection(f, r, kernel, in.get(), out.get(), selectionEndByte, totalBytes, how.ringQuietFrames);
+        if (!rung)
+            return 0;
+        resume = *rung;
+    }
     in.reset();
     out.reset();
-    if (!version.commit(code, 1))
+    if (resume < totalBytes && !f.copy_file_to_file(f.szRedoFileName, f.szFileName,
+                                                    static_cast<std::uint32_t>(totalBytes - resume),
+                                                    static_cast<std::uint32_t>(resume), -1, 0, "Copying file..."))
         return 0;
-    return 1;
+    f.versions.newLength = static_cast<std::uint32_t>(std::max(totalBytes, resume) / bps);
+    return version.commit(code, 0);
 }
 
 int scan_selection(CChildFrame& f, const SampleKernel& kernel, const char* progressText)

@@ -28,6 +28,13 @@ struct SelectionProcess {
     // conversion to floating point and back, no kernel.
     bool bytesOnly = false;
     std::size_t blockFrames = 65536;
+    // The kernel rings on after the highlight (an echo, a reverb): its tail
+    // is mixed into what follows, or extends the file at its end. The
+    // effect's command must be one that may change the length.
+    bool ringOn = false;
+    // How long the tail must stay below -100 dBFS to have ended (an echo's
+    // is silent between its repeats).
+    std::size_t ringQuietFrames = 8192;
 };
 
 // 1 when the new version was committed; 0 without a selection, on Cancel or

@@ -86,6 +86,55 @@ TEST_F(SplEffectsTest, EchoTapsSitAtTheirDelaysWithTheirGains)
     EXPECT_EQ(run(11504, {}, "Nowhere"), 0);
 }
 
+// An echo on a highlight that ends 250 ms after an impulse: with the tail
+// let ring, its echoes at 300 and 600 ms are mixed into the sound that
+// follows (a constant there) and the later ones extend the file; without it (the echo's
+// default) only the impulse stays. A reverb on the whole file rings on past
+// its end: the file grows until the tail has died away, and Undo takes the
+// growth back.
+TEST_F(SplEffectsTest, EchoAndReverbTailsRingPastTheHighlight)
+{
+    std::vector<float> sound(2 * 44100, 0.0f);
+    sound[1000] = 0.8f;
+    for (std::size_t i = 20000; i < sound.size(); ++i)
+        sound[i] = 0.1f;
+    const std::vector<std::pair<std::string, std::string>> echo = {
+        {"delay", "300"}, {"feedback", "50"}, {"level", "50"}, {"dry", "100"}};
+    for (const bool ring : {false, true}) {
+        SCOPED_TRACE(ring ? "ringing" : "cut at the highlight");
+        CChildFrame& f = open(sound);
+        set_selection_units(f, 0, 1000 + 11025);
+        auto settings = echo;
+        settings.emplace_back("tail", ring ? "1" : "0");
+        ASSERT_EQ(run(11504, settings), 1);
+        const auto out = pcm16_samples(readFile(f.szFileName));
+        // Halving at every repeat, the echoes fall below -100 dB about 16
+        // repeats (4.8 s) after the impulse: the ringing one outlasts the file.
+        if (ring)
+            EXPECT_NEAR(static_cast<double>(out.size()), 1000 + 16 * 13230.0, 2 * 13230.0);
+        else
+            EXPECT_EQ(out.size(), sound.size());
+        ASSERT_GE(out.size(), sound.size());
+        EXPECT_NEAR(out[1000], 0.8f, 1e-3);
+        EXPECT_NEAR(out[1000 + 13230], ring ? 0.4 : 0.0, 2e-4);          // 300 ms: half the impulse
+        EXPECT_NEAR(out[1000 + 26460], ring ? 0.1 + 0.2 : 0.1, 2e-4);    // 600 ms: a quarter, on the constant
+        EXPECT_NEAR(out[1000 + 26461], 0.1, 2e-4);
+    }
+
+    std::vector<float> impulse(44100, 0.0f);
+    impulse[10] = 0.9f;
+    CChildFrame& f = open(impulse);
+    ASSERT_EQ(run(11514, {{"room", "80"}, {"wet", "60"}, {"dry", "100"}}), 1);  // its tail rings by default
+    const auto out = pcm16_samples(readFile(f.szFileName));
+    EXPECT_GT(out.size(), impulse.size() + 4096) << "the file grows by the tail";
+    EXPECT_EQ(f.nTotalSamples, out.size());
+    const auto level = [&out](std::size_t from, std::size_t to) { return peakDb(out, from, std::min(to, out.size())); };
+    EXPECT_GT(level(44100, 44100 + 4410), -60.0) << "the tail goes on after the old end";
+    EXPECT_LT(level(out.size() - 2048, out.size()), -90.0) << "and stops once it has died away";
+    undo_menu_command(f);
+    EXPECT_EQ(f.nTotalSamples, 44100u);
+}
+
 TEST_F(SplEffectsTest, ALargerRoomRingsLonger)
 {
     const auto tail = [this](const char* room) {
