@@ -50,6 +50,10 @@ int edit_operation(CChildFrame& s, CChildFrame& d, bool clipboardCopy, int code,
         insert = *clip;
     }
     const std::uint64_t bps = static_cast<std::uint64_t>(d.bytesPerSample());
+    const std::uint64_t total = static_cast<std::uint64_t>(d.nTotalSamples) * bps;
+    const std::uint64_t start = align_to_frame(d, static_cast<std::uint64_t>(d.nSelStart) * bps);
+    const std::uint64_t end = align_to_frame(d, static_cast<std::uint64_t>(d.nSelEnd) * bps);
+    const auto units = [bps](std::uint64_t bytes) { return static_cast<std::uint32_t>(bytes / bps); };
     if (code == kCrop) {
         if (!d.bHighlight)
             return 0;
@@ -57,15 +61,12 @@ int edit_operation(CChildFrame& s, CChildFrame& d, bool clipboardCopy, int code,
             return 0;
         d.bHighlight = 0;
         d.versions.newLength = versionLength(d);
+        d.versions.change = PositionChange{PositionChange::Inside::Crop, units(start), units(end), units(end - start)};
         return version.commit(kCrop);
     }
     std::uint64_t insertLength = insert.bytes;
     if (code == kInsertSilence)
         insertLength = static_cast<std::uint64_t>(silenceUnits) * bps;
-
-    const std::uint64_t total = static_cast<std::uint64_t>(d.nTotalSamples) * bps;
-    const std::uint64_t start = align_to_frame(d, static_cast<std::uint64_t>(d.nSelStart) * bps);
-    const std::uint64_t end = align_to_frame(d, static_cast<std::uint64_t>(d.nSelEnd) * bps);
     if (!append(d, d.szFileName, start, 0))
         return 0;
 
@@ -121,6 +122,22 @@ int edit_operation(CChildFrame& s, CChildFrame& d, bool clipboardCopy, int code,
     if (made < 4 && !write_silence(d.szRedoFileName, made, 4 - made, silence_byte(d)))
         return 0;
     d.versions.newLength = versionLength(d);
+    // The time marks follow: a cut removes its part, an insertion (Copy's,
+    // silence) opens one, a paste replaces the highlight; Replace, Mix and
+    // Cross-fade work in place.
+    switch (code) {
+    case kCut: d.versions.change = PositionChange{PositionChange::Inside::Remove, units(start), units(end), 0}; break;
+    case kCopy:
+    case kInsertSilence:
+        d.versions.change =
+            PositionChange{PositionChange::Inside::Remove, units(start), units(start), units(insertLength)};
+        break;
+    case kPaste:
+        d.versions.change =
+            PositionChange{PositionChange::Inside::Remove, units(start), units(std::max(start, end)), units(insertLength)};
+        break;
+    default: break;
+    }
     return version.commit(code);
 }
 

@@ -269,3 +269,60 @@ void select_timemark(CChildFrame& f, int i)
 }
 
 void set_playing_unit_source(PlayingUnitSource source) { playingUnitSource() = std::move(source); }
+
+int apply_position_change(std::vector<Timemark>& marks, const PositionChange& c)
+{
+    const auto delta = static_cast<std::int64_t>(c.length) - (static_cast<std::int64_t>(c.to) - c.from);
+    std::vector<int> newIndex(marks.size(), -1);
+    std::vector<Timemark> kept;
+    for (std::size_t i = 0; i < marks.size(); ++i) {
+        Timemark m = marks[i];
+        const std::uint32_t p = m.position;
+        bool keep = true;
+        if (c.inside == PositionChange::Inside::Crop) {
+            keep = p >= c.from && p <= c.to;
+            m.position = p - std::min(p, c.from);
+        } else if (p >= c.to && !(p == c.from && c.from < c.to)) {
+            // After the change (a mark where something was inserted moves
+            // with the sound that was there).
+            m.position = static_cast<std::uint32_t>(std::max<std::int64_t>(0, p + delta));
+        } else if (p > c.from) {
+            // Inside the part that changed.
+            if (c.inside == PositionChange::Inside::Scale && c.to > c.from)
+                m.position = c.from + static_cast<std::uint32_t>(static_cast<double>(p - c.from) * c.length /
+                                                                 static_cast<double>(c.to - c.from));
+            else
+                keep = false;
+        }
+        if (keep) {
+            newIndex[i] = static_cast<int>(kept.size());
+            kept.push_back(m);
+        }
+    }
+    // Links follow their marks; one that lost its partner stands alone.
+    for (Timemark& m : kept) {
+        const int partner = m.partner >= 0 && m.partner < static_cast<int>(newIndex.size())
+                                ? newIndex[static_cast<std::size_t>(m.partner)]
+                                : -1;
+        m.partner = partner;
+    }
+    for (std::size_t i = 0; i < kept.size(); ++i)
+        if (kept[i].second) {
+            bool linked = false;
+            for (const Timemark& other : kept)
+                linked = linked || other.partner == static_cast<int>(i);
+            kept[i].second = linked ? 1 : 0;
+        }
+    const int removed = static_cast<int>(marks.size() - kept.size());
+    marks = std::move(kept);
+    return removed;
+}
+
+void tell_removed_timemarks(int removed)
+{
+    if (removed <= 0)
+        return;
+    const std::string text = removed == 1 ? std::string("1 time mark in the removed part was removed.")
+                                          : std::to_string(removed) + " time marks in the removed part were removed.";
+    message_box(nullptr, text, "Time marks", MB_OK | MB_ICONINFORMATION);
+}

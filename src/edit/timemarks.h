@@ -9,6 +9,8 @@
 #include <vector>
 
 class CChildFrame;
+struct PositionChange;
+struct Timemark;
 
 // Time marks of a document: named positions shown as icons just above the
 // ruler, listed in the main frame's cue list, alone or as start/end pairs.
@@ -68,6 +70,14 @@ std::string timemark_info_text(const CChildFrame& frame, int index, bool atMouse
 int rename_timemark(CChildFrame& frame, int index, const std::string& name);
 // Moves a grabbed mark to view column x.
 void move_timemark(CChildFrame& frame, int index, int x);
+
+// Moves marks as an edit moved the positions (see PositionChange); a mark
+// whose place is gone is removed, and the other mark of its pair becomes a
+// single one. The number removed.
+int apply_position_change(std::vector<Timemark>& marks, const PositionChange& change);
+// "1 time mark in the removed part was removed." (and the plural), for
+// the user; nothing is said for none.
+void tell_removed_timemarks(int removed);
 
 // The cue list of a document, and handing it to the main frame's combo box.
 CueList cue_list(const CChildFrame& frame);

@@ -1,4 +1,5 @@
 #include "edit/undo.h"
+#include "edit/timemarks.h"
 
 #include "app/instance_files.h"
 #include "app/clock.h"
@@ -84,7 +85,10 @@ int setup_for_undo(CChildFrame& f, int copy)
                                "Copying file...");
 }
 
-UndoTransaction::UndoTransaction(CChildFrame& frame, int copy) : m_frame(frame), m_begun(setup_for_undo(frame, copy) != 0) {}
+UndoTransaction::UndoTransaction(CChildFrame& frame, int copy) : m_frame(frame), m_begun(setup_for_undo(frame, copy) != 0)
+{
+    frame.versions.change.reset();  // each operation says its own
+}
 
 UndoTransaction::~UndoTransaction()
 {
@@ -130,6 +134,13 @@ int setup_for_redo(CChildFrame& f, int code, int copy)
     const std::uint32_t first = f.nFirstSample;
     VersionState shown;
     swap_version(f, shown);
+    // The marks of the new version: those of the shown one, moved as the
+    // operation moved the positions.
+    f.timemarks = shown.timemarks;
+    int marksRemoved = 0;
+    if (f.versions.change)
+        marksRemoved = apply_position_change(f.timemarks, *f.versions.change);
+    f.versions.change.reset();
     f.szFileName = f.szRedoFileName;
     f.wfx = shown.wfx;
     f.nTotalSamples = length;
@@ -161,6 +172,7 @@ int setup_for_redo(CChildFrame& f, int code, int copy)
     f.bModified = 1;
     fitView(f, level, first);
     notifyCommitted(f);
+    tell_removed_timemarks(marksRemoved);
     return 1;
 }
 

@@ -340,6 +340,11 @@ int transform_selection(CChildFrame& f, int code, const StreamKernel& kernel, co
     const std::uint64_t bps = static_cast<std::uint64_t>(f.bytesPerSample());
     const std::uint64_t tail = (static_cast<std::uint64_t>(f.nTotalSamples) - std::min(f.nSelEnd, f.nTotalSamples)) * bps;
     f.versions.newLength = static_cast<std::uint32_t>((written + tail) / bps);
+    // Time marks in the passage are spread over its new length, those after
+    // it move with it.
+    f.versions.change = PositionChange{PositionChange::Inside::Scale, static_cast<std::uint32_t>(r.start / bps),
+                                       static_cast<std::uint32_t>((r.start + r.frames * r.frameBytes) / bps),
+                                       static_cast<std::uint32_t>((written - r.start) / bps)};
     if (!version.commit(code, 1))
         return 0;
     // The highlight covers what the selection became.

@@ -98,6 +98,7 @@ void swap_version(CChildFrame& f, VersionState& v)
     std::swap(f.nSelEnd, v.nSelEnd);
     std::swap(f.wfx, v.wfx);
     std::swap(f.coarseOverview, v.coarseOverview);
+    std::swap(f.timemarks, v.timemarks);
 }
 
 CChildFrame* CChildFrame::GetTheFuckingHandle() { return g_active; }

@@ -9,6 +9,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -48,6 +49,7 @@ struct VersionState {
     std::uint32_t nSelEnd = 0;
     WaveFmtRecord wfx;
     std::vector<std::int16_t> coarseOverview;
+    std::vector<Timemark> timemarks;  // as they stood in this version
 
     bool empty() const { return fileName.empty(); }
     // Unmaps and closes the levels and removes the overview file; the data
@@ -95,9 +97,24 @@ struct MouseState {
 // The version of a document that is not shown, and the length an operation
 // gives the newest version (length-changing operations set it before
 // committing), in sample units.
+// How an edit moved the document's positions, for its time marks: units
+// [from, to) of the shown version became `length` units of the new one.
+// Marks before `from` stay, marks from `to` on move by the change in
+// length. Marks inside are removed (Remove: a cut, a paste over a
+// highlight), spread over the new length (Scale: a tempo change), or are
+// the only ones kept, moved to the start (Crop).
+struct PositionChange {
+    enum class Inside { Remove, Scale, Crop } inside = Inside::Remove;
+    std::uint32_t from = 0;
+    std::uint32_t to = 0;
+    std::uint32_t length = 0;
+};
+
 struct VersionSwap {
     VersionState other;
     std::uint32_t newLength = 0;
+    // Set by an operation that moves positions, before it commits.
+    std::optional<PositionChange> change;
 };
 
 // One open waveform document and how it is shown. The document lives on its

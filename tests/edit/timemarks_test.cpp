@@ -4,6 +4,10 @@
 
 #include "edit/timemarks.h"
 
+#include "edit/edit_operations.h"
+#include "edit/undo.h"
+#include "modules/effect_commands.h"
+
 #include "view/document_save.h"
 #include "view/mouse_selection.h"
 #include "view/timemark_storage.h"
@@ -303,4 +307,79 @@ TEST_F(TimemarksTest, DamagedCueChunksGiveWhatCanBeRead)
     EXPECT_EQ(f->timemarks[0].position, 200u);
 
     EXPECT_TRUE(read_cue_points(path("no-such-file.wav")).empty());
+}
+
+// Marks follow the edits: a cut moves the marks after it back and removes
+// those inside (the user is told how many; a pair cut in two leaves its
+// other mark alone); an insertion of silence moves the marks from its
+// place on; a paste over a highlight replaces what was inside; a crop keeps
+// only the inside, moved to the start; a tempo change spreads the marks of
+// its passage over the new length. Undo and Redo bring each version's marks.
+TEST_F(TimemarksTest, MarksFollowTheEditsAndUndo)
+{
+    // Ten seconds of stereo: 882000 units.
+    const auto positions = [this] {
+        std::vector<std::uint32_t> p;
+        for (const Timemark& m : doc->timemarks)
+            p.push_back(m.position);
+        return p;
+    };
+    ASSERT_GE(add_timemark_at_position(*doc, 100000, "late"), 0);
+    ASSERT_GE(add_timemark_at_position(*doc, 30000, "inside"), 0);
+    highlight(40000, 60000);
+    ASSERT_EQ(add_timemark_pair(*doc), 1);  // 40000 and 60000, linked
+    ASSERT_EQ(doc->timemarks.size(), 4u);
+
+    // Cut units [20000, 50000): "inside" and the pair's start go.
+    highlight(20000, 50000);
+    host.clearShown();
+    ASSERT_EQ(edit_operation(*doc, *doc, true, kCut), 1);
+    EXPECT_EQ(positions(), (std::vector<std::uint32_t>{70000, 30000}));
+    EXPECT_EQ(mark(0).name, "late");
+    EXPECT_EQ(mark(1).partner, -1);
+    EXPECT_EQ(mark(1).second, 0) << "the pair's end stands alone";
+    ASSERT_EQ(host.shown().size(), 1u);
+    EXPECT_EQ(host.shown()[0].text, "2 time marks in the removed part were removed.");
+
+    undo_menu_command(*doc);
+    EXPECT_EQ(positions(), (std::vector<std::uint32_t>{100000, 30000, 40000, 60000}));
+    EXPECT_EQ(mark(2).partner, 3);
+    undo_menu_command(*doc);  // redo
+    EXPECT_EQ(positions(), (std::vector<std::uint32_t>{70000, 30000}));
+
+    // Silence inserted at 10000: both move on by its length.
+    highlight(10000, 10000);
+    doc->bHighlight = 0;
+    ASSERT_EQ(insert_silence_command(*doc, 4410), 1);
+    EXPECT_EQ(positions(), (std::vector<std::uint32_t>{74410, 34410}));
+
+    // The clipboard (30000 units, from the cut) pasted over [60000, 80000):
+    // the mark at 74410 was inside; the one before stays.
+    highlight(60000, 80000);
+    host.clearShown();
+    ASSERT_EQ(edit_operation(*doc, *doc, false, kPaste), 1);
+    EXPECT_EQ(positions(), (std::vector<std::uint32_t>{34410}));
+    EXPECT_EQ(host.shown().back().text, "1 time mark in the removed part was removed.");
+
+    // New marks, then a crop to [30000, 130000): the inside ones move to the start.
+    ASSERT_GE(add_timemark_at_position(*doc, 200000, "outside"), 0);
+    ASSERT_GE(add_timemark_at_position(*doc, 100000, "kept"), 0);
+    highlight(30000, 130000);
+    ASSERT_EQ(edit_operation(*doc, *doc, true, kCrop), 1);
+    EXPECT_EQ(positions(), (std::vector<std::uint32_t>{4410, 70000}));
+    EXPECT_EQ(doc->nTotalSamples, 100000u);
+}
+
+TEST_F(TimemarksTest, ATempoChangeSpreadsItsMarks)
+{
+    ASSERT_GE(add_timemark_at_position(*doc, 44100, "in"), 0);
+    ASSERT_GE(add_timemark_at_position(*doc, 300000, "after"), 0);
+    highlight(0, 176400);  // the first two seconds, played twice as fast
+    host.setEffectSettings({{"tempo", "200"}});
+    ASSERT_EQ(run_effect_command(*doc, kEffectTempo), 1);
+    host.setEffectSettings({});
+    EXPECT_EQ(doc->nTotalSamples, 882000u - 88200u);
+    ASSERT_EQ(doc->timemarks.size(), 2u);
+    EXPECT_NEAR(mark(0).position, 22050.0, 2.0);
+    EXPECT_EQ(mark(1).position, 300000u - 88200u);
 }
