@@ -36,6 +36,7 @@
 #include <QLineEdit>
 #include <QMainWindow>
 #include <QMessageBox>
+#include <QPushButton>
 #include <QPainter>
 #include <QScreen>
 #include <QStatusBar>
@@ -406,4 +407,23 @@ std::optional<ChannelChoice> QtUiHost::askChannelChoice(const std::string& file,
     if (dialog.exec() != QDialog::Accepted)
         return std::nullopt;
     return dialog.choice();
+}
+
+ModuleDialogs::ClipAnswer QtUiHost::askClipping(const std::string& text)
+{
+    QMessageBox box(QMessageBox::Warning, QStringLiteral("Clipping"), QString::fromStdString(text), QMessageBox::NoButton,
+                    m_main);
+    box.setObjectName(QStringLiteral("clipping"));
+    QPushButton* normalize = box.addButton(QObject::tr("&Normalize to -0.1 dBFS"), QMessageBox::AcceptRole);
+    QPushButton* clip = box.addButton(QObject::tr("&Apply anyway"), QMessageBox::DestructiveRole);
+    box.addButton(QMessageBox::Cancel);
+    normalize->setObjectName(QStringLiteral("normalize"));
+    clip->setObjectName(QStringLiteral("clip"));
+    box.setDefaultButton(normalize);
+    box.exec();
+    if (box.clickedButton() == normalize)
+        return ClipAnswer::Normalize;
+    if (box.clickedButton() == clip)
+        return ClipAnswer::Clip;
+    return ClipAnswer::Cancel;
 }

@@ -56,6 +56,7 @@ public:
     int choosePlugin(const std::vector<std::string>& names) override;
     int runRealMediaDialog(RealMediaSettings& settings, int channels, const RealMediaEncode& encode) override;
     std::optional<ChannelChoice> askChannelChoice(const std::string& file, int channels) override;
+    ClipAnswer askClipping(const std::string& text) override;
 
     ProgressBox* progressBox() const { return m_progress; }
     // The painter an owner-drawn button is painting with, for the duration of its paint.

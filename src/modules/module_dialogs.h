@@ -24,6 +24,11 @@ public:
     // `button` holds the one on when the dialog opens and the one chosen
     // after OK. false for Cancel.
     virtual bool runJafDialog(int& /*button*/) { return false; }
+    // An effect's result would clip: `text` says which and how many samples.
+    // Normalize it to -0.1 dBFS, apply it clipped, or Cancel. Without a
+    // dialog the text is shown as a message and the answer is Cancel.
+    enum class ClipAnswer { Normalize, Clip, Cancel };
+    virtual ClipAnswer askClipping(const std::string& text);
 };
 
 // The installed dialogs, or these answers when none is installed.

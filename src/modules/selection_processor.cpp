@@ -8,6 +8,7 @@
 #include "audio/playback_engine.h"
 #include "edit/transfer_helpers.h"
 #include "edit/undo.h"
+#include "modules/effect_result.h"
 #include "view/child_frame.h"
 #include "view/mouse_selection.h"
 
@@ -118,13 +119,12 @@ bool writeWholeFrames(int fd, std::vector<float>& out, int channels, SampleForma
 // (a minute at most). Written to `out` from `from`; the byte where the
 // shown version carries on afterwards, or nothing on failure (said).
 std::optional<std::uint64_t> ringPastSelection(const CChildFrame& f, const Range& r, const SampleKernel& kernel, int in,
-                                               int out, std::uint64_t from, std::uint64_t totalBytes,
+                                               EffectResult& result, std::uint64_t from, std::uint64_t totalBytes,
                                                std::size_t quietFrames)
 {
     const ProgressScope progress("Letting the tail ring...", true);
     const int channels = std::max<int>(1, f.wfx.nChannels);
     const SampleFormat format = f.sampleFormat();
-    const std::size_t sampleBytes = static_cast<std::size_t>(sample_bytes(format));
     constexpr std::size_t kBlock = 4096;
     const std::uint64_t longest = 60ull * std::max<std::uint32_t>(1, f.wfx.nSamplesPerSec);
     std::vector<float> wet(kBlock * static_cast<std::size_t>(channels)), dry(wet.size());
@@ -156,33 +156,16 @@ std::optional<std::uint64_t> ringPastSelection(const CChildFrame& f, const Range
                 if (channelSelected(f, ch))
                     dry[i * static_cast<std::size_t>(channels) + static_cast<std::size_t>(ch)] +=
                         wet[i * static_cast<std::size_t>(channels) + static_cast<std::size_t>(ch)];
-        std::vector<unsigned char> mixed(raw.size());
-        float_to_samples(format, dry.data(), mixed.data(), kBlock * static_cast<std::size_t>(channels));
-        // Unselected channels keep their bytes exactly.
-        for (int ch = 0; ch < channels; ++ch)
-            if (!channelSelected(f, ch))
-                for (std::size_t i = 0; i < kBlock; ++i)
-                    std::memcpy(mixed.data() + i * r.frameBytes + static_cast<std::size_t>(ch) * sampleBytes,
-                                raw.data() + i * r.frameBytes + static_cast<std::size_t>(ch) * sampleBytes, sampleBytes);
-        if (!write_fully(out, mixed.data(), static_cast<long long>(raw.size()), static_cast<long long>(at))) {
-            NewErrMsg(5031);
+        if (!result.write(dry.data(), kBlock, at, true))
             return std::nullopt;
-        }
         at += raw.size();
         if (quiet == 0)
             loudEnd = at;
         if (progress.cancelled())
             return std::nullopt;
     }
-    if (at <= totalBytes)
-        return at;
     // Past the file's end the file ends where the tail fell quiet.
-    const std::uint64_t end = std::max(totalBytes, loudEnd);
-    if (::ftruncate(out, static_cast<off_t>(end)) != 0) {
-        NewErrMsg(5031);
-        return std::nullopt;
-    }
-    return end;
+    return at <= totalBytes ? at : std::max(totalBytes, loudEnd);
 }
 
 }  // namespace
@@ -210,6 +193,7 @@ int process_selection(CChildFrame& f, int code, const SampleKernel& kernel, cons
     if (!version.begun() || !beginNewVersion(f, r, in, out))
         return 0;
     const std::uint64_t selectionEndByte = r.start + r.frames * r.frameBytes;
+    EffectResult result(f, in.get(), out.get());
     const int ok = forEachBlock(r, how.blockFrames, how.progressText, [&](std::uint64_t done, std::size_t n) {
         const std::size_t bytes = n * r.frameBytes;
         // Reversed: the block that ends `done` frames before the end, its
@@ -226,13 +210,12 @@ int process_selection(CChildFrame& f, int code, const SampleKernel& kernel, cons
                 std::swap_ranges(original.begin() + static_cast<long>(i * r.frameBytes),
                                  original.begin() + static_cast<long>((i + 1) * r.frameBytes),
                                  original.begin() + static_cast<long>((n - 1 - i) * r.frameBytes));
-        if (how.bytesOnly) {
-            std::copy(original.begin(), original.begin() + static_cast<long>(bytes), raw.begin());
-        } else {
+        if (!how.bytesOnly) {
             samples_to_float(format, original.data(), samples.data(), n * static_cast<std::size_t>(channels));
             kernel(samples.data(), n, channels, done);
-            float_to_samples(format, samples.data(), raw.data(), n * static_cast<std::size_t>(channels));
+            return result.write(samples.data(), n, r.start + done * r.frameBytes, true) ? 1 : 0;
         }
+        std::copy(original.begin(), original.begin() + static_cast<long>(bytes), raw.begin());
         // Channels outside the highlight keep their samples where they were.
         const std::size_t sampleBytes = static_cast<std::size_t>(sample_bytes(format));
         for (int ch = 0; ch < channels; ++ch) {
@@ -262,12 +245,20 @@ int process_selection(CChildFrame& f, int code, const SampleKernel& kernel, cons
     std::uint64_t resume = selectionEndByte;  // where the rest of the shown version carries on
     if (how.ringOn && !how.bytesOnly) {
         const auto rung =
-            ringPastSelection(f, r, kernel, in.get(), out.get(), selectionEndByte, totalBytes, how.ringQuietFrames);
+            ringPastSelection(f, r, kernel, in.get(), result, selectionEndByte, totalBytes, how.ringQuietFrames);
         if (!rung)
             return 0;
         resume = *rung;
     }
+    if (!settle_clipping(result, code))
+        return 0;
     in.reset();
+    // A tail that rang past the file's end may have written quiet blocks
+    // beyond where it ends.
+    if (resume >= totalBytes && ::ftruncate(out.get(), static_cast<off_t>(resume)) != 0) {
+        NewErrMsg(5031);
+        return 0;
+    }
     out.reset();
     if (resume < totalBytes && !f.copy_file_to_file(f.szRedoFileName, f.szFileName,
                                                     static_cast<std::uint32_t>(totalBytes - resume),
@@ -312,7 +303,6 @@ int transform_selection(CChildFrame& f, int code, const StreamKernel& kernel, co
     const SampleFormat format = f.sampleFormat();
     const std::size_t blockFrames = 65536;
     std::vector<unsigned char> raw(blockFrames * r.frameBytes);
-    std::vector<unsigned char> encoded;
     std::vector<float> samples(blockFrames * static_cast<std::size_t>(channels));
     std::vector<float> out;
     UniqueFd in, dest;
@@ -320,7 +310,16 @@ int transform_selection(CChildFrame& f, int code, const StreamKernel& kernel, co
     if (!version.begun() || !beginNewVersion(f, r, in, dest))
         return 0;
     std::uint64_t written = r.start;
-    const auto flush = [&] { return writeWholeFrames(dest.get(), out, channels, format, encoded, written) ? 1 : 0; };
+    EffectResult result(f, in.get(), dest.get());
+    // The whole frames made so far go out; a part frame waits.
+    const auto flush = [&] {
+        const std::size_t whole = out.size() / static_cast<std::size_t>(channels);
+        if (!result.write(out.data(), whole, written, false))
+            return 0;
+        written += whole * r.frameBytes;
+        out.erase(out.begin(), out.begin() + static_cast<long>(whole * static_cast<std::size_t>(channels)));
+        return 1;
+    };
     const int ok = forEachBlock(r, blockFrames, progressText, [&](std::uint64_t done, std::size_t n) {
         const std::size_t bytes = n * r.frameBytes;
         if (read_fully(in.get(), raw.data(), static_cast<long long>(bytes),
@@ -332,7 +331,7 @@ int transform_selection(CChildFrame& f, int code, const StreamKernel& kernel, co
         kernel(samples.data(), n, channels, done + n >= r.frames, out);
         return flush();
     });
-    if (!ok)
+    if (!ok || !settle_clipping(result, code))
         return 0;
     in.reset();
     dest.reset();

@@ -5,8 +5,28 @@
 
 #include "support/document_test.h"
 
+#include <QApplication>
 #include <QSettings>
 #include <QTest>
+#include <QTimer>
+
+#include <functional>
+
+// Runs `command` while a timer hands each modal window that comes up to
+// `answer`, until `answer` says it is done with them.
+template <typename Command>
+void whileAnswering(Command command, std::function<bool(QWidget*)> answer)
+{
+    QTimer poll;
+    bool done = false;
+    QObject::connect(&poll, &QTimer::timeout, [&] {
+        if (QWidget* modal = QApplication::activeModalWidget(); modal && !done)
+            done = answer(modal);
+    });
+    poll.start(10);
+    command();
+    poll.stop();
+}
 
 // Widget fixture: a private profile folder (no profile at all to begin with),
 // a private user folder, and the headless host for messages unless a test

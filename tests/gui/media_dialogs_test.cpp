@@ -32,22 +32,6 @@ using MediaDialogsTest = MainFrameGuiTest;
 bool sh(const std::string& command) { return std::system((command + " >/dev/null 2>&1").c_str()) == 0; }
 std::string q(const std::string& s) { return "'" + s + "'"; }
 
-// Runs `command` while a timer hands each modal window that comes up to
-// `answer`, until `answer` says it is done with them.
-template <typename Command>
-void whileAnswering(Command command, std::function<bool(QWidget*)> answer)
-{
-    QTimer poll;
-    bool done = false;
-    QObject::connect(&poll, &QTimer::timeout, [&] {
-        if (QWidget* modal = QApplication::activeModalWidget(); modal && !done)
-            done = answer(modal);
-    });
-    poll.start(10);
-    command();
-    poll.stop();
-}
-
 std::int16_t sample16(const std::vector<std::uint8_t>& bytes, std::size_t at)
 {
     return static_cast<std::int16_t>(bytes[at] | bytes[at + 1] << 8);

@@ -3,6 +3,7 @@
 // back, and a highlight of a few 8-bit samples is no trouble.
 
 #include "modules/effect_commands.h"
+#include "modules/module_dialogs.h"
 #include "edit/undo.h"
 #include "view/mouse_selection.h"
 
@@ -23,6 +24,9 @@ protected:
 TEST_F(AllEffectsTest, EveryEffectKeepsTheRestAndUndoesInOneStep)
 {
     const std::size_t from = 10000, to = 30000, frame = 4;  // stereo 16-bit frames
+    // Random bytes are noise at full scale: an effect that raises its peaks
+    // (tempo) clips; here the result is taken as it comes.
+    host.setClipAnswer(ModuleDialogs::ClipAnswer::Clip);
     for (const EffectCommand& c : effect_commands()) {
         SCOPED_TRACE(c.name);
         auto doc = open(2, 16, 60000);

@@ -4,11 +4,13 @@
 
 #include "app/posix_io.h"
 #include "modules/effect_commands.h"
+#include "modules/module_dialogs.h"
 #include "edit/undo.h"
 #include "view/mouse_selection.h"
 
 #include "support/document_test.h"
 
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
@@ -235,6 +237,65 @@ TEST_F(LevelEffectsTest, AHighlightFromAnOddUnitIsTakenInWholeFrames)
         EXPECT_EQ(s16(out, i, 0), s16(data, 3001 - i, 0)) << i;  // frame 1 + k takes frame 3000 - k
         EXPECT_EQ(s16(out, i, 1), 16000) << i;
     }
+}
+
+// Amplify by +20 dB on a sine at half scale would clip: without an answer
+// nothing changes and the message says how many samples and by how much;
+// Normalize gives the amplified sine with its peak at -0.1 dBFS; Clip gives
+// it clipped at full scale. The counts are made here from the samples.
+TEST_F(LevelEffectsTest, AnEffectThatWouldClipAsksFirst)
+{
+    std::vector<double> x(20000);
+    data.clear();
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        const auto v = static_cast<std::int16_t>(std::lround(16384 * std::sin(2 * M_PI * 441 * i / 44100.0)));
+        x[i] = v / 32768.0;
+        WavBuilder::put16(data, static_cast<std::uint16_t>(v));
+    }
+    writeFile(path("sine.wav"), WavBuilder::pcm(1, 44100, 16, data));
+    doc = open_document_file(path("sine.wav"));
+    ASSERT_TRUE(doc);
+    const double gain = std::pow(10.0, 20.0 / 20);
+    std::size_t over = 0;
+    double peak = 0;
+    for (double v : x) {
+        over += std::fabs(v * gain) > 1.0;
+        peak = std::max(peak, std::fabs(v * gain));
+    }
+    char expected[200];
+    std::snprintf(expected, sizeof expected, "Amplify would clip %zu samples: its peak is %.1f dB over full scale.", over,
+                  20 * std::log10(peak));
+
+    select(0, x.size());
+    host.clearShown();
+    EXPECT_EQ(run(11501, {{"gain", "20"}}), 0);
+    EXPECT_EQ(readFile(doc->szFileName), data);
+    EXPECT_FALSE(doc->bUndoAvailable);
+    ASSERT_EQ(host.shown().size(), 1u);
+    EXPECT_EQ(host.shown()[0].text.rfind(expected, 0), 0u) << host.shown()[0].text;
+
+    host.setClipAnswer(ModuleDialogs::ClipAnswer::Normalize);
+    select(0, x.size());
+    ASSERT_EQ(run(11501, {{"gain", "20"}}), 1);
+    Bytes out = readFile(doc->szFileName);
+    double outPeak = 0;
+    for (std::size_t i = 0; i < x.size(); ++i)
+        outPeak = std::max(outPeak, std::fabs(s16(out, i, 0, 1) / 32768.0));
+    EXPECT_NEAR(20 * std::log10(outPeak), -0.1, 0.01);
+    // The shape is the original's: every sample the original times one gain.
+    const double k = outPeak / (peak / gain);
+    for (std::size_t i = 0; i < x.size(); i += 37)
+        EXPECT_NEAR(s16(out, i, 0, 1) / 32768.0, x[i] * k, 1.0 / 32768) << i;
+
+    undo_menu_command(*doc);
+    host.setClipAnswer(ModuleDialogs::ClipAnswer::Clip);
+    select(0, x.size());
+    ASSERT_EQ(run(11501, {{"gain", "20"}}), 1);
+    out = readFile(doc->szFileName);
+    std::size_t atFullScale = 0;
+    for (std::size_t i = 0; i < x.size(); ++i)
+        atFullScale += s16(out, i, 0, 1) == 32767 || s16(out, i, 0, 1) == -32768;
+    EXPECT_NEAR(static_cast<double>(atFullScale), static_cast<double>(over), over * 0.01 + 2);
 }
 
 TEST_F(LevelEffectsTest, ReverseOverManyBlocksAndEightBitData)

@@ -365,3 +365,46 @@ TEST_F(CliTest, ConvertGoesByExtensionAndPlugInsAreListedAndRun)
     EXPECT_LE(loudest, 12) << "-70 dB leaves almost nothing";
     EXPECT_EQ(cli({"run", "in.wav", "--plugin", "urn:none", "--save", "x.wav"}).exitCode, 1);
 }
+
+// An effect that would clip fails with the message and exit 1, leaving the
+// target unwritten; --on-clip normalize (anywhere on the line) normalizes
+// the result to -0.1 dBFS and --on-clip clip applies it clipped.
+TEST_F(CliTest, AnEffectThatWouldClipFailsUnlessTheLineSaysWhatToDo)
+{
+    Bytes data;
+    for (int i = 0; i < 44100; ++i)
+        W::put16(data, static_cast<std::uint16_t>(static_cast<std::int16_t>(std::lround(
+                           16384 * std::sin(2 * M_PI * 441 * i / 44100.0)))));
+    writeFile(path("sine.wav"), W::pcm(1, 44100, 16, data));
+    const std::vector<std::string> amplify = {"run",     "sine.wav", "--select", "0:44100", "--effect",
+                                              "amplify", "--param",  "gain=20", "--save"};
+    const auto peakOf = [this](const std::string& name) {
+        const Bytes b = readFile(path(name));
+        int peak = 0;
+        for (std::size_t i = 44; i + 1 < b.size(); i += 2)
+            peak = std::max(peak, std::abs(static_cast<int>(static_cast<std::int16_t>(b[i] | b[i + 1] << 8))));
+        return peak;
+    };
+    auto args = amplify;
+    args.push_back("failed.wav");
+    Run run = cli(args);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.err.find("Amplify would clip"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("--on-clip normalize"), std::string::npos) << run.err;
+    EXPECT_FALSE(std::filesystem::exists(path("failed.wav")));
+
+    args = amplify;
+    args.push_back("normalized.wav");
+    args.insert(args.begin(), {"--on-clip", "normalize"});
+    run = cli(args);
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_NEAR(20 * std::log10(peakOf("normalized.wav") / 32768.0), -0.1, 0.01);
+
+    args = amplify;
+    args.push_back("clipped.wav");
+    args.insert(args.end() - 2, {"--on-clip", "clip"});
+    run = cli(args);
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_GE(peakOf("clipped.wav"), 32767);
+    EXPECT_EQ(cli({"--on-clip", "maybe", "run", "sine.wav"}).exitCode, 2);
+}

@@ -100,6 +100,16 @@ int HeadlessUiHost::runRealMediaDialog(RealMediaSettings& settings, int, const R
     });
 }
 
+ModuleDialogs::ClipAnswer HeadlessUiHost::askClipping(const std::string& text)
+{
+    if (m_clipAnswer)
+        return *m_clipAnswer;
+    ErrMsg("%s Nothing was changed: run it with --on-clip normalize to normalize the result to -0.1 dBFS, or with "
+           "--on-clip clip to apply it clipped.",
+           text.c_str());
+    return ClipAnswer::Cancel;
+}
+
 std::optional<ChannelChoice> HeadlessUiHost::askChannelChoice(const std::string& file, int channels)
 {
     if (m_channelChoice)

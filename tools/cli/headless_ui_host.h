@@ -89,6 +89,10 @@ public:
                 return static_cast<int>(i);
         return -1;
     }
+    // What an effect that would clip does (--on-clip normalize|clip|fail);
+    // without an answer it fails with the message.
+    void setClipAnswer(std::optional<ClipAnswer> answer) { m_clipAnswer = answer; }
+    ClipAnswer askClipping(const std::string& text) override;
     // The RealMedia dialog encodes at once with the settings given here.
     void setRealMediaSettings(const RealMediaSettings& settings);
     int runRealMediaDialog(RealMediaSettings& settings, int channels, const RealMediaEncode& encode) override;
@@ -113,6 +117,7 @@ private:
     DialogInstallation<ModuleDialogs> m_moduleDialogs{this, module_dialogs, set_module_dialogs};
     std::deque<std::string> m_markerNames;
     std::optional<ChannelChoice> m_channelChoice;
+    std::optional<ClipAnswer> m_clipAnswer;
     std::string m_pluginChoice;
     std::shared_ptr<RealMediaSettings> m_realMedia;
     std::vector<std::string> m_realMediaProgress;

@@ -65,7 +65,9 @@ void usage()
                  "                                  play FILE (or record into it) when the trigger comes\n"
                  "Questions are asked on a terminal; --yes or --no answers them all.\n"
                  "A file of more than two channels opens mixed down to stereo with --downmix, or as two of\n"
-                 "its channels with --channels-from L,R (numbers from 1); either may stand anywhere.\n";
+                 "its channels with --channels-from L,R (numbers from 1); either may stand anywhere.\n"
+                 "An effect whose result would clip fails with a message, unless --on-clip normalize (the result\n"
+                 "normalized to -0.1 dBFS) or --on-clip clip (applied clipped) stands anywhere on the line.\n";
 }
 
 // The subcommands, each in a file of its own.
@@ -117,6 +119,19 @@ int main(int argc, char** argv)
         if (*it == "--downmix") {
             host.setChannelChoice(ChannelChoice{});
             it = args.erase(it);
+        } else if (*it == "--on-clip") {
+            const std::string answer = it + 1 != args.end() ? *(it + 1) : std::string();
+            if (answer == "normalize")
+                host.setClipAnswer(ModuleDialogs::ClipAnswer::Normalize);
+            else if (answer == "clip")
+                host.setClipAnswer(ModuleDialogs::ClipAnswer::Clip);
+            else if (answer == "fail")
+                host.setClipAnswer(std::nullopt);
+            else {
+                std::cerr << "ondrava-cli: --on-clip takes normalize, clip or fail\n";
+                return kExitUsage;
+            }
+            it = args.erase(it, it + 2);
         } else if (*it == "--channels-from") {
             const auto pair = it + 1 != args.end() ? parse_channel_pair(*(it + 1)) : std::nullopt;
             if (!pair) {

@@ -1,0 +1,142 @@
+#include "modules/effect_result.h"
+
+#include "app/instance_files.h"
+#include "app/messages.h"
+#include "app/posix_io.h"
+#include "modules/effect_commands.h"
+#include "modules/module_dialogs.h"
+#include "view/child_frame.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <unistd.h>
+
+namespace {
+
+// Which channels the highlight covers: both, or one of a stereo pair.
+bool selectedChannel(const CChildFrame& f, int channel)
+{
+    if (f.wfx.nChannels != 2)
+        return true;
+    return channel == 0 ? f.bLeftChannel != 0 : f.bRightChannel != 0;
+}
+
+}  // namespace
+
+EffectResult::EffectResult(const CChildFrame& f, int shown, int out)
+    : m_frame(f), m_shown(shown), m_out(out), m_channels(std::max<int>(1, f.wfx.nChannels)), m_format(f.sampleFormat()),
+      m_frameBytes(static_cast<std::size_t>(sample_bytes(m_format)) * static_cast<std::size_t>(m_channels)),
+      m_shownBytes(static_cast<std::uint64_t>(f.nTotalSamples) * static_cast<std::uint64_t>(f.bytesPerSample())),
+      m_integer(m_format != SampleFormat::F32)
+{
+    if (m_integer) {
+        UniqueFd spill = create_work_file(m_spillName, ".f32");
+        m_spill = spill.release();
+    }
+}
+
+EffectResult::~EffectResult()
+{
+    if (m_spill >= 0) {
+        ::close(m_spill);
+        ::unlink(m_spillName.c_str());
+    }
+}
+
+bool EffectResult::encode(const float* values, std::size_t frames, std::uint64_t at, bool keepOthers)
+{
+    const std::size_t samples = frames * static_cast<std::size_t>(m_channels);
+    const std::size_t bytes = frames * m_frameBytes;
+    m_raw.resize(bytes);
+    float_to_samples(m_format, values, m_raw.data(), samples);
+    bool othersKept = true;
+    for (int ch = 0; ch < m_channels; ++ch)
+        othersKept = othersKept && selectedChannel(m_frame, ch);
+    if (keepOthers && !othersKept) {
+        // The shown version's bytes here (silence past its end).
+        m_kept.assign(bytes, silence_byte(m_format));
+        const std::uint64_t there = at < m_shownBytes ? std::min<std::uint64_t>(bytes, m_shownBytes - at) : 0;
+        if (there > 0 && read_fully(m_shown, m_kept.data(), static_cast<long long>(there), static_cast<long long>(at)) !=
+                             static_cast<long long>(there)) {
+            NewErrMsg(5038);
+            return false;
+        }
+        const std::size_t sampleBytes = static_cast<std::size_t>(sample_bytes(m_format));
+        for (int ch = 0; ch < m_channels; ++ch)
+            if (!selectedChannel(m_frame, ch))
+                for (std::size_t i = 0; i < frames; ++i)
+                    std::memcpy(m_raw.data() + i * m_frameBytes + static_cast<std::size_t>(ch) * sampleBytes,
+                                m_kept.data() + i * m_frameBytes + static_cast<std::size_t>(ch) * sampleBytes, sampleBytes);
+    }
+    if (!write_fully(m_out, m_raw.data(), static_cast<long long>(bytes), static_cast<long long>(at))) {
+        NewErrMsg(5031);
+        return false;
+    }
+    return true;
+}
+
+bool EffectResult::write(const float* values, std::size_t frames, std::uint64_t at, bool keepOthers)
+{
+    if (frames == 0)
+        return true;
+    if (m_integer) {
+        // What the conversion will clip, in the channels that change.
+        for (std::size_t i = 0; i < frames; ++i)
+            for (int ch = 0; ch < m_channels; ++ch) {
+                if (keepOthers && !selectedChannel(m_frame, ch))
+                    continue;
+                const float v = std::fabs(values[i * static_cast<std::size_t>(m_channels) + static_cast<std::size_t>(ch)]);
+                m_peak = std::max(m_peak, v);
+                m_clipped += v > 1.0f;
+            }
+        const std::size_t bytes = frames * static_cast<std::size_t>(m_channels) * sizeof(float);
+        if (m_spill < 0 || !write_fully(m_spill, values, static_cast<long long>(bytes), static_cast<long long>(m_spilled))) {
+            NewErrMsg(5031);
+            return false;
+        }
+        m_pieces.push_back({at, frames, keepOthers, m_spilled});
+        m_spilled += bytes;
+    }
+    return encode(values, frames, at, keepOthers);
+}
+
+bool EffectResult::rewrite(float gain)
+{
+    for (const Piece& piece : m_pieces) {
+        const std::size_t samples = piece.frames * static_cast<std::size_t>(m_channels);
+        m_scaled.resize(samples);
+        if (read_fully(m_spill, m_scaled.data(), static_cast<long long>(samples * sizeof(float)),
+                       static_cast<long long>(piece.spilledAt)) != static_cast<long long>(samples * sizeof(float))) {
+            NewErrMsg(5038);
+            return false;
+        }
+        for (float& v : m_scaled)
+            v *= gain;
+        if (!encode(m_scaled.data(), piece.frames, piece.at, piece.keepOthers))
+            return false;
+    }
+    return true;
+}
+
+bool settle_clipping(EffectResult& result, int code)
+{
+    if (result.clipped() == 0)
+        return true;
+    const EffectCommand* command = find_effect_command(code);
+    const std::string name = command && *command->undoName ? command->undoName : "The effect";
+    const std::uint64_t n = result.clipped();
+    char over[32];
+    std::snprintf(over, sizeof over, "%.1f", 20 * std::log10(result.peak()));
+    const std::string text = name + " would clip " + std::to_string(n) + (n == 1 ? " sample" : " samples") +
+                             ": its peak is " + over + " dB over full scale.";
+    switch (module_dialogs().askClipping(text)) {
+    case ModuleDialogs::ClipAnswer::Clip: return true;
+    case ModuleDialogs::ClipAnswer::Normalize:
+        // The peak at -0.1 dBFS.
+        return result.rewrite(static_cast<float>(std::pow(10.0, -0.1 / 20) / result.peak()));
+    case ModuleDialogs::ClipAnswer::Cancel: break;
+    }
+    return false;
+}
