@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
 #include <cstring>
 #include <unistd.h>
 
@@ -32,8 +34,10 @@ EffectResult::EffectResult(const CChildFrame& f, int shown, int out)
       m_integer(m_format != SampleFormat::F32)
 {
     if (m_integer) {
-        UniqueFd spill = create_work_file(m_spillName, ".f32");
-        m_spill = spill.release();
+        // In this program's own folder: a run that is killed leaves it
+        // where the next start clears it away.
+        m_spillName = instance_directory() + "/effect-result-XXXXXX.f32";
+        m_spill = ::mkostemps(m_spillName.data(), 4, O_CLOEXEC);
     }
 }
 
