@@ -125,7 +125,12 @@ NoiseReducer::NoiseReducer(const NoiseProfile& profile, const NoiseReductionSett
         m_input.emplace_back(size, 0.0f);
         m_output.emplace_back(size, 0.0f);
         m_gain.emplace_back(size / 2 + 1, 1.0f);
+        m_clean.emplace_back(size / 2 + 1, 0.0f);
     }
+    m_smoothed.assign(size / 2 + 1, 1.0f);
+    // Smoothing 0..1 sets how much of the last window's estimate stays:
+    // 0.90 to 0.99.
+    m_alpha = 0.90 + 0.09 * std::clamp(m_s.smoothing / 0.95, 0.0, 1.0);
     // A window's samples come out once the last window that covers them has
     // run: fftSize - hop samples later.
     m_toSkip = size - static_cast<std::size_t>(m_hop);
@@ -147,15 +152,37 @@ void NoiseReducer::runWindow()
             m_fft->time[i] = m_input[c][(m_ringAt + i) % size] * m_fft->window[i];
         fftwf_execute(m_fft->forward);
         const float* noise = m_profile.magnitude.data() + c * bins;
+        // The decision-directed estimate of each bin's clean-to-noise ratio
+        // (Ephraim and Malah): mostly the clean power estimated in the
+        // window before, a little of what this window holds above the
+        // noise. Its Wiener gain follows a sound steadily and stays down,
+        // smoothly, where there is only noise: the leftover noise is the
+        // noise turned down, not scattered tones.
+        std::vector<float>& clean = m_clean[c];
+        std::vector<float>& gains = m_gain[c];
         for (std::size_t k = 0; k < bins; ++k) {
-            const float mag = std::hypot(m_fft->freq[k][0], m_fft->freq[k][1]);
-            const float wanted =
-                mag > 0 ? std::max(floor, 1.0f - static_cast<float>(m_s.oversubtraction) * noise[k] / mag) : floor;
-            // Gains fall slowly and rise at once.
-            float& g = m_gain[c][k];
-            g = wanted >= g ? wanted : static_cast<float>(m_s.smoothing * g + (1 - m_s.smoothing) * wanted);
+            const double power = static_cast<double>(m_fft->freq[k][0]) * m_fft->freq[k][0] +
+                                 static_cast<double>(m_fft->freq[k][1]) * m_fft->freq[k][1];
+            // The profile holds mean magnitudes; noise magnitudes are
+            // Rayleigh distributed, whose mean power is 4/pi times the
+            // square of their mean.
+            const double noisePower =
+                std::max(1e-20, 4 / M_PI * static_cast<double>(noise[k]) * noise[k] * m_s.oversubtraction);
+            const double posterior = power / noisePower;
+            const double prior = m_alpha * clean[k] / noisePower + (1 - m_alpha) * std::max(posterior - 1, 0.0);
+            gains[k] = static_cast<float>(prior / (1 + prior));
+        }
+        // Smoothed over neighbouring bins, never below the floor.
+        for (std::size_t k = 0; k < bins; ++k) {
+            const float below = gains[k > 0 ? k - 1 : k], above = gains[k + 1 < bins ? k + 1 : k];
+            m_smoothed[k] = std::max(floor, 0.25f * below + 0.5f * gains[k] + 0.25f * above);
+        }
+        for (std::size_t k = 0; k < bins; ++k) {
+            const float g = m_smoothed[k];
             m_fft->freq[k][0] *= g;
             m_fft->freq[k][1] *= g;
+            clean[k] = static_cast<float>(static_cast<double>(m_fft->freq[k][0]) * m_fft->freq[k][0] +
+                                          static_cast<double>(m_fft->freq[k][1]) * m_fft->freq[k][1]);
         }
         fftwf_execute(m_fft->inverse);
         std::vector<float>& acc = m_output[c];

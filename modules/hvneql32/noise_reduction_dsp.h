@@ -5,12 +5,13 @@
 #include <string>
 #include <vector>
 
-// Noise reduction by spectral subtraction. A noise profile is the mean
-// magnitude spectrum of a passage that holds only the noise; reduction then
-// runs a short-time Fourier transform (Hann window, three-quarter overlap)
-// over the sound and turns every bin down by how much of it the noise
-// explains, to no less than a floor, with the gains smoothed over time so
-// that the leftover noise does not warble.
+// Noise reduction. A noise profile is the mean magnitude spectrum of a
+// passage that holds only the noise; reduction then runs a short-time
+// Fourier transform (Hann window, three-quarter overlap) over the sound and
+// gives every bin the Wiener gain of its decision-directed clean-to-noise
+// estimate, smoothed over neighbouring bins and held above a floor (the
+// reduction asked): the noise is turned down by that much and stays noise,
+// without the warbling tones of plain spectral subtraction.
 
 struct NoiseProfile {
     int fftSize = 2048;
@@ -41,8 +42,8 @@ private:
 
 struct NoiseReductionSettings {
     double reductionDb = 18;  // how far noise-only bins are turned down
-    double oversubtraction = 1.5;
-    double smoothing = 0.6;  // 0..1: how much of the previous window's gain stays
+    double oversubtraction = 1.5;  // the noise taken as this much stronger than profiled
+    double smoothing = 0.6;        // 0..0.95: how much the estimate follows the window before
 };
 
 class NoiseReducer {
@@ -63,7 +64,10 @@ private:
     std::vector<std::vector<float>> m_input;   // per channel, a ring of the last fftSize samples
     std::size_t m_ringAt = 0;
     std::vector<std::vector<float>> m_output;  // per channel, overlap-add accumulator
-    std::vector<std::vector<float>> m_gain;    // per channel, last gains
+    std::vector<std::vector<float>> m_gain;    // per channel, this window's gains
+    std::vector<std::vector<float>> m_clean;   // per channel, the last window's clean power per bin
+    std::vector<float> m_smoothed;
+    double m_alpha = 0.96;
     std::size_t m_filled = 0;    // new samples since the last window
     std::size_t m_toSkip = 0;    // the delay still to drop from the output
     std::size_t m_pendingOut = 0;

@@ -79,7 +79,9 @@ std::vector<EffectCommand> makeEffectCommands()
         {kEffectModulate, "modulate", "&Modulate...", "Alt+Shift+B", "Modulate", false, {}, {},
          [](const EffectRun& r) { return modulate_waveform(r.frame, kEffectModulate); }},
         {kEffectNoiseReduction, "noise-reduction", "Noise reduction...", "Alt+Shift+C", "Noise reduction", false,
-         filterPresets("Noise Reduction Values"), {},
+         EffectPresets{"HVNNOISE.INI", "Select Noise Reduction Parameters", "Noise Reduction Presets",
+                       "Noise Reduction Preset", "Noise Reduction Values"},
+         {},
          [](const EffectRun& r) {
              // Taking a profile changes no document but is done all the same.
              const auto before = profileStamp();
