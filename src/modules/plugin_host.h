@@ -2,6 +2,7 @@
 
 #include "app/window_handle.h"
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -14,7 +15,16 @@ struct PluginPort {
     float min = 0.0f, max = 1.0f, value = 0.0f;
     bool toggled = false;
     bool integer = false;
+    bool logarithmic = false;
+    // The range and default are fractions of the sample rate (a filter's
+    // cut-off): at_rate() gives them in Hz.
+    bool sampleRate = false;
+    std::string unit;  // "Hz", "dB", "ms" ... or empty
     std::vector<std::pair<std::string, float>> choices;  // enumeration labels
+
+    // The port as it stands at `rate`: a sample-rate port's range and default
+    // in Hz, the others as they are.
+    PluginPort at_rate(std::uint32_t rate) const;
 };
 
 struct PluginInfo {

@@ -5,6 +5,7 @@
 
 #include "modules/plugin_command.h"
 #include "modules/plugin_host.h"
+#include "modules/effect_dialog.h"
 
 #include "app/edit_menu_state.h"
 #include "edit/undo.h"
@@ -15,6 +16,8 @@
 
 #include <cmath>
 #include <cstring>
+#include <cstdio>
+#include <tuple>
 #include <filesystem>
 #include <unistd.h>
 
@@ -165,4 +168,124 @@ TEST_F(PluginTest, ABundleRegistersIntoTheUsersFolderAndUnregisters)
     EXPECT_EQ(host.shown().back().text, "The file " + path("notes.lv2") +
                                             " is a binary file that does not supportself registration and is most "
                                             "likely not a DirectX Plug-In.");
+}
+
+namespace {
+
+// A mono 16-bit WAVE file of the given samples (-1..1).
+void writeMono(const std::string& file, const std::vector<float>& samples, std::uint32_t rate = 44100)
+{
+    WavBuilder::Bytes data;
+    for (float v : samples)
+        WavBuilder::put16(data, static_cast<std::uint16_t>(static_cast<std::int16_t>(std::lround(v * 32767))));
+    std::FILE* f = std::fopen(file.c_str(), "wb");
+    const auto bytes = WavBuilder::pcm(1, rate, 16, data);
+    std::fwrite(bytes.data(), 1, bytes.size(), f);
+    std::fclose(f);
+}
+
+std::vector<std::int16_t> monoSamples(const std::string& file)
+{
+    std::FILE* f = std::fopen(file.c_str(), "rb");
+    std::vector<std::int16_t> out;
+    if (!f)
+        return out;
+    std::fseek(f, 44, SEEK_SET);
+    std::int16_t v;
+    while (std::fread(&v, 2, 1, f) == 1)
+        out.push_back(v);
+    std::fclose(f);
+    return out;
+}
+
+}  // namespace
+
+// Our own test plug-in delays its input by 220 frames and reports it, and
+// needs its optional CV and atom ports connected: the host takes the
+// latency out (the output lines up with the input sample for sample, the
+// last samples kept) and gives those ports silence. Output that is no
+// numbers is refused and nothing is written.
+TEST_F(PluginTest, LatencyIsTakenOutAndOptionalPortsGetSilence)
+{
+    setenv("LV2_PATH", (std::string(ONDRAVA_TEST_LV2) + "/..").c_str(), 1);
+    const auto plugins = lv2_effect_plugins();
+    ASSERT_TRUE(std::any_of(plugins.begin(), plugins.end(),
+                            [](const PluginInfo& p) { return p.uri == "urn:ondrava:test:delay"; }));
+    std::vector<float> in(10000);
+    for (std::size_t i = 0; i < in.size(); ++i)
+        in[i] = 0.5f * std::sin(0.01f * static_cast<float>(i)) * (i > 9700 ? 1.0f : 0.5f);
+    in[5000] = 0.9f;
+    writeMono(path("in.wav"), in);
+    const auto expected = monoSamples(path("in.wav"));
+    std::string error;
+    ASSERT_EQ(process_file_with_plugin("urn:ondrava:test:delay", {}, path("in.wav"), path("out.wav"), error), 1) << error;
+    const auto out = monoSamples(path("out.wav"));
+    ASSERT_EQ(out.size(), expected.size());
+    EXPECT_TRUE(out == expected) << "the output lines up with the input, its last frames included";
+
+    EXPECT_EQ(process_file_with_plugin("urn:ondrava:test:delay", {{"poison", 1.0f}}, path("in.wav"), path("bad.wav"), error),
+              0);
+    EXPECT_EQ(error, "The plug-in Ondrava test delay gave samples that are not numbers; nothing was changed.");
+    EXPECT_FALSE(fs::exists(path("bad.wav")));
+}
+
+// The swh Glame low-pass's cut-off is a fraction of the sample rate: the
+// dialog shows it in Hz at the file's rate, its default lets a 1 kHz tone
+// through at its level and without DC, and 500 Hz asked turns the tone down.
+// A plug-in that gives a constant instead of sound changes nothing.
+TEST_F(PluginTest, SampleRatePortsAreInHzAndAConstantIsRefused)
+{
+    constexpr const char* kLowPass = "http://plugin.org.uk/swh-plugins/lowpass_iir";
+    std::vector<float> tone(44100);
+    for (std::size_t i = 0; i < tone.size(); ++i)
+        tone[i] = 0.5f * static_cast<float>(std::sin(2 * M_PI * 1000 * i / 44100.0));
+    writeMono(path("tone.wav"), tone);
+    auto doc = open_document_file(path("tone.wav"));
+    ASSERT_TRUE(doc);
+    const auto levels = [&](const std::vector<std::int16_t>& s) {
+        double sum = 0, square = 0;
+        for (std::size_t i = 4410; i < s.size(); ++i) {
+            sum += s[i] / 32768.0;
+            square += (s[i] / 32768.0) * (s[i] / 32768.0);
+        }
+        const double n = static_cast<double>(s.size() - 4410), mean = sum / n;
+        return std::make_pair(mean, 10 * std::log10(square / n - mean * mean));
+    };
+    const double toneDb = levels(monoSamples(path("tone.wav"))).second;
+
+    host.setPluginChoice(std::string("<") + kLowPass + ">");
+    host.setEffectSettings({});
+    ASSERT_EQ(plugin_process_command(*doc, nullptr), 1);
+    const EffectDialog& shown = host.effectDialogsShown().back();
+    const auto cutoff = std::find_if(shown.parameters.begin(), shown.parameters.end(),
+                                     [](const EffectParameter& p) { return p.key == "cutoff"; });
+    ASSERT_NE(cutoff, shown.parameters.end());
+    EXPECT_NEAR(cutoff->min, 0.0001 * 44100, 0.01);
+    EXPECT_NEAR(cutoff->max, 0.45 * 44100, 0.1);
+    EXPECT_NEAR(cutoff->value, 0.337525 * 44100, 0.5);
+    EXPECT_EQ(cutoff->unit, "Hz");
+    EXPECT_NE(cutoff->label.find("logarithmic"), std::string::npos);
+    auto [mean, db] = levels(monoSamples(exchange_file_path("DRXOUT.WAV")));
+    EXPECT_LT(std::fabs(mean), 1e-3) << "no DC";
+    EXPECT_NEAR(db, toneDb, 0.5);
+
+    undo_menu_command(*doc);
+    host.setEffectSettings({{"cutoff", "500"}, {"stages", "2"}});
+    ASSERT_EQ(plugin_process_command(*doc, nullptr), 1);
+    std::tie(mean, db) = levels(monoSamples(exchange_file_path("DRXOUT.WAV")));
+    EXPECT_LT(db, toneDb - 12) << "an octave above a 500 Hz cut-off of four poles";
+
+    // Our test plug-in set to give a constant whatever comes in.
+    undo_menu_command(*doc);
+    setenv("LV2_PATH", (std::string(ONDRAVA_TEST_LV2) + "/..").c_str(), 1);
+    const std::string shownFile = doc->szFileName;
+    host.setPluginChoice("<urn:ondrava:test:delay>");
+    host.setEffectSettings({{"constant", "1"}});
+    host.clearShown();
+    EXPECT_EQ(plugin_process_command(*doc, nullptr), 0);
+    EXPECT_EQ(doc->szFileName, shownFile);
+    ASSERT_FALSE(host.shown().empty());
+    EXPECT_NE(host.shown().back().text.find("gave a constant 0.750 (DC) instead of sound; nothing was changed."),
+              std::string::npos)
+        << host.shown().back().text;
 }

@@ -6,8 +6,8 @@
 #include <iostream>
 
 // ondrava-cli plugins: the installed LV2 effect plug-ins, each with its URI,
-// audio inputs and outputs, and control ports (symbol, range, default), as
-// `run --plugin URI --param SYMBOL=VALUE` takes them.
+// audio inputs and outputs, and control ports (symbol, range, default, unit
+// and kind), as `run --plugin URI --param SYMBOL=VALUE` takes them.
 int run_plugins_command(const std::vector<std::string>& argv)
 {
     if (!argv.empty()) {
@@ -19,8 +19,19 @@ int run_plugins_command(const std::vector<std::string>& argv)
         std::printf("%s\n  name: %s\n  audio: %d in, %d out\n", p.uri.c_str(), p.name.c_str(), p.audioInputs,
                     p.audioOutputs);
         for (const PluginPort& c : p.controls) {
-            std::printf("  %s: %s, %g..%g, default %g%s\n", c.symbol.c_str(), c.name.c_str(), static_cast<double>(c.min),
-                        static_cast<double>(c.max), static_cast<double>(c.value), c.toggled ? " (on/off)" : "");
+            // A port whose range is a fraction of the sample rate says so; it
+            // takes --param values in Hz.
+            const char* ofRate = c.sampleRate ? " x the sample rate" : "";
+            std::string kind = c.unit.empty() || c.sampleRate ? std::string() : " " + c.unit;
+            if (c.integer)
+                kind += ", whole numbers";
+            if (c.logarithmic)
+                kind += ", logarithmic";
+            if (c.toggled)
+                kind += " (on/off)";
+            std::printf("  %s: %s, %g..%g%s, default %g%s%s\n", c.symbol.c_str(), c.name.c_str(),
+                        static_cast<double>(c.min), static_cast<double>(c.max), ofRate, static_cast<double>(c.value),
+                        ofRate, kind.c_str());
             for (const auto& [label, value] : c.choices)
                 std::printf("    %g: %s\n", static_cast<double>(value), label.c_str());
         }
