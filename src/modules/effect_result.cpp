@@ -87,21 +87,30 @@ bool EffectResult::write(const float* values, std::size_t frames, std::uint64_t 
         return true;
     if (m_integer) {
         // What the conversion will clip, in the channels that change.
+        std::uint64_t clipped = 0;
         for (std::size_t i = 0; i < frames; ++i)
             for (int ch = 0; ch < m_channels; ++ch) {
                 if (keepOthers && !selectedChannel(m_frame, ch))
                     continue;
                 const float v = std::fabs(values[i * static_cast<std::size_t>(m_channels) + static_cast<std::size_t>(ch)]);
                 m_peak = std::max(m_peak, v);
-                m_clipped += v > 1.0f;
+                clipped += v > 1.0f;
             }
-        const std::size_t bytes = frames * static_cast<std::size_t>(m_channels) * sizeof(float);
-        if (m_spill < 0 || !write_fully(m_spill, values, static_cast<long long>(bytes), static_cast<long long>(m_spilled))) {
-            NewErrMsg(5031);
-            return false;
+        m_clipped += clipped;
+        // A piece that clips keeps its exact values; one that does not can
+        // be read back from what was written.
+        Piece piece{at, frames, keepOthers, kNotSpilled};
+        if (clipped > 0) {
+            const std::size_t bytes = frames * static_cast<std::size_t>(m_channels) * sizeof(float);
+            if (m_spill < 0 ||
+                !write_fully(m_spill, values, static_cast<long long>(bytes), static_cast<long long>(m_spilled))) {
+                NewErrMsg(5031);
+                return false;
+            }
+            piece.spilledAt = m_spilled;
+            m_spilled += bytes;
         }
-        m_pieces.push_back({at, frames, keepOthers, m_spilled});
-        m_spilled += bytes;
+        m_pieces.push_back(piece);
     }
     return encode(values, frames, at, keepOthers);
 }
@@ -111,10 +120,22 @@ bool EffectResult::rewrite(float gain)
     for (const Piece& piece : m_pieces) {
         const std::size_t samples = piece.frames * static_cast<std::size_t>(m_channels);
         m_scaled.resize(samples);
-        if (read_fully(m_spill, m_scaled.data(), static_cast<long long>(samples * sizeof(float)),
-                       static_cast<long long>(piece.spilledAt)) != static_cast<long long>(samples * sizeof(float))) {
-            NewErrMsg(5038);
-            return false;
+        if (piece.spilledAt != kNotSpilled) {
+            if (read_fully(m_spill, m_scaled.data(), static_cast<long long>(samples * sizeof(float)),
+                           static_cast<long long>(piece.spilledAt)) != static_cast<long long>(samples * sizeof(float))) {
+                NewErrMsg(5038);
+                return false;
+            }
+        } else {
+            // Within full scale, as written: the written samples are those
+            // values rounded.
+            m_raw.resize(piece.frames * m_frameBytes);
+            if (read_fully(m_out, m_raw.data(), static_cast<long long>(m_raw.size()), static_cast<long long>(piece.at)) !=
+                static_cast<long long>(m_raw.size())) {
+                NewErrMsg(5038);
+                return false;
+            }
+            samples_to_float(m_format, m_raw.data(), m_scaled.data(), samples);
         }
         for (float& v : m_scaled)
             v *= gain;

@@ -13,13 +13,14 @@ class CChildFrame;
 // version, converted to the document's format. Where the highlight covers
 // one channel of a stereo pair, the other keeps the bytes the shown version
 // has at the same place. For documents of integer samples it also counts
-// the samples beyond full scale, which the conversion clips, keeps the
-// result's peak, and keeps the exact values in a scratch file, so that the
-// whole result can be written again at another gain (normalized).
+// the samples beyond full scale, which the conversion clips, and keeps the
+// result's peak; the exact values of every piece that clips wait in a
+// scratch file (the others can be read back as written), so that the whole
+// result can be written again at another gain (normalized).
 class EffectResult {
 public:
     // `shown` and `out`: the shown version, open for reading, and the new
-    // one, open for writing.
+    // one, open for reading and writing.
     EffectResult(const CChildFrame& frame, int shown, int out);
     ~EffectResult();
     EffectResult(const EffectResult&) = delete;
@@ -41,8 +42,9 @@ private:
         std::uint64_t at;
         std::size_t frames;
         bool keepOthers;
-        std::uint64_t spilledAt;  // byte in the scratch file
+        std::uint64_t spilledAt;  // byte in the scratch file, or kNotSpilled
     };
+    static constexpr std::uint64_t kNotSpilled = ~std::uint64_t{0};
     bool encode(const float* values, std::size_t frames, std::uint64_t at, bool keepOthers);
 
     const CChildFrame& m_frame;

@@ -80,14 +80,14 @@ int forEachBlock(const Range& r, std::size_t blockFrames, const char* text, Step
 
 // Starts the new version (begun by the caller's transaction) with the
 // untouched head and opens the shown version for reading and the new one
-// for writing. false on failure.
+// for reading and writing. false on failure.
 bool beginNewVersion(CChildFrame& f, const Range& r, UniqueFd& in, UniqueFd& out)
 {
     if (r.start > 0 && !f.copy_file_to_file(f.szRedoFileName, f.szFileName, static_cast<std::uint32_t>(r.start), 0, -1,
                                             0, "Copying file..."))
         return false;
     in = UniqueFd(::open(f.szFileName.c_str(), O_RDONLY | O_CLOEXEC));
-    out = UniqueFd(::open(f.szRedoFileName.c_str(), O_WRONLY | O_CLOEXEC));
+    out = UniqueFd(::open(f.szRedoFileName.c_str(), O_RDWR | O_CLOEXEC));
     if (!in.valid() || !out.valid()) {
         NewErrMsg(5031);
         return false;

@@ -10,6 +10,7 @@
 
 #include "support/document_test.h"
 #include "support/pcm_samples.h"
+#include "support/tone_analysis.h"
 
 #include "../../modules/hvneql32/biquad.h"
 
@@ -244,24 +245,8 @@ namespace {
 // least squares, everything else counted as noise.
 double toneSnrDb(const std::vector<float>& s, std::size_t from, std::size_t to)
 {
-    double ss = 0, sc = 0, cc = 0, ys = 0, yc = 0;
-    for (std::size_t i = from; i < to; ++i) {
-        const double a = std::sin(2 * M_PI * 1000 * i / 44100.0), b = std::cos(2 * M_PI * 1000 * i / 44100.0);
-        ss += a * a;
-        sc += a * b;
-        cc += b * b;
-        ys += s[i] * a;
-        yc += s[i] * b;
-    }
-    const double det = ss * cc - sc * sc;
-    const double ka = (ys * cc - yc * sc) / det, kb = (yc * ss - ys * sc) / det;
-    double tone = 0, rest = 0;
-    for (std::size_t i = from; i < to; ++i) {
-        const double t = ka * std::sin(2 * M_PI * 1000 * i / 44100.0) + kb * std::cos(2 * M_PI * 1000 * i / 44100.0);
-        tone += t * t;
-        rest += (s[i] - t) * (s[i] - t);
-    }
-    return 10 * std::log10(tone / rest);
+    const SineFit fit = fit_sine(s, from, to, 1000, 44100);
+    return 10 * std::log10(fit.tonePower / fit.restPower);
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 
 #include "support/document_test.h"
 #include "support/pcm_samples.h"
+#include "support/tone_analysis.h"
 
 #include <cmath>
 #include <random>
@@ -25,21 +26,10 @@ double rmsDb(const std::vector<float>& s, std::size_t from, std::size_t to)
     return 10 * std::log10(sum / static_cast<double>(to - from));
 }
 
-// The amplitude of a 1 kHz sine in s[from, to), fitted by least squares.
+// The level of the 1 kHz tone in s[from, to), in dB of full scale.
 double toneDb(const std::vector<float>& s, std::size_t from, std::size_t to)
 {
-    double ss = 0, cc = 0, sc = 0, ys = 0, yc = 0;
-    for (std::size_t i = from; i < to; ++i) {
-        const double a = std::sin(2 * M_PI * 1000 * i / kRate), b = std::cos(2 * M_PI * 1000 * i / kRate);
-        ss += a * a;
-        cc += b * b;
-        sc += a * b;
-        ys += s[i] * a;
-        yc += s[i] * b;
-    }
-    const double det = ss * cc - sc * sc;
-    const double ka = (ys * cc - yc * sc) / det, kb = (yc * ss - ys * sc) / det;
-    return 20 * std::log10(std::hypot(ka, kb));
+    return 20 * std::log10(fit_sine(s, from, to, 1000, kRate).amplitude);
 }
 
 // The spectral kurtosis of s[from, to): over 2048-sample Hann windows a

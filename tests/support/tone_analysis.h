@@ -74,3 +74,35 @@ ToneMeasurement measure_tone(const std::vector<Sample>& samples, std::size_t cou
         m.peakDb = 20 * std::log10(std::sqrt(2 * sum / static_cast<double>(n)));
     return m;
 }
+
+// A sine of `hz` fitted to s[from, to) (mono samples at `rate`) by least
+// squares: its amplitude, and the power of the fit and of what is left.
+struct SineFit {
+    double amplitude = 0;
+    double tonePower = 0;
+    double restPower = 0;
+};
+inline SineFit fit_sine(const std::vector<float>& s, std::size_t from, std::size_t to, double hz, double rate)
+{
+    double ss = 0, sc = 0, cc = 0, ys = 0, yc = 0;
+    for (std::size_t i = from; i < to; ++i) {
+        const double a = std::sin(2 * M_PI * hz * static_cast<double>(i) / rate);
+        const double b = std::cos(2 * M_PI * hz * static_cast<double>(i) / rate);
+        ss += a * a;
+        sc += a * b;
+        cc += b * b;
+        ys += s[i] * a;
+        yc += s[i] * b;
+    }
+    const double det = ss * cc - sc * sc;
+    const double ka = (ys * cc - yc * sc) / det, kb = (yc * ss - ys * sc) / det;
+    SineFit fit;
+    fit.amplitude = std::hypot(ka, kb);
+    for (std::size_t i = from; i < to; ++i) {
+        const double t = ka * std::sin(2 * M_PI * hz * static_cast<double>(i) / rate) +
+                         kb * std::cos(2 * M_PI * hz * static_cast<double>(i) / rate);
+        fit.tonePower += t * t;
+        fit.restPower += (s[i] - t) * (s[i] - t);
+    }
+    return fit;
+}
