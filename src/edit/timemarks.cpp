@@ -279,7 +279,14 @@ int apply_position_change(std::vector<Timemark>& marks, const PositionChange& c)
         Timemark m = marks[i];
         const std::uint32_t p = m.position;
         bool keep = true;
-        if (c.inside == PositionChange::Inside::Crop) {
+        if (c.inside == PositionChange::Inside::Move) {
+            const std::int64_t landFrom = c.shift > 0 ? c.to : static_cast<std::int64_t>(c.from) + c.shift;
+            const std::int64_t landTo = c.shift > 0 ? c.to + c.shift : c.from;
+            if (p >= c.from && p < c.to)
+                m.position = static_cast<std::uint32_t>(std::max<std::int64_t>(0, p + c.shift));
+            else
+                keep = !(p >= landFrom && p < landTo);
+        } else if (c.inside == PositionChange::Inside::Crop) {
             keep = p >= c.from && p <= c.to;
             m.position = p - std::min(p, c.from);
         } else if (p >= c.to && !(p == c.from && c.from < c.to)) {

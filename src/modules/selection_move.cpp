@@ -38,6 +38,10 @@ bool move_selection(CChildFrame& f, long shift, int code)
     // A part frame at the very end stays as it was.
     const std::uint64_t rest = static_cast<std::uint64_t>(f.nTotalSamples) * f.bytesPerSample() - bytes(total);
     ok = ok && append(rest, bytes(total));
+    // The marks of the passage go with it.
+    f.versions.change = PositionChange{PositionChange::Inside::Move, static_cast<std::uint32_t>(start * channels),
+                                       static_cast<std::uint32_t>(end * channels),
+                                       static_cast<std::uint32_t>((end - start) * channels), shift * channels};
     if (!ok || !version.commit(code))
         return false;
     set_selection_units(f, static_cast<std::uint32_t>((start + shift) * channels),

@@ -102,12 +102,15 @@ struct MouseState {
 // Marks before `from` stay, marks from `to` on move by the change in
 // length. Marks inside are removed (Remove: a cut, a paste over a
 // highlight), spread over the new length (Scale: a tempo change), or are
-// the only ones kept, moved to the start (Crop).
+// the only ones kept, moved to the start (Crop). Move: the passage [from,
+// to) moved by `shift` units, the length kept; its marks go with it, those
+// where it landed are removed.
 struct PositionChange {
-    enum class Inside { Remove, Scale, Crop } inside = Inside::Remove;
+    enum class Inside { Remove, Scale, Crop, Move } inside = Inside::Remove;
     std::uint32_t from = 0;
     std::uint32_t to = 0;
     std::uint32_t length = 0;
+    std::int64_t shift = 0;
 };
 
 struct VersionSwap {

@@ -383,3 +383,21 @@ TEST_F(TimemarksTest, ATempoChangeSpreadsItsMarks)
     EXPECT_NEAR(mark(0).position, 22050.0, 2.0);
     EXPECT_EQ(mark(1).position, 300000u - 88200u);
 }
+
+// Shifting a passage 10 ms later (Quantize's shift) takes its marks along;
+// a mark where it lands goes, one before it stays.
+TEST_F(TimemarksTest, AShiftedPassageTakesItsMarks)
+{
+    ASSERT_GE(add_timemark_at_position(*doc, 50000, "before"), 0);
+    ASSERT_GE(add_timemark_at_position(*doc, 100000, "inside"), 0);
+    ASSERT_GE(add_timemark_at_position(*doc, 176500, "landed on"), 0);
+    highlight(88200, 176400);  // seconds 1 to 2
+    host.setEffectSettings({{"mode", "shift"}, {"shift", "10"}});
+    host.clearShown();
+    ASSERT_EQ(run_effect_command(*doc, kEffectQuantize), 1);
+    host.setEffectSettings({});
+    ASSERT_EQ(doc->timemarks.size(), 2u);
+    EXPECT_EQ(mark(0).position, 50000u);
+    EXPECT_EQ(mark(1).position, 100000u + 2 * 441);
+    EXPECT_EQ(host.shown().back().text, "1 time mark in the removed part was removed.");
+}
