@@ -71,9 +71,8 @@ void CMainFrame::save(bool askName, bool selectionOnly)
         type = written_type_of(target, dialog.selectedType());
         options = dialog.options();
         if (type < 0) {
-            const std::string leaf = file_name_part(target);
-            ErrMsg("Cannot save %s: %s is not a file type this program writes.", leaf.c_str(),
-                   leaf.substr(leaf.rfind('.')).c_str());
+            ErrMsg("Cannot save %s: %s is not a file type this program writes.", file_name_part(target).c_str(),
+                   last_extension(target).c_str());
             return;
         }
     }

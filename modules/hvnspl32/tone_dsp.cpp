@@ -78,8 +78,10 @@ const std::vector<float>& ToneGenerator::cycle(int harmonics)
     return m_cycles.emplace(harmonics, std::move(table)).first->second;
 }
 
-double ToneGenerator::bandLimited(double frequency, double phase)
+double ToneGenerator::waveAt(double frequency, double phase)
 {
+    if (m_s.wave == 0)
+        return std::sin(2 * M_PI * phase);
     // The harmonics below half the rate (2048 at the most: below 11 Hz the
     // highest ones, inaudible, are left out); a sweep takes the cycles of
     // powers of two (fewer harmonics, never more), so that few are made.
@@ -99,14 +101,14 @@ float ToneGenerator::next()
     double v = 0;
     switch (m_s.kind) {
     case ToneSettings::Kind::Tone:
-        v = m_s.wave == 0 ? std::sin(2 * M_PI * m_phase) : bandLimited(m_s.frequency, m_phase);
+        v = waveAt(m_s.frequency, m_phase);
         m_phase += m_s.frequency / m_rate;
         break;
     case ToneSettings::Kind::Sweep: {
         const double x = static_cast<double>(m_n) / static_cast<double>(m_total);
         const double f = m_s.logSweep ? m_s.frequency * std::pow(m_s.endFrequency / m_s.frequency, x)
                                       : m_s.frequency + (m_s.endFrequency - m_s.frequency) * x;
-        v = m_s.wave == 0 ? std::sin(2 * M_PI * m_phase) : bandLimited(f, m_phase);
+        v = waveAt(f, m_phase);
         m_phase += f / m_rate;
         break;
     }

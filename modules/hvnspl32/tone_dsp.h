@@ -32,9 +32,10 @@ public:
 
 private:
     float next();
-    // The square, triangle or sawtooth at `frequency` and phase 0..1, from
-    // a band-limited cycle: only the harmonics below half the rate.
-    double bandLimited(double frequency, double phase);
+    // The wave at `frequency` and phase 0..1: a sine, or the square,
+    // triangle or sawtooth from a band-limited cycle (only the harmonics
+    // below half the rate).
+    double waveAt(double frequency, double phase);
     const std::vector<float>& cycle(int harmonics);
     ToneSettings m_s;
     double m_rate;

@@ -58,6 +58,13 @@ std::string get_extension(const std::string& name)
     return dot == std::string::npos ? std::string() : name.substr(dot + 1);
 }
 
+std::string last_extension(const std::string& name)
+{
+    const std::string leaf = name.substr(name.find_last_of('/') + 1);
+    const auto dot = leaf.rfind('.');
+    return dot == std::string::npos ? std::string() : leaf.substr(dot);
+}
+
 std::uint64_t get_named_file_length(const std::string& name)
 {
     const UniqueFd file(::open(name.c_str(), O_RDONLY | O_CLOEXEC));

@@ -17,6 +17,9 @@ void ReplaceExt(std::string& name, const char* ext);
 void add_default_extension(std::string& name, const char* extWithDot);
 // Everything after the first '.' of the name; empty when there is none.
 std::string get_extension(const std::string& name);
+// The name's last extension with its dot (".flac" of "take.1.flac"); empty
+// when the name (not its folder) has none.
+std::string last_extension(const std::string& name);
 // The path up to its name's first '.', and the rest from that dot on (empty
 // when the name has none): folder/take.1.wav is folder/take and .1.wav.
 std::pair<std::string, std::string> split_at_extension(const std::string& path);

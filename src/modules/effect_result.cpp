@@ -15,17 +15,12 @@
 #include <cstring>
 #include <unistd.h>
 
-namespace {
-
-// Which channels the highlight covers: both, or one of a stereo pair.
-bool selectedChannel(const CChildFrame& f, int channel)
+bool channel_selected(const CChildFrame& f, int channel)
 {
     if (f.wfx.nChannels != 2)
         return true;
     return channel == 0 ? f.bLeftChannel != 0 : f.bRightChannel != 0;
 }
-
-}  // namespace
 
 EffectResult::EffectResult(const CChildFrame& f, int shown, int out)
     : m_frame(f), m_shown(shown), m_out(out), m_channels(std::max<int>(1, f.wfx.nChannels)), m_format(f.sampleFormat()),
@@ -33,12 +28,6 @@ EffectResult::EffectResult(const CChildFrame& f, int shown, int out)
       m_shownBytes(static_cast<std::uint64_t>(f.nTotalSamples) * static_cast<std::uint64_t>(f.bytesPerSample())),
       m_integer(m_format != SampleFormat::F32)
 {
-    if (m_integer) {
-        // In this program's own folder: a run that is killed leaves it
-        // where the next start clears it away.
-        m_spillName = instance_directory() + "/effect-result-XXXXXX.f32";
-        m_spill = ::mkostemps(m_spillName.data(), 4, O_CLOEXEC);
-    }
 }
 
 EffectResult::~EffectResult()
@@ -51,17 +40,21 @@ EffectResult::~EffectResult()
 
 bool EffectResult::encode(const float* values, std::size_t frames, std::uint64_t at, bool keepOthers)
 {
-    const std::size_t samples = frames * static_cast<std::size_t>(m_channels);
-    const std::size_t bytes = frames * m_frameBytes;
-    m_raw.resize(bytes);
-    float_to_samples(m_format, values, m_raw.data(), samples);
-    bool othersKept = true;
+    m_raw.resize(frames * m_frameBytes);
+    float_to_samples(m_format, values, m_raw.data(), frames * static_cast<std::size_t>(m_channels));
+    return writeBytes(m_raw.data(), frames, at, keepOthers);
+}
+
+bool EffectResult::writeBytes(unsigned char* bytes, std::size_t frames, std::uint64_t at, bool keepOthers)
+{
+    const std::size_t size = frames * m_frameBytes;
+    bool allSelected = true;
     for (int ch = 0; ch < m_channels; ++ch)
-        othersKept = othersKept && selectedChannel(m_frame, ch);
-    if (keepOthers && !othersKept) {
+        allSelected = allSelected && channel_selected(m_frame, ch);
+    if (keepOthers && !allSelected) {
         // The shown version's bytes here (silence past its end).
-        m_kept.assign(bytes, silence_byte(m_format));
-        const std::uint64_t there = at < m_shownBytes ? std::min<std::uint64_t>(bytes, m_shownBytes - at) : 0;
+        m_kept.assign(size, silence_byte(m_format));
+        const std::uint64_t there = at < m_shownBytes ? std::min<std::uint64_t>(size, m_shownBytes - at) : 0;
         if (there > 0 && read_fully(m_shown, m_kept.data(), static_cast<long long>(there), static_cast<long long>(at)) !=
                              static_cast<long long>(there)) {
             NewErrMsg(5038);
@@ -69,12 +62,12 @@ bool EffectResult::encode(const float* values, std::size_t frames, std::uint64_t
         }
         const std::size_t sampleBytes = static_cast<std::size_t>(sample_bytes(m_format));
         for (int ch = 0; ch < m_channels; ++ch)
-            if (!selectedChannel(m_frame, ch))
+            if (!channel_selected(m_frame, ch))
                 for (std::size_t i = 0; i < frames; ++i)
-                    std::memcpy(m_raw.data() + i * m_frameBytes + static_cast<std::size_t>(ch) * sampleBytes,
+                    std::memcpy(bytes + i * m_frameBytes + static_cast<std::size_t>(ch) * sampleBytes,
                                 m_kept.data() + i * m_frameBytes + static_cast<std::size_t>(ch) * sampleBytes, sampleBytes);
     }
-    if (!write_fully(m_out, m_raw.data(), static_cast<long long>(bytes), static_cast<long long>(at))) {
+    if (!write_fully(m_out, bytes, static_cast<long long>(size), static_cast<long long>(at))) {
         NewErrMsg(5031);
         return false;
     }
@@ -90,7 +83,7 @@ bool EffectResult::write(const float* values, std::size_t frames, std::uint64_t 
         std::uint64_t clipped = 0;
         for (std::size_t i = 0; i < frames; ++i)
             for (int ch = 0; ch < m_channels; ++ch) {
-                if (keepOthers && !selectedChannel(m_frame, ch))
+                if (keepOthers && !channel_selected(m_frame, ch))
                     continue;
                 const float v = std::fabs(values[i * static_cast<std::size_t>(m_channels) + static_cast<std::size_t>(ch)]);
                 m_peak = std::max(m_peak, v);
@@ -102,6 +95,13 @@ bool EffectResult::write(const float* values, std::size_t frames, std::uint64_t 
         Piece piece{at, frames, keepOthers, kNotSpilled};
         if (clipped > 0) {
             const std::size_t bytes = frames * static_cast<std::size_t>(m_channels) * sizeof(float);
+            // Made at the first piece that clips, in this program's own
+            // folder: a run that is killed leaves it where the next start
+            // clears it away.
+            if (m_spill < 0 && m_spillName.empty()) {
+                m_spillName = instance_directory() + "/effect-result-XXXXXX.f32";
+                m_spill = ::mkostemps(m_spillName.data(), 4, O_CLOEXEC);
+            }
             if (m_spill < 0 ||
                 !write_fully(m_spill, values, static_cast<long long>(bytes), static_cast<long long>(m_spilled))) {
                 NewErrMsg(5031);

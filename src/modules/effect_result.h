@@ -31,6 +31,10 @@ public:
     // bytes (silence where it has none). false, said, on a failure.
     bool write(const float* values, std::size_t frames, std::uint64_t at, bool keepOthers);
 
+    // The same for bytes already in the document's format (a reordering
+    // that changes no sample); `bytes` is overwritten where channels are kept.
+    bool writeBytes(unsigned char* bytes, std::size_t frames, std::uint64_t at, bool keepOthers);
+
     std::uint64_t clipped() const { return m_clipped; }
     float peak() const { return m_peak; }
     // Writes everything written so far again from its exact values times
@@ -64,6 +68,9 @@ private:
     std::vector<unsigned char> m_raw, m_kept;
     std::vector<float> m_scaled;
 };
+
+// Which channels the highlight covers: both, or one of a stereo pair.
+bool channel_selected(const CChildFrame& frame, int channel);
 
 // After an effect: when its result clipped samples, the user says whether
 // to normalize it to -0.1 dBFS, to apply it clipped, or to cancel (the

@@ -52,14 +52,6 @@ void selectRange(CChildFrame& f, const Range& r)
                         static_cast<std::uint32_t>((r.start + r.frames * r.frameBytes) / bps));
 }
 
-// Which channels the highlight covers: both, or one of a stereo pair.
-bool channelSelected(const CChildFrame& f, int channel)
-{
-    if (f.wfx.nChannels != 2)
-        return true;
-    return channel == 0 ? f.bLeftChannel != 0 : f.bRightChannel != 0;
-}
-
 // Runs over the selection in blocks with the progress box; `step` gets each
 // block's first frame index (in processing order) and its frame count.
 template <typename Step>
@@ -153,7 +145,7 @@ std::optional<std::uint64_t> ringPastSelection(const CChildFrame& f, const Range
         samples_to_float(format, raw.data(), dry.data(), kBlock * static_cast<std::size_t>(channels));
         for (std::size_t i = 0; i < kBlock; ++i)
             for (int ch = 0; ch < channels; ++ch)
-                if (channelSelected(f, ch))
+                if (channel_selected(f, ch))
                     dry[i * static_cast<std::size_t>(channels) + static_cast<std::size_t>(ch)] +=
                         wet[i * static_cast<std::size_t>(channels) + static_cast<std::size_t>(ch)];
         if (!result.write(dry.data(), kBlock, at, true))
@@ -178,11 +170,10 @@ int process_selection(CChildFrame& f, int code, const SampleKernel& kernel, cons
     selectRange(f, r);
     const int channels = std::max<int>(1, f.wfx.nChannels);
     const SampleFormat format = f.sampleFormat();
-    std::vector<unsigned char> raw, original;
+    std::vector<unsigned char> original;
     std::vector<float> samples;
     try {
-        raw.resize(how.blockFrames * r.frameBytes);
-        original.resize(raw.size());
+        original.resize(how.blockFrames * r.frameBytes);
         samples.resize(how.blockFrames * static_cast<std::size_t>(channels));
     } catch (const std::bad_alloc&) {
         NewErrMsg(5055);
@@ -215,28 +206,8 @@ int process_selection(CChildFrame& f, int code, const SampleKernel& kernel, cons
             kernel(samples.data(), n, channels, done);
             return result.write(samples.data(), n, r.start + done * r.frameBytes, true) ? 1 : 0;
         }
-        std::copy(original.begin(), original.begin() + static_cast<long>(bytes), raw.begin());
-        // Channels outside the highlight keep their samples where they were.
-        const std::size_t sampleBytes = static_cast<std::size_t>(sample_bytes(format));
-        for (int ch = 0; ch < channels; ++ch) {
-            if (channelSelected(f, ch))
-                continue;
-            std::vector<unsigned char> unchanged(bytes);
-            const std::uint64_t from = r.start + done * r.frameBytes;
-            if (read_fully(in.get(), unchanged.data(), static_cast<long long>(bytes), static_cast<long long>(from)) !=
-                static_cast<long long>(bytes))
-                return 0;
-            for (std::size_t i = 0; i < n; ++i)
-                std::memcpy(raw.data() + i * r.frameBytes + static_cast<std::size_t>(ch) * sampleBytes,
-                            unchanged.data() + i * r.frameBytes + static_cast<std::size_t>(ch) * sampleBytes,
-                            sampleBytes);
-        }
-        if (!write_fully(out.get(), raw.data(), static_cast<long long>(bytes),
-                         static_cast<long long>(r.start + done * r.frameBytes))) {
-            NewErrMsg(5031);
-            return 0;
-        }
-        return 1;
+        // A pure reordering: the bytes go as they are.
+        return result.writeBytes(original.data(), n, r.start + done * r.frameBytes, true) ? 1 : 0;
     });
     if (!ok)
         return 0;

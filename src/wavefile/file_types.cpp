@@ -107,11 +107,10 @@ int file_type_of(const std::string& name, int otherwise)
 
 int written_type_of(const std::string& name, int chosen)
 {
-    const std::string leaf = name.substr(name.find_last_of('/') + 1);
-    const auto dot = leaf.rfind('.');
-    if (dot == std::string::npos || dot + 1 == leaf.size())
+    const std::string extension = last_extension(name);
+    if (extension.size() <= 1)
         return chosen;
-    const int named = file_type_of("x" + leaf.substr(dot), -1);
+    const int named = file_type_of("x" + extension, -1);
     if (named < 0 || !file_types()[static_cast<std::size_t>(named)].canWrite)
         return -1;
     return named;

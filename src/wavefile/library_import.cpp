@@ -114,6 +114,13 @@ std::unique_ptr<AudioDecoder> openDecoder(const std::string& name)
     return open_ffmpeg_decoder(name);
 }
 
+// A document holds at most kMostDocumentBytes of samples.
+void sayTooLarge(const std::string& name)
+{
+    ErrMsg("Cannot open %s: its samples need more than the 4294967295 bytes one document can hold.",
+           file_name_part(name).c_str());
+}
+
 enum class Outcome { Done, Failed, Cancelled };
 
 Outcome decode(AudioDecoder& d, ImportWriter& writer, const std::string& name, const std::string& target,
@@ -140,8 +147,7 @@ Outcome decode(AudioDecoder& d, ImportWriter& writer, const std::string& name, c
             break;
         done += static_cast<std::uint64_t>(got);
         if (done * writer.frameBytes() > kMostDocumentBytes) {
-            ErrMsg("Cannot open %s: its samples need more than the 4294967295 bytes one document can hold.",
-                   file_name_part(name).c_str());
+            sayTooLarge(name);
             return Outcome::Failed;
         }
         if (!writer.write(file.get(), block.data(), got)) {
@@ -185,8 +191,7 @@ int open_library_file(const std::string& name, bool sayUnreadable)
     }
     ImportWriter writer(*d, choice);
     if (d->frames > 0 && d->frames * writer.frameBytes() > kMostDocumentBytes) {
-        ErrMsg("Cannot open %s: its samples need more than the 4294967295 bytes one document can hold.",
-               file_name_part(name).c_str());
+        sayTooLarge(name);
         return 0;
     }
     const std::string target = decodedPath();

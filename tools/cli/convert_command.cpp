@@ -1,6 +1,7 @@
 #include "cli_args.h"
 
 #include "document_session.h"
+#include "app/file_names.h"
 #include "view/child_frame.h"
 #include "view/document_save.h"
 #include "wavefile/mp3_export.h"
@@ -55,8 +56,7 @@ int run_convert_command(const std::vector<std::string>& argv)
     // name that says something else.
     const std::string& target = args->positionals()[1];
     if (written_type_of(target, kTypeWav) < 0) {
-        const std::string leaf = target.substr(target.find_last_of('/') + 1);
-        std::cerr << "ondrava-cli: " << target << ": " << leaf.substr(leaf.rfind('.'))
+        std::cerr << "ondrava-cli: " << target << ": " << last_extension(target)
                   << " is not a file type this program writes\n";
         return kExitUsage;
     }
