@@ -6,6 +6,7 @@
 
 #include "support/wav_builder.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -33,7 +34,12 @@ struct ToneMeasurement {
     std::size_t first = 0;    // the first and last samples above it
     std::size_t last = 0;
     int crossings = 0;        // upward zero crossings in the measured middle
-    double frequency = 0;     // Hz
+    double frequency = 0;     // Hz, from the first and last crossings
+    // Hz, from the middle half of the single periods: a glitch in a captured
+    // stream (a skipped or repeated period of a loaded sound server) moves
+    // one or two periods and leaves this as it was, where it shifts
+    // `frequency` by its whole length.
+    double steadyFrequency = 0;
     double peakDb = -1000;    // dBFS, from the RMS of the measured middle
     double length() const { return static_cast<double>(last - first); }
 };
@@ -56,6 +62,7 @@ ToneMeasurement measure_tone(const std::vector<Sample>& samples, std::size_t cou
         return m;
     double firstCrossing = -1, lastCrossing = -1, sum = 0;
     std::size_t n = 0;
+    std::vector<double> periods;
     for (std::size_t i = m.first + margin; i + margin < m.last; ++i) {
         const double a = samples[i], b = samples[i + 1];
         sum += a * a;
@@ -64,12 +71,22 @@ ToneMeasurement measure_tone(const std::vector<Sample>& samples, std::size_t cou
             const double at = static_cast<double>(i) + a / (a - b);
             if (firstCrossing < 0)
                 firstCrossing = at;
+            else
+                periods.push_back(at - lastCrossing);
             lastCrossing = at;
             ++m.crossings;
         }
     }
     if (m.crossings > 1)
         m.frequency = (m.crossings - 1) * rate / (lastCrossing - firstCrossing);
+    if (periods.size() >= 4) {
+        std::sort(periods.begin(), periods.end());
+        const std::size_t from = periods.size() / 4, to = periods.size() - periods.size() / 4;
+        double total = 0;
+        for (std::size_t i = from; i < to; ++i)
+            total += periods[i];
+        m.steadyFrequency = rate * static_cast<double>(to - from) / total;
+    }
     if (n > 0 && sum > 0)
         m.peakDb = 20 * std::log10(std::sqrt(2 * sum / static_cast<double>(n)));
     return m;
