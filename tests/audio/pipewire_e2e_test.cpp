@@ -85,15 +85,16 @@ TEST_F(PipeWirePlaybackTest, TheSystemDefaultDeviceReachesTheDesktopSoundServerA
         const ToneMeasurement measured = measure_tone(l, l.size(), 48000, 2400);
         ASSERT_TRUE(measured.found) << bits << "-bit: silence reached the sink";
         // One second, at 1 kHz, at the file's own level (-6 dBFS). The length
-        // is allowed 2 %: without realtime scheduling a loaded machine makes
-        // the sound server skip a few periods (measured: up to 12 ms lost in
-        // the middle under two busy loops, start and end intact, no gap).
+        // is allowed 3 % (a file played at the wrong rate is 9 % off): without
+        // realtime scheduling a loaded machine makes the sound server skip a
+        // few periods (measured: up to 12 ms lost in the middle under two
+        // busy loops, start and end intact).
         // The same skips shift the frequency taken from the first and last
         // crossings (measured: 998.5 Hz for a 1.5 ms gap), so the pitch is
-        // taken from the single periods.
-        EXPECT_NEAR(measured.length(), 48000.0, 960.0) << bits;
+        // and the level are taken from the single periods.
+        EXPECT_NEAR(measured.length(), 48000.0, 1440.0) << bits;
         ASSERT_GT(measured.crossings, 500) << bits;
         EXPECT_NEAR(measured.steadyFrequency, 1000.0, 1.0) << bits;
-        EXPECT_NEAR(measured.peakDb, -6.02, 0.1) << bits;
+        EXPECT_NEAR(measured.steadyPeakDb, -6.02, 0.1) << bits;
     }
 }

@@ -41,6 +41,7 @@ struct ToneMeasurement {
     // `frequency` by its whole length.
     double steadyFrequency = 0;
     double peakDb = -1000;    // dBFS, from the RMS of the measured middle
+    double steadyPeakDb = -1000;  // dBFS, from the median RMS of its periods
     double length() const { return static_cast<double>(last - first); }
 };
 
@@ -79,6 +80,22 @@ ToneMeasurement measure_tone(const std::vector<Sample>& samples, std::size_t cou
     }
     if (m.crossings > 1)
         m.frequency = (m.crossings - 1) * rate / (lastCrossing - firstCrossing);
+    // The RMS of each whole period between two crossings, and their median.
+    if (!periods.empty()) {
+        std::vector<double> powers;
+        double from = firstCrossing;
+        for (double p : periods) {
+            const std::size_t a = static_cast<std::size_t>(std::ceil(from)), b = static_cast<std::size_t>(std::ceil(from + p));
+            double cycle = 0;
+            for (std::size_t i = a; i < b; ++i)
+                cycle += static_cast<double>(samples[i]) * static_cast<double>(samples[i]);
+            if (b > a)
+                powers.push_back(cycle / static_cast<double>(b - a));
+            from += p;
+        }
+        std::nth_element(powers.begin(), powers.begin() + static_cast<std::ptrdiff_t>(powers.size() / 2), powers.end());
+        m.steadyPeakDb = 10 * std::log10(2 * powers[powers.size() / 2]);
+    }
     if (periods.size() >= 4) {
         std::sort(periods.begin(), periods.end());
         const std::size_t from = periods.size() / 4, to = periods.size() - periods.size() / 4;
