@@ -90,7 +90,7 @@ TEST_F(PipeWirePlaybackTest, TheSystemDefaultDeviceReachesTheDesktopSoundServerA
         // few periods (measured: up to 12 ms lost in the middle under two
         // busy loops, start and end intact).
         // The same skips shift the frequency taken from the first and last
-        // crossings (measured: 998.5 Hz for a 1.5 ms gap), so the pitch is
+        // crossings (measured: 998.5 Hz for a 1.5 ms gap), so the pitch
         // and the level are taken from the single periods.
         EXPECT_NEAR(measured.length(), 48000.0, 1440.0) << bits;
         ASSERT_GT(measured.crossings, 500) << bits;

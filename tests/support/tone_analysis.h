@@ -63,36 +63,31 @@ ToneMeasurement measure_tone(const std::vector<Sample>& samples, std::size_t cou
         return m;
     double firstCrossing = -1, lastCrossing = -1, sum = 0;
     std::size_t n = 0;
-    std::vector<double> periods;
+    std::vector<double> periods, powers;  // each period's length and mean square
+    std::size_t lastIndex = 0;
+    double lastSum = 0;
     for (std::size_t i = m.first + margin; i + margin < m.last; ++i) {
         const double a = samples[i], b = samples[i + 1];
         sum += a * a;
         ++n;
         if (a < 0.0 && b >= 0.0) {
             const double at = static_cast<double>(i) + a / (a - b);
-            if (firstCrossing < 0)
+            if (firstCrossing < 0) {
                 firstCrossing = at;
-            else
+            } else {
                 periods.push_back(at - lastCrossing);
+                powers.push_back((sum - lastSum) / static_cast<double>(i - lastIndex));
+            }
             lastCrossing = at;
+            lastIndex = i;
+            lastSum = sum;
             ++m.crossings;
         }
     }
     if (m.crossings > 1)
         m.frequency = (m.crossings - 1) * rate / (lastCrossing - firstCrossing);
-    // The RMS of each whole period between two crossings, and their median.
-    if (!periods.empty()) {
-        std::vector<double> powers;
-        double from = firstCrossing;
-        for (double p : periods) {
-            const std::size_t a = static_cast<std::size_t>(std::ceil(from)), b = static_cast<std::size_t>(std::ceil(from + p));
-            double cycle = 0;
-            for (std::size_t i = a; i < b; ++i)
-                cycle += static_cast<double>(samples[i]) * static_cast<double>(samples[i]);
-            if (b > a)
-                powers.push_back(cycle / static_cast<double>(b - a));
-            from += p;
-        }
+    // The level of the median period.
+    if (!powers.empty()) {
         std::nth_element(powers.begin(), powers.begin() + static_cast<std::ptrdiff_t>(powers.size() / 2), powers.end());
         m.steadyPeakDb = 10 * std::log10(2 * powers[powers.size() / 2]);
     }
